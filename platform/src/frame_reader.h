@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// Receives frames and believes nothing of them.
+#pragma once
+
+#include "frame.h"
+#include "msg_access.h"
+#include "shared_ring.h"
+#include "unique_fd.h"
+
+#include <cstddef>
+#include <memory>
+#include <sys/types.h>
+#include <vector>
+
+namespace tz::orvane::mdt
+{
+
+/// Checks header and arguments of a frame without looking outside of it.
+/// @return null when it is well-formed, else what is wrong with it
+char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_t descriptors);
+
+/// The receiving side of one socket: a buffer, the frame in it and what came with it. One thread at a time.
+class FrameReader
+{
+public:
+    FrameReader();
+
+    /// Receives one frame, waiting never.
+    /// @return bytes; 0 at the end of the connection; -EAGAIN when there is nothing; -EPROTO for a malformed frame,
+    /// whose fault `reason` then names; another negative errno value
+    ssize_t receive(int socket);
+
+    char const* reason() const { return m_reason; }
+    FrameHeader const& header() const
+    {
+        return *static_cast<FrameHeader const*>(static_cast<void const*>(m_buffer.get()));
+    }
+    FrameKind kind() const { return static_cast<FrameKind>(header().kind); }
+
+    /// Takes a descriptor that came with the frame.
+    platform::UniqueFd takeDescriptor(std::size_t index);
+    std::size_t descriptorCount() const { return m_descriptors.size(); }
+
+    /// Finds the values that travelled outside of the frame. Blocks stay in shared memory; everything else is copied
+    /// out of it, because it will be parsed.
+    /// @param ring of this direction, null when it has none
+    /// @return false when a place is not where the sender may write; `reason` then says so
+    bool resolve(SharedRing* ring);
+
+    /// Fills a message from the frame; see MsgAccess::assign.
+    void fill(MsgData& msg, bool own);
+
+    /// Gives up what the frame occupied: ring, mappings, copies. The message filled from it must not be read any more
+    /// unless it owns its bytes.
+    void finish(SharedRing* ring);
+
+private:
+    unsigned char* arguments() const { return m_buffer.get() + sizeof(FrameHeader); }
+    unsigned char* locate(detail::MsgArgument const& argument, SharedRing* ring);
+    bool fail(char const* reason);
+
+    std::unique_ptr<unsigned char[]> m_buffer;
+    std::vector<platform::UniqueFd> m_descriptors;
+    std::vector<Mapping> m_mappings;
+    std::vector<std::unique_ptr<unsigned char[]>> m_copies;
+    char const* m_reason = "";
+    bool m_ringUsed = false;
+    std::uint32_t m_ringPosition = 0;
+    std::uint32_t m_ringLength = 0;
+};
+
+} // namespace tz::orvane::mdt

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+// Waiting for a word in memory to change.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace tz::orvane::mdt
+{
+
+/// Returns when the word differs from `expected`, was woken, after `milliseconds`, or for no reason at all.
+inline void futexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected, int milliseconds, bool shared)
+{
+    timespec timeout{};
+    timeout.tv_sec = milliseconds / 1000;
+    timeout.tv_nsec = static_cast<long>(milliseconds % 1000) * 1'000'000;
+    ::syscall(SYS_futex, &word, shared ? FUTEX_WAIT : FUTEX_WAIT_PRIVATE, expected, &timeout, nullptr, 0);
+}
+
+inline void futexWake(std::atomic<std::uint32_t>* word, bool shared)
+{
+    ::syscall(SYS_futex, word, shared ? FUTEX_WAKE : FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+}
+
+} // namespace tz::orvane::mdt

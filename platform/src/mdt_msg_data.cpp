@@ -1,0 +1,355 @@
+// SPDX-License-Identifier: Apache-2.0
+// Messages: building and reading of arguments. They are kept as they travel, so that sending copies nothing.
+#include "orvane/platform/mdt_msg_data.h"
+
+#include "msg_access.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace tz::orvane::mdt
+{
+
+using detail::MsgArgument;
+
+namespace
+{
+
+// A number or text that is too short or lacks its end counts as missing.
+bool isWhole(MsgArgument const& argument)
+{
+    switch (argument.kind)
+    {
+    case MsgArgType::uint32:
+    case MsgArgType::sint32:
+        return argument.length >= sizeof(std::uint32_t);
+    case MsgArgType::sint64:
+        return argument.length >= sizeof(std::int64_t);
+    case MsgArgType::string:
+        return std::memchr(argument.value, 0, argument.length) != nullptr;
+    default:
+        return argument.kind != MsgArgType::none;
+    }
+}
+
+} // namespace
+
+MsgData::MsgData() = default;
+
+MsgData::MsgData(int const& pid, int const& uid, int const& msg, int const& type)
+    : m_pid(pid)
+    , m_uid(uid)
+    , m_msg(msg)
+    , m_type(type)
+{
+}
+
+MsgData::~MsgData() = default;
+
+unsigned char* MsgData::append(MsgArgType kind, int storage, std::size_t length, std::size_t stored)
+{
+    std::size_t const needed = m_size + sizeof(ArgHeader) + padded(stored);
+    if (m_argCount == kMaxArguments || m_valueBytes + length > kMaxMessageBytes)
+    {
+        return nullptr;
+    }
+    if (needed > m_capacity)
+    {
+        std::size_t const capacity = std::max(needed, 2 * m_capacity);
+        std::unique_ptr<unsigned char[]> larger(new unsigned char[capacity]);
+        std::memcpy(larger.get(), m_bytes, m_size);
+        m_heap = std::move(larger);
+        m_bytes = m_heap.get();
+        m_capacity = capacity;
+    }
+    ArgHeader const header{static_cast<std::uint8_t>(kind), static_cast<Storage>(storage), 0,
+                           static_cast<std::uint32_t>(length)};
+    std::memcpy(m_bytes + m_size, &header, sizeof header);
+    unsigned char* const value = m_bytes + m_size + sizeof header;
+    std::memset(value + stored, 0, padded(stored) - stored);
+    m_size = needed;
+    m_valueBytes += length;
+    ++m_argCount;
+    return value;
+}
+
+int MsgData::writeUInt32(unsigned int value)
+{
+    unsigned char* const target = append(MsgArgType::uint32, 0, sizeof value, sizeof value);
+    return target != nullptr ? (std::memcpy(target, &value, sizeof value), 0) : -EMSGSIZE;
+}
+
+int MsgData::writeSInt32(int value)
+{
+    unsigned char* const target = append(MsgArgType::sint32, 0, sizeof value, sizeof value);
+    return target != nullptr ? (std::memcpy(target, &value, sizeof value), 0) : -EMSGSIZE;
+}
+
+int MsgData::writeSInt64(long long value)
+{
+    unsigned char* const target = append(MsgArgType::sint64, 0, sizeof value, sizeof value);
+    return target != nullptr ? (std::memcpy(target, &value, sizeof value), 0) : -EMSGSIZE;
+}
+
+int MsgData::writeString(std::string const& text)
+{
+    std::size_t const length = std::strlen(text.c_str()) + 1;
+    unsigned char* const target = append(MsgArgType::string, 0, length, length);
+    return target != nullptr ? (std::memcpy(target, text.c_str(), length), 0) : -EMSGSIZE;
+}
+
+int MsgData::writeData(char const* data, unsigned short length)
+{
+    std::size_t const bytes = data != nullptr ? length : 0;
+    unsigned char* const target = append(MsgArgType::data, 0, bytes, bytes);
+    if (target == nullptr)
+    {
+        return -EMSGSIZE;
+    }
+    if (bytes > 0)
+    {
+        std::memcpy(target, data, bytes);
+    }
+    return 0;
+}
+
+int MsgData::writeBlockData(char* data, int const& length)
+{
+    std::size_t const bytes = data != nullptr && length > 0 ? static_cast<std::size_t>(length) : 0;
+    if (bytes == 0 || m_referenceCount == kMaxReferences)
+    {
+        unsigned char* const target = append(MsgArgType::block, 0, bytes, bytes);
+        if (target == nullptr)
+        {
+            return -EMSGSIZE;
+        }
+        if (bytes > 0)
+        {
+            std::memcpy(target, data, bytes);
+        }
+        return 0;
+    }
+    std::uint64_t const address = reinterpret_cast<std::uintptr_t>(data);
+    unsigned char* const target =
+        append(MsgArgType::block, static_cast<int>(Storage::reference), bytes, sizeof address);
+    if (target == nullptr)
+    {
+        return -EMSGSIZE;
+    }
+    std::memcpy(target, &address, sizeof address);
+    ++m_referenceCount;
+    return 0;
+}
+
+bool MsgData::next(MsgArgument& argument) const
+{
+    if (m_nextIndex >= m_argCount)
+    {
+        return false;
+    }
+    argument = detail::MsgAccess::argumentAt(m_bytes, m_nextOffset);
+    return true;
+}
+
+bool MsgData::locate(int index, MsgArgument& argument) const
+{
+    if (index < 0 || index >= m_argCount)
+    {
+        return false;
+    }
+    bool const behind = index < m_nextIndex;
+    std::size_t offset = behind ? 0 : m_nextOffset;
+    for (int i = behind ? 0 : m_nextIndex; i < index; ++i)
+    {
+        offset = detail::MsgAccess::argumentAt(m_bytes, offset).end;
+    }
+    argument = detail::MsgAccess::argumentAt(m_bytes, offset);
+    return true;
+}
+
+int MsgData::readUInt32(unsigned int& value)
+{
+    MsgArgument argument;
+    if (!next(argument) || !isWhole(argument) ||
+        (argument.kind != MsgArgType::uint32 && argument.kind != MsgArgType::sint32))
+    {
+        return -EPROTO;
+    }
+    std::memcpy(&value, argument.value, sizeof value);
+    ++m_nextIndex;
+    m_nextOffset = argument.end;
+    return 0;
+}
+
+int MsgData::readUInt32(int& value)
+{
+    return readSInt32(value);
+}
+
+int MsgData::readSInt32(int& value)
+{
+    unsigned int bits = 0;
+    int const result = readUInt32(bits);
+    if (result == 0)
+    {
+        value = static_cast<int>(bits);
+    }
+    return result;
+}
+
+int MsgData::readSInt64(long long& value)
+{
+    MsgArgument argument;
+    if (!next(argument) || !isWhole(argument) || argument.kind != MsgArgType::sint64)
+    {
+        return -EPROTO;
+    }
+    std::memcpy(&value, argument.value, sizeof value);
+    ++m_nextIndex;
+    m_nextOffset = argument.end;
+    return 0;
+}
+
+int MsgData::readData(char* data, unsigned short length)
+{
+    MsgArgument argument;
+    if (!next(argument) || !isWhole(argument) ||
+        (argument.kind != MsgArgType::data && argument.kind != MsgArgType::block))
+    {
+        return -EPROTO;
+    }
+    std::size_t const bytes = std::min<std::size_t>(length, argument.length);
+    if (bytes > 0)
+    {
+        std::memcpy(data, argument.value, bytes);
+    }
+    if (bytes < length)
+    {
+        return -EPROTO;
+    }
+    ++m_nextIndex;
+    m_nextOffset = argument.end;
+    return 0;
+}
+
+int MsgData::readBlockData(char** data, int& length)
+{
+    MsgArgument argument;
+    if (!next(argument) || !isWhole(argument) ||
+        (argument.kind != MsgArgType::string && argument.kind != MsgArgType::data &&
+         argument.kind != MsgArgType::block))
+    {
+        return -EPROTO;
+    }
+    *data = reinterpret_cast<char*>(argument.value);
+    length = static_cast<int>(argument.length);
+    ++m_nextIndex;
+    m_nextOffset = argument.end;
+    return 0;
+}
+
+void const* MsgData::read(int const& index) const
+{
+    void* data = nullptr;
+    return read(index, &data, nullptr) == 0 ? data : nullptr;
+}
+
+int MsgData::read(int const& index, void** data, int* size) const
+{
+    MsgArgument argument;
+    if (!locate(index, argument) || !isWhole(argument))
+    {
+        return -EPROTO;
+    }
+    *data = argument.value;
+    if (size != nullptr)
+    {
+        *size = static_cast<int>(argument.length);
+    }
+    m_nextIndex = index + 1;
+    m_nextOffset = argument.end;
+    return 0;
+}
+
+MsgArgType MsgData::argType(int index) const
+{
+    MsgArgument argument;
+    return locate(index, argument) ? argument.kind : MsgArgType::none;
+}
+
+int MsgData::argSize(int index) const
+{
+    MsgArgument argument;
+    return locate(index, argument) ? static_cast<int>(argument.length) : 0;
+}
+
+namespace detail
+{
+
+MsgArgument MsgAccess::argumentAt(unsigned char* bytes, std::size_t offset)
+{
+    ArgHeader header;
+    std::memcpy(&header, bytes + offset, sizeof header);
+    MsgArgument argument;
+    argument.kind = static_cast<MsgArgType>(header.kind);
+    argument.storage = header.storage;
+    argument.length = header.length;
+    argument.offset = offset;
+    argument.value = bytes + offset + sizeof header;
+    argument.end = offset + sizeof header + padded(header.length);
+    if (header.storage != Storage::inlined)
+    {
+        argument.end = offset + sizeof header + sizeof(std::uint64_t);
+    }
+    if (header.storage == Storage::reference)
+    {
+        std::uint64_t address = 0;
+        std::memcpy(&address, argument.value, sizeof address);
+        argument.value = reinterpret_cast<unsigned char*>(static_cast<std::uintptr_t>(address));
+    }
+    return argument;
+}
+
+void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size, bool own)
+{
+    msg.m_pid = header.pid;
+    msg.m_uid = header.uid;
+    msg.m_msg = header.msg;
+    msg.m_type = header.type;
+    msg.m_sequence = header.sequence;
+    msg.m_argCount = 0;
+    msg.m_referenceCount = 0;
+    msg.m_nextIndex = 0;
+    msg.m_nextOffset = 0;
+    msg.m_valueBytes = 0;
+    msg.m_size = 0;
+    if (!own)
+    {
+        msg.m_bytes = arguments;
+        msg.m_size = size;
+        msg.m_capacity = size; // a write moves the arguments away first
+        msg.m_argCount = static_cast<int>(header.argCount);
+        return;
+    }
+    if (msg.m_bytes != msg.m_heap.get() && msg.m_bytes != msg.m_inline)
+    {
+        msg.m_bytes = msg.m_inline;
+        msg.m_capacity = MsgData::kInlineBytes;
+    }
+    for (std::size_t offset = 0; offset < size;)
+    {
+        MsgArgument const argument = argumentAt(arguments, offset);
+        unsigned char* const target = msg.append(argument.kind, 0, argument.length, argument.length);
+        if (target == nullptr)
+        {
+            return;
+        }
+        std::memcpy(target, argument.value, argument.length);
+        offset = argument.end;
+    }
+}
+
+} // namespace detail
+
+} // namespace tz::orvane::mdt

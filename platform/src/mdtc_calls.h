@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+// The queries of one connection that wait for their replies, and who of them reads the socket.
+#pragma once
+
+#include "deadline.h"
+#include "futex.h"
+#include "orvane/platform/mdt_msg_data.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+namespace tz::orvane::mdt
+{
+
+/// A waiting query, on its caller's stack.
+struct Call
+{
+    enum State : std::uint32_t
+    {
+        waiting,
+        leading, ///< its caller is to read the socket
+        done,
+    };
+
+    explicit Call(MsgData& replyTo)
+        : reply(replyTo)
+    {
+    }
+
+    std::uint64_t id = 0;
+    MsgData& reply;
+    int status = 0; ///< when done: the reply's, or a negative errno value
+    bool sent = false;
+    bool listed = false;
+    std::atomic<std::uint32_t> state{waiting};
+    Call* next = nullptr;
+    Call* previous = nullptr;
+};
+
+/// One of the callers leads: it reads the socket, stores the replies of the others and wakes them. All others sleep on
+/// their own state word. Everything is changed under one mutex; the futex is only a hint.
+class CallTable
+{
+public:
+    /// Enters a call before it is sent, so that its reply cannot come too early. @return its id
+    std::uint64_t enter(Call& call);
+
+    /// Removes a call whatever became of it and hands the lead on if it had it.
+    void leave(Call& call);
+
+    /// The call's message has left: from now on it may be given the lead. Takes the lead if nobody has it.
+    void markSent(Call& call);
+
+    /// Waits until the call leads or is done. @return false when the deadline passed first
+    bool sleep(Call& call, Deadline const& deadline);
+
+    /// Finishes the call with this id: `store(reply)` runs under the mutex, so that the caller cannot leave meanwhile.
+    /// @return false when nobody waits for it any more
+    template <class Store> bool finish(std::uint64_t id, int status, Store&& store)
+    {
+        Call* call = nullptr;
+        bool leads = false;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            call = find(id);
+            if (call == nullptr)
+            {
+                return false;
+            }
+            store(call->reply);
+            leads = call == m_leader;
+            complete(*call, status);
+        }
+        if (!leads) // the leader is the one who is here
+        {
+            futexWake(&call->state, false);
+        }
+        return true;
+    }
+
+    /// Finishes all calls, and all that will be entered, with this negative status.
+    void finishAll(int status);
+
+private:
+    Call* find(std::uint64_t id);
+    void complete(Call& call, int status);
+    void unlink(Call& call);
+
+    std::mutex m_mutex;
+    Call* m_first = nullptr;
+    Call* m_last = nullptr;
+    Call* m_leader = nullptr;
+    int m_closedStatus = 0;
+};
+
+} // namespace tz::orvane::mdt

@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+// The client end of the platform messenger: the table of connections.
+#include "orvane/platform/mdtc_messenger.h"
+
+#include "mdtc_connection.h"
+#include "mdtc_receiver.h"
+#include "orvane/platform/om_debug.h"
+#include "socket_address.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <pthread.h>
+#include <string>
+#include <vector>
+
+namespace tz::orvane::mdt
+{
+
+namespace
+{
+
+constexpr char kLogFile[] = "mdtc_messenger";
+constexpr char kLogClass[] = "MdtcMessenger";
+
+} // namespace
+
+struct MdtcMessenger::State
+{
+    std::mutex mutex;
+    std::string serviceName;
+    std::vector<std::shared_ptr<Connection>> connections; ///< oldest first
+    std::shared_ptr<Receiver> receiver;                   ///< of the present connections
+    std::shared_ptr<Receiver> formerReceiver;             ///< may still be in its last callback
+
+    /// Ids can coincide when a service starts anew: posts go to the newest connection that lives.
+    std::shared_ptr<Connection> find(int cnid)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        std::shared_ptr<Connection> const* best = nullptr;
+        for (auto const& connection : connections)
+        {
+            if (connection->cnid() == cnid && (best == nullptr || connection->alive() || !(*best)->alive()))
+            {
+                best = &connection;
+            }
+        }
+        return best != nullptr ? *best : nullptr;
+    }
+
+    /// @return 0 or a negative errno value
+    int add(std::shared_ptr<Connection> const& connection)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (receiver == nullptr)
+        {
+            auto fresh = std::make_shared<Receiver>();
+            int const result = fresh->start(formerReceiver);
+            if (result != 0)
+            {
+                return result;
+            }
+            receiver = std::move(fresh);
+            formerReceiver.reset();
+        }
+        connections.push_back(connection);
+        int const result = receiver->add(connection);
+        if (result != 0)
+        {
+            connections.pop_back();
+            retireReceiver(*connection);
+        }
+        return result;
+    }
+
+    /// Takes a connection out: of several with this id the oldest dead one, else the oldest.
+    std::shared_ptr<Connection> take(int cnid)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        auto best = connections.end();
+        for (auto entry = connections.begin(); entry != connections.end(); ++entry)
+        {
+            if ((*entry)->cnid() == cnid && (best == connections.end() || (!(*entry)->alive() && (*best)->alive())))
+            {
+                best = entry;
+            }
+        }
+        if (best == connections.end())
+        {
+            return nullptr;
+        }
+        std::shared_ptr<Connection> const taken = *best;
+        connections.erase(best);
+        retireReceiver(*taken);
+        return taken;
+    }
+
+    void retireReceiver(Connection const& connection)
+    {
+        if (!receiver->remove(connection))
+        {
+            formerReceiver = std::move(receiver);
+            receiver.reset();
+        }
+    }
+
+    void lockForFork()
+    {
+        mutex.lock();
+        for (auto const& held : {receiver, formerReceiver})
+        {
+            if (held != nullptr)
+            {
+                held->lock();
+            }
+        }
+    }
+
+    void unlockAfterFork()
+    {
+        for (auto const& held : {receiver, formerReceiver})
+        {
+            if (held != nullptr)
+            {
+                held->unlock();
+            }
+        }
+        mutex.unlock();
+    }
+
+    void abandon()
+    {
+        for (auto const& connection : connections)
+        {
+            connection->abandon();
+        }
+        for (auto const& held : {receiver, formerReceiver})
+        {
+            if (held != nullptr)
+            {
+                held->abandon();
+                held->unlock();
+            }
+        }
+        receiver.reset();
+        formerReceiver.reset();
+    }
+
+    std::vector<int> heldIds()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        std::vector<int> ids;
+        for (auto const& connection : connections)
+        {
+            ids.push_back(connection->cnid());
+        }
+        return ids;
+    }
+};
+
+MdtcMessenger& MdtcMessenger::GetInstance()
+{
+    // Never destroyed: its receive thread and late callers outlive the end of main.
+    static MdtcMessenger* const instance = new MdtcMessenger;
+    return *instance;
+}
+
+// A forked child has neither the receive thread nor a right to the parent's conversations: it closes its copies, so
+// that the service notices the end of the parent.
+MdtcMessenger::MdtcMessenger()
+    : m_state(std::make_unique<State>())
+{
+    static State* const state = m_state.get();
+    ::pthread_atfork([] { state->lockForFork(); }, [] { state->unlockAfterFork(); },
+                     []
+                     {
+                         state->abandon();
+                         state->unlockAfterFork();
+                     });
+}
+
+MdtcMessenger::~MdtcMessenger() = default;
+
+int MdtcMessenger::init(char const* serviceName, MdtType_e type)
+{
+    if (!isServiceName(serviceName))
+    {
+        return -EINVAL;
+    }
+    ORVANE_LOG_DEBUG("service=%s, type=%d", serviceName, static_cast<int>(type));
+    std::lock_guard<std::mutex> lock(m_state->mutex);
+    m_state->serviceName = serviceName;
+    return 0;
+}
+
+int MdtcMessenger::connect(_MdtInitParCfg_t const& cfg, int& cnid)
+{
+    std::string path = socketDirectory() + "/";
+    {
+        std::lock_guard<std::mutex> lock(m_state->mutex);
+        if (m_state->serviceName.empty())
+        {
+            return -EINVAL;
+        }
+        path += m_state->serviceName;
+    }
+    auto const connection = std::make_shared<Connection>();
+    int result = connection->open(path, cfg, m_state->heldIds());
+    if (result == 0)
+    {
+        result = m_state->add(connection);
+    }
+    if (result != 0)
+    {
+        ORVANE_LOG_ERROR("No connection to %s: %s.", path.c_str(), std::strerror(-result));
+        return result;
+    }
+    cnid = connection->cnid();
+    return 0;
+}
+
+int MdtcMessenger::disConnect(int const& cnid)
+{
+    std::shared_ptr<Connection> const connection = m_state->take(cnid);
+    if (connection == nullptr)
+    {
+        return -ENOTCONN;
+    }
+    connection->close();
+    return 0;
+}
+
+int MdtcMessenger::postMsg(MsgData const& msg, int const& timeout)
+{
+    std::shared_ptr<Connection> const connection = m_state->find(msg.readPid());
+    return connection != nullptr ? connection->post(msg, timeout) : -ENOTCONN;
+}
+
+int MdtcMessenger::postMsg(MsgData const& msg, MsgData& reply, int const& timeout)
+{
+    std::shared_ptr<Connection> const connection = m_state->find(msg.readPid());
+    return connection != nullptr ? connection->query(msg, reply, timeout) : -ENOTCONN;
+}
+
+} // namespace tz::orvane::mdt

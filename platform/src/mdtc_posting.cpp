@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: Apache-2.0
+// One connection to a service: commands, queries and their replies.
+#include "mdtc_connection.h"
+#include "orvane/platform/om_debug.h"
+
+#include <cerrno>
+#include <poll.h>
+
+namespace tz::orvane::mdt
+{
+
+namespace
+{
+
+constexpr char kLogFile[] = "mdtc_posting";
+constexpr char kLogClass[] = "Connection";
+
+/// Longest sleep while the ring is full, so that the end of the service is noticed.
+constexpr int kRingWait = 20;
+
+} // namespace
+
+int Connection::post(MsgData const& msg, int timeout)
+{
+    if (m_dead)
+    {
+        return endStatus();
+    }
+    FrameWriter frame(FrameKind::command, msg);
+    return send(frame, Deadline(timeout));
+}
+
+int Connection::query(MsgData const& msg, MsgData& reply, int timeout)
+{
+    if (m_dead)
+    {
+        return endStatus();
+    }
+    Deadline const deadline(timeout);
+    Call call(reply);
+    FrameWriter frame(FrameKind::query, msg);
+    frame.header().call = m_calls.enter(call);
+    int const sent = send(frame, deadline);
+    int result = sent;
+    if (sent >= 0)
+    {
+        m_calls.markSent(call);
+        if (!m_calls.sleep(call, deadline))
+        {
+            result = -ETIMEDOUT;
+        }
+        else if (call.state == Call::leading)
+        {
+            result = lead(call, deadline);
+        }
+        if (result >= 0)
+        {
+            result = call.status < 0 ? call.status : sent;
+        }
+    }
+    m_calls.leave(call);
+    return result;
+}
+
+// The caller that leads reads until its own reply has come; `leave` then hands the lead on.
+int Connection::lead(Call& call, Deadline const& deadline)
+{
+    while (call.state == Call::leading)
+    {
+        pollfd ready{m_command.get(), POLLIN, 0};
+        timespec const left = deadline.left();
+        int const count = ::ppoll(&ready, 1, &left, nullptr);
+        if (count == 0)
+        {
+            return -ETIMEDOUT;
+        }
+        if (count > 0)
+        {
+            int const result = takeReply(call);
+            if (result < 0)
+            {
+                return result;
+            }
+        }
+    }
+    return 0;
+}
+
+int Connection::takeReply(Call& call)
+{
+    ssize_t const received = m_replyReader.receive(m_command.get());
+    if (received == -EAGAIN)
+    {
+        return 0;
+    }
+    bool const sound = received > 0 && m_replyReader.kind() == FrameKind::reply && m_replyReader.resolve(nullptr);
+    if (!sound)
+    {
+        m_replyReader.finish(nullptr);
+        die(received == 0 ? "the service has closed it" : m_replyReader.reason());
+        return call.status < 0 ? call.status : -EPIPE;
+    }
+    FrameHeader const& header = m_replyReader.header();
+    bool const awaited =
+        m_calls.finish(header.call, header.status, [this](MsgData& reply) { m_replyReader.fill(reply, true); });
+    if (!awaited)
+    {
+        unsigned const count = ++m_lateReplies;
+        ORVANE_LOG_WARNING("A reply to 0x%04X came too late and is dropped; %u of this connection so far.",
+                           static_cast<unsigned>(header.msg), count);
+    }
+    m_replyReader.finish(nullptr);
+    return 0;
+}
+
+int Connection::send(FrameWriter& frame, Deadline const& deadline)
+{
+    int const result = frame.plan();
+    if (result != 0)
+    {
+        return result;
+    }
+    return frame.outOfLineCount() == 0 ? transmit(frame, deadline) : sendOutOfLine(frame, deadline);
+}
+
+// One post at a time writes into the ring, so that what it holds lies in the order of the frames.
+int Connection::sendOutOfLine(FrameWriter& frame, Deadline const& deadline)
+{
+    {
+        std::unique_lock<std::mutex> lock(m_bulkMutex);
+        if (!m_bulkFree.wait_until(lock, deadline.at(), [this] { return !m_bulkBusy || m_dead; }))
+        {
+            return -ETIMEDOUT;
+        }
+        if (m_bulkBusy)
+        {
+            return endStatus();
+        }
+        m_bulkBusy = true;
+    }
+    std::uint32_t const head = m_sendRing.head();
+    std::uint32_t inRing = 0;
+    int result = 0;
+    for (int i = 0; i < frame.outOfLineCount() && result >= 0; ++i)
+    {
+        FrameWriter::OutOfLine& value = frame.outOfLine(i);
+        bool const fits = value.length <= SharedRing::kLargestBlock - inRing;
+        inRing += fits ? static_cast<std::uint32_t>(padded(value.length)) : 0;
+        result = fits ? placeInRing(value, deadline) : frame.placeInDescriptor(value);
+    }
+    if (result >= 0)
+    {
+        result = transmit(frame, deadline);
+    }
+    if (result < 0)
+    {
+        m_sendRing.rewind(head);
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_bulkMutex);
+        m_bulkBusy = false;
+    }
+    m_bulkFree.notify_one();
+    return result;
+}
+
+int Connection::placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadline)
+{
+    std::uint32_t position = 0;
+    while (!m_sendRing.reserve(value.length, position))
+    {
+        if (m_dead)
+        {
+            return endStatus();
+        }
+        int const left = deadline.milliseconds();
+        if (left == 0)
+        {
+            return -ETIMEDOUT;
+        }
+        m_sendRing.waitForRoom(value.length, std::min(left, kRingWait));
+    }
+    m_sendRing.write(position, value.data, value.length);
+    m_sendRing.commit(position, value.length);
+    value.storage = Storage::ring;
+    value.place = position;
+    return 0;
+}
+
+int Connection::transmit(FrameWriter& frame, Deadline const& deadline)
+{
+    for (;;)
+    {
+        ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+        if (sent >= 0)
+        {
+            return static_cast<int>(sent);
+        }
+        if (sent == -EPIPE || sent == -ECONNRESET || sent == -ENOTCONN)
+        {
+            die("the service has closed it");
+            return endStatus();
+        }
+        if (sent != -EAGAIN)
+        {
+            return static_cast<int>(sent);
+        }
+        pollfd room{m_command.get(), POLLOUT, 0};
+        timespec const left = deadline.left();
+        if (::ppoll(&room, 1, &left, nullptr) == 0)
+        {
+            return -ETIMEDOUT;
+        }
+    }
+}
+
+} // namespace tz::orvane::mdt

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// The receive thread of a process.
+#pragma once
+
+#include "mdtc_connection.h"
+#include "unique_fd.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace tz::orvane::mdt
+{
+
+/// Reads the event sockets of all connections and calls their callbacks. Runs as long as there are connections: the
+/// last one's removal ends it. Owned by its thread and by whoever adds connections.
+class Receiver : public std::enable_shared_from_this<Receiver>
+{
+public:
+    /// @param previous the receiver before this one, which finishes its callback first; may be null
+    /// @return 0 or a negative errno value
+    int start(std::shared_ptr<Receiver> previous);
+
+    /// @return 0 or a negative errno value
+    int add(std::shared_ptr<Connection> connection);
+
+    /// Forgets a connection; a callback of it that is running goes on. @return false when it was the last one: the
+    /// receiver has then begun to end
+    bool remove(Connection const& connection);
+
+    /// Around a fork, so that the copy is not in the middle of a change.
+    void lock() { m_mutex.lock(); }
+    void unlock() { m_mutex.unlock(); }
+
+    /// Closes the descriptors: at the end, or in a copy that a fork made, whose thread does not exist. Locked.
+    void abandon();
+
+private:
+    void run();
+    bool ended();
+    std::shared_ptr<Connection> find(std::uint64_t serial);
+
+    platform::UniqueFd m_epoll;
+    platform::UniqueFd m_wake;
+    std::mutex m_mutex;
+    std::condition_variable m_finishedChanged;
+    std::unordered_map<std::uint64_t, std::shared_ptr<Connection>> m_connections;
+    std::uint64_t m_lastSerial = 0;
+    bool m_ending = false;
+    bool m_finished = false;
+};
+
+} // namespace tz::orvane::mdt

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: Apache-2.0
+// One client of a service, seen from the service.
+#include "mdts_client.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+#include <utility>
+
+namespace tz::orvane::mdt
+{
+
+namespace
+{
+
+// What the opening frame brings, in this order.
+constexpr std::size_t kEventEnd = 0;
+constexpr std::size_t kClientsRing = 1;
+constexpr std::size_t kServicesRing = 2;
+constexpr std::size_t kHelloDescriptors = 3;
+constexpr int kHelloName = 0;
+constexpr int kHelloFlags = 1;
+constexpr int kHelloHeldIds = 5;
+constexpr std::size_t kLongestName = 255;
+
+std::string printable(char const* text)
+{
+    std::string name(text, ::strnlen(text, kLongestName));
+    for (char& character : name)
+    {
+        if (std::iscntrl(static_cast<unsigned char>(character)) != 0)
+        {
+            character = '?';
+        }
+    }
+    return name;
+}
+
+bool isEventSocket(int fd)
+{
+    int domain = 0;
+    int type = 0;
+    socklen_t length = sizeof domain;
+    return ::getsockopt(fd, SOL_SOCKET, SO_DOMAIN, &domain, &length) == 0 &&
+           ::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && domain == AF_UNIX && type == SOCK_SEQPACKET;
+}
+
+} // namespace
+
+int FrameQueue::push(FrameWriter& frame)
+{
+    Frame queued{frame.flatten(), {}, frame.size()};
+    for (int i = 0; i < frame.outOfLineCount(); ++i)
+    {
+        queued.cost += frame.outOfLine(i).length;
+    }
+    int const result = frame.duplicateDescriptors(queued.descriptors);
+    if (result == 0)
+    {
+        m_bytes += queued.cost;
+        m_frames.push_back(std::move(queued));
+    }
+    return result;
+}
+
+int FrameQueue::flush(int socket)
+{
+    while (!m_frames.empty())
+    {
+        Frame& frame = m_frames.front();
+        int descriptors[kMaxDescriptors];
+        int count = 0;
+        for (platform::UniqueFd const& descriptor : frame.descriptors)
+        {
+            descriptors[count++] = descriptor.get();
+        }
+        iovec part{frame.bytes.data(), frame.bytes.size()};
+        ssize_t const sent = sendFrame(socket, &part, 1, descriptors, count, MSG_DONTWAIT);
+        if (sent < 0)
+        {
+            return sent == -EAGAIN ? 0 : static_cast<int>(sent);
+        }
+        m_bytes -= frame.cost;
+        m_frames.pop_front();
+    }
+    return 0;
+}
+
+ServiceClient::ServiceClient(int socket, MdtsPeer const& peer, std::uint64_t serial, std::size_t queueLimit)
+    : m_command(socket)
+    , m_peer(peer)
+    , m_serial(serial)
+    , m_queueLimit(queueLimit)
+{
+}
+
+ssize_t ServiceClient::receive()
+{
+    ssize_t const received = m_reader.receive(m_command.get());
+    return received > 0 && !m_reader.resolve(ring()) ? -EPROTO : received;
+}
+
+int ServiceClient::introduce(std::vector<int>& heldIds)
+{
+    if (m_reader.kind() != FrameKind::hello || m_reader.descriptorCount() != kHelloDescriptors)
+    {
+        return -EPROTO;
+    }
+    MsgData hello;
+    m_reader.fill(hello, false);
+    auto const* const name = static_cast<char const*>(hello.read(kHelloName));
+    auto const* const flags = static_cast<std::uint32_t const*>(hello.read(kHelloFlags));
+    void* held = nullptr;
+    int heldBytes = 0;
+    if (name == nullptr || flags == nullptr || hello.argType(kHelloName) != MsgArgType::string ||
+        hello.argType(kHelloFlags) != MsgArgType::uint32 || hello.read(kHelloHeldIds, &held, &heldBytes) != 0)
+    {
+        return -EPROTO;
+    }
+    m_peer.name = printable(name);
+    m_peer.flags = *flags;
+    heldIds.resize(static_cast<std::size_t>(heldBytes) / sizeof(int));
+    if (!heldIds.empty())
+    {
+        std::memcpy(heldIds.data(), held, heldIds.size() * sizeof(int));
+    }
+    platform::UniqueFd event = m_reader.takeDescriptor(kEventEnd);
+    if (!isEventSocket(event.get()))
+    {
+        return -EPROTO;
+    }
+    int result = m_receiveRing.attach(m_reader.takeDescriptor(kClientsRing).get());
+    if (result == 0)
+    {
+        result = m_sendRing.attach(m_reader.takeDescriptor(kServicesRing).get());
+    }
+    if (result == 0)
+    {
+        m_event = std::move(event);
+        m_introduced = true;
+    }
+    return result;
+}
+
+int ServiceClient::greet(int status)
+{
+    MsgData const greeting(m_peer.cnid, 0, 0, 0);
+    FrameWriter frame(FrameKind::helloReply, greeting);
+    frame.header().status = status;
+    return send(frame, m_command.get(), m_replies, nullptr);
+}
+
+int ServiceClient::sendReply(FrameHeader const& envelope, MsgData const& arguments)
+{
+    FrameWriter frame(FrameKind::reply, arguments);
+    FrameHeader& header = frame.header();
+    header.pid = envelope.pid;
+    header.uid = envelope.uid;
+    header.msg = envelope.msg;
+    header.type = envelope.type;
+    header.status = envelope.status;
+    header.call = envelope.call;
+    header.sequence = ++m_sequence;
+    return send(frame, m_command.get(), m_replies, nullptr);
+}
+
+int ServiceClient::sendEvent(MsgData const& event)
+{
+    FrameWriter frame(FrameKind::event, event);
+    frame.header().sequence = ++m_sequence;
+    return send(frame, m_event.get(), m_events, &m_sendRing);
+}
+
+int ServiceClient::send(FrameWriter& frame, int socket, FrameQueue& queue, SharedRing* ring)
+{
+    int result = frame.plan();
+    for (int i = 0; i < frame.outOfLineCount() && result == 0; ++i)
+    {
+        FrameWriter::OutOfLine& value = frame.outOfLine(i);
+        std::uint32_t position = 0;
+        if (ring != nullptr && value.length <= SharedRing::kLargestBlock && ring->reserve(value.length, position))
+        {
+            ring->write(position, value.data, value.length);
+            ring->commit(position, value.length);
+            value.storage = Storage::ring;
+            value.place = position;
+        }
+        else
+        {
+            result = frame.placeInDescriptor(value);
+        }
+    }
+    if (result != 0)
+    {
+        return result;
+    }
+    if (queue.empty())
+    {
+        ssize_t const sent = frame.send(socket, MSG_DONTWAIT);
+        if (sent != -EAGAIN)
+        {
+            return sent < 0 ? static_cast<int>(sent) : 0;
+        }
+    }
+    result = queue.push(frame);
+    return result == 0 && queue.bytes() > m_queueLimit ? -ENOBUFS : result;
+}
+
+} // namespace tz::orvane::mdt

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+// The messenger's own view of a message.
+#pragma once
+
+#include "frame.h"
+#include "orvane/platform/mdt_msg_data.h"
+
+namespace tz::orvane::mdt::detail
+{
+
+/// One argument of a message: where its header and its value are.
+struct MsgArgument
+{
+    MsgArgType kind = MsgArgType::none;
+    Storage storage = Storage::inlined;
+    std::uint32_t length = 0;
+    std::size_t offset = 0; ///< of its header in the message's bytes
+    std::size_t end = 0;    ///< of its stored bytes
+    unsigned char* value = nullptr;
+};
+
+struct MsgAccess
+{
+    static unsigned char const* bytes(MsgData const& msg) { return msg.m_bytes; }
+    static std::size_t size(MsgData const& msg) { return msg.m_size; }
+    static std::size_t valueBytes(MsgData const& msg) { return msg.m_valueBytes; }
+    static int referenceCount(MsgData const& msg) { return msg.m_referenceCount; }
+
+    /// Reads the argument whose header stands at an offset.
+    static MsgArgument argumentAt(unsigned char* bytes, std::size_t offset);
+
+    /// Takes over header fields and arguments of a received frame. `own` copies everything, so that the message may
+    /// outlive the receiver's buffer; otherwise it refers to it.
+    static void assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size, bool own);
+};
+
+} // namespace tz::orvane::mdt::detail

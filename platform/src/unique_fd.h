@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// Owner of one descriptor.
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+namespace tz::orvane::platform
+{
+
+/// Closes its descriptor at the end.
+class UniqueFd
+{
+public:
+    UniqueFd() = default;
+    explicit UniqueFd(int fd)
+        : m_fd(fd)
+    {
+    }
+    UniqueFd(UniqueFd&& other) noexcept
+        : m_fd(std::exchange(other.m_fd, -1))
+    {
+    }
+    UniqueFd& operator=(UniqueFd&& other) noexcept
+    {
+        reset(std::exchange(other.m_fd, -1));
+        return *this;
+    }
+    ~UniqueFd() { reset(); }
+
+    int get() const { return m_fd; }
+    explicit operator bool() const { return m_fd >= 0; }
+    int release() { return std::exchange(m_fd, -1); }
+
+    void reset(int fd = -1)
+    {
+        if (m_fd >= 0)
+        {
+            ::close(m_fd);
+        }
+        m_fd = fd;
+    }
+
+private:
+    int m_fd = -1;
+};
+
+} // namespace tz::orvane::platform
