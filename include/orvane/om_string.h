@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+// The string type of the whole API.
+#pragma once
+
+#include <string>
+
+namespace tz::orvane::om
+{
+
+using OmString = std::string;
+
+} // namespace tz::orvane::om
