@@ -5,6 +5,8 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <utility>
 
@@ -88,16 +90,16 @@ int FrameQueue::flush(int socket)
 }
 
 ServiceClient::ServiceClient(int socket, MdtsPeer const& peer, std::uint64_t serial, std::size_t queueLimit)
-    : m_command(socket)
-    , m_peer(peer)
+    : m_peer(peer)
     , m_serial(serial)
     , m_queueLimit(queueLimit)
 {
+    m_commands.socket.reset(socket);
 }
 
 ssize_t ServiceClient::receive()
 {
-    ssize_t const received = m_reader.receive(m_command.get());
+    ssize_t const received = m_reader.receive(commandSocket());
     return received > 0 && !m_reader.resolve(ring()) ? -EPROTO : received;
 }
 
@@ -137,7 +139,7 @@ int ServiceClient::introduce(std::vector<int>& heldIds)
     }
     if (result == 0)
     {
-        m_event = std::move(event);
+        m_events.socket = std::move(event);
         m_introduced = true;
     }
     return result;
@@ -148,7 +150,7 @@ int ServiceClient::greet(int status)
     MsgData const greeting(m_peer.cnid, 0, 0, 0);
     FrameWriter frame(FrameKind::helloReply, greeting);
     frame.header().status = status;
-    return send(frame, m_command.get(), m_replies, nullptr);
+    return send(frame, m_commands, nullptr);
 }
 
 int ServiceClient::sendReply(FrameHeader const& envelope, MsgData const& arguments)
@@ -162,49 +164,62 @@ int ServiceClient::sendReply(FrameHeader const& envelope, MsgData const& argumen
     header.status = envelope.status;
     header.call = envelope.call;
     header.sequence = ++m_sequence;
-    return send(frame, m_command.get(), m_replies, nullptr);
+    return send(frame, m_commands, nullptr);
 }
 
 int ServiceClient::sendEvent(MsgData const& event)
 {
     FrameWriter frame(FrameKind::event, event);
     frame.header().sequence = ++m_sequence;
-    return send(frame, m_event.get(), m_events, &m_sendRing);
+    return send(frame, m_events, &m_sendRing);
 }
 
-int ServiceClient::send(FrameWriter& frame, int socket, FrameQueue& queue, SharedRing* ring)
+int ServiceClient::place(FrameWriter& frame, FrameWriter::OutOfLine& value, Outlet& outlet, SharedRing* ring) const
+{
+    std::uint32_t position = 0;
+    if (ring != nullptr && value.length <= SharedRing::kLargestBlock && ring->reserve(value.length, position))
+    {
+        ring->write(position, value.data, value.length);
+        ring->commit(position, value.length);
+        value.storage = Storage::ring;
+        value.place = position;
+        return 0;
+    }
+    // A single large value may pass, but a client that reads nothing must not pile them up.
+    int unread = 0;
+    if (::ioctl(outlet.socket.get(), SIOCOUTQ, &unread) == 0 && unread == 0)
+    {
+        outlet.unreadBytes = 0;
+    }
+    if (outlet.unreadBytes > 0 && outlet.unreadBytes + value.length > m_queueLimit)
+    {
+        return -ENOBUFS;
+    }
+    outlet.unreadBytes += value.length;
+    return frame.placeInDescriptor(value);
+}
+
+int ServiceClient::send(FrameWriter& frame, Outlet& outlet, SharedRing* ring)
 {
     int result = frame.plan();
     for (int i = 0; i < frame.outOfLineCount() && result == 0; ++i)
     {
-        FrameWriter::OutOfLine& value = frame.outOfLine(i);
-        std::uint32_t position = 0;
-        if (ring != nullptr && value.length <= SharedRing::kLargestBlock && ring->reserve(value.length, position))
-        {
-            ring->write(position, value.data, value.length);
-            ring->commit(position, value.length);
-            value.storage = Storage::ring;
-            value.place = position;
-        }
-        else
-        {
-            result = frame.placeInDescriptor(value);
-        }
+        result = place(frame, frame.outOfLine(i), outlet, ring);
     }
     if (result != 0)
     {
         return result;
     }
-    if (queue.empty())
+    if (outlet.queue.empty())
     {
-        ssize_t const sent = frame.send(socket, MSG_DONTWAIT);
+        ssize_t const sent = frame.send(outlet.socket.get(), MSG_DONTWAIT);
         if (sent != -EAGAIN)
         {
             return sent < 0 ? static_cast<int>(sent) : 0;
         }
     }
-    result = queue.push(frame);
-    return result == 0 && queue.bytes() > m_queueLimit ? -ENOBUFS : result;
+    result = outlet.queue.push(frame);
+    return result == 0 && outlet.queue.bytes() > m_queueLimit ? -ENOBUFS : result;
 }
 
 } // namespace tz::orvane::mdt

@@ -48,13 +48,13 @@ public:
     ServiceClient(int socket, MdtsPeer const& peer, std::uint64_t serial, std::size_t queueLimit);
 
     std::uint64_t serial() const { return m_serial; }
-    int commandSocket() const { return m_command.get(); }
-    int eventSocket() const { return m_event.get(); }
+    int commandSocket() const { return m_commands.socket.get(); }
+    int eventSocket() const { return m_events.socket.get(); }
     MdtsPeer& peer() { return m_peer; }
     bool introduced() const { return m_introduced; }
-    std::size_t queuedBytes() const { return m_replies.bytes() + m_events.bytes(); }
-    bool repliesWait() const { return !m_replies.empty(); }
-    bool eventsWait() const { return !m_events.empty(); }
+    std::size_t queuedBytes() const { return m_commands.queue.bytes() + m_events.queue.bytes(); }
+    bool repliesWait() const { return !m_commands.queue.empty(); }
+    bool eventsWait() const { return !m_events.queue.empty(); }
 
     /// What the loop waits for on the two sockets, besides commands.
     bool repliesArmed = false;
@@ -75,14 +75,23 @@ public:
 
     int sendReply(FrameHeader const& envelope, MsgData const& arguments);
     int sendEvent(MsgData const& event);
-    int flushReplies() { return m_replies.flush(m_command.get()); }
-    int flushEvents() { return m_events.flush(m_event.get()); }
+    int flushReplies() { return m_commands.queue.flush(m_commands.socket.get()); }
+    int flushEvents() { return m_events.queue.flush(m_events.socket.get()); }
 
 private:
-    int send(FrameWriter& frame, int socket, FrameQueue& queue, SharedRing* ring);
+    /// One way to the client: its socket, what waits for room there, and how much memory of ours it has not taken yet.
+    struct Outlet
+    {
+        platform::UniqueFd socket;
+        FrameQueue queue;
+        std::size_t unreadBytes = 0; ///< in descriptors sent since the client was last seen to have read everything
+    };
 
-    platform::UniqueFd m_command;
-    platform::UniqueFd m_event;
+    int send(FrameWriter& frame, Outlet& outlet, SharedRing* ring);
+    int place(FrameWriter& frame, FrameWriter::OutOfLine& value, Outlet& outlet, SharedRing* ring) const;
+
+    Outlet m_commands;
+    Outlet m_events;
     MdtsPeer m_peer;
     std::uint64_t m_serial;
     std::size_t m_queueLimit;
@@ -91,8 +100,6 @@ private:
     FrameReader m_reader;
     SharedRing m_sendRing;
     SharedRing m_receiveRing;
-    FrameQueue m_replies;
-    FrameQueue m_events;
 };
 
 } // namespace tz::orvane::mdt

@@ -62,6 +62,7 @@ struct MdtsMessenger::State : std::enable_shared_from_this<State>
     void onEventSocket(ClientPtr const& client, std::uint32_t events);
     bool takeMessage(ClientPtr const& client);
     void introduce(ClientPtr const& client);
+    bool isFull(pid_t pid) const;
     int freeCnid(std::vector<int> const& heldIds);
     void settle(ServiceClient& client, int result);
     void end(ServiceClient const& client, char const* reason);
@@ -79,9 +80,9 @@ int MdtsMessenger::State::adopt(int socket)
     {
         return result;
     }
-    auto const ofPeer = std::count_if(clients.begin(), clients.end(),
-                                      [&](auto const& entry) { return entry.second->peer().pid == peer.pid; });
-    if (clients.size() >= static_cast<std::size_t>(limits.connections) || ofPeer >= limits.connectionsPerPeer)
+    // Those beyond the limit get their reason when they introduce themselves; beyond twice the limit there is no room
+    // for that either.
+    if (clients.size() >= 2 * static_cast<std::size_t>(limits.connections))
     {
         ORVANE_LOG_WARNING("Process %d is refused: too many connections.", static_cast<int>(peer.pid));
         return -EUSERS;
@@ -207,7 +208,7 @@ void MdtsMessenger::State::introduce(ClientPtr const& client)
     introductions.erase(timer);
     MdtsPeer& peer = client->peer();
     peer.cnid = freeCnid(heldIds);
-    int const answer = peer.cnid == 0 ? -EUSERS : handler.onConnect(peer);
+    int const answer = peer.cnid == 0 || isFull(peer.pid) ? -EUSERS : handler.onConnect(peer);
     if (answer < 0)
     {
         client->greet(answer);
@@ -224,6 +225,13 @@ void MdtsMessenger::State::introduce(ClientPtr const& client)
         result = client->greet(0);
     }
     settle(*client, result);
+}
+
+bool MdtsMessenger::State::isFull(pid_t pid) const
+{
+    auto const ofPeer = std::count_if(serials.begin(), serials.end(),
+                                      [&](auto const& entry) { return clients.at(entry.second)->peer().pid == pid; });
+    return serials.size() >= static_cast<std::size_t>(limits.connections) || ofPeer >= limits.connectionsPerPeer;
 }
 
 // Ids go round from a start of chance, so that one that a dead connection still uses is not met by accident.
