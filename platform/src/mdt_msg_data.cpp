@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 namespace tz::orvane::mdt
 {
@@ -33,6 +35,49 @@ bool isWhole(MsgArgument const& argument)
     }
 }
 
+// Large messages follow each other: each thread keeps the buffers of its last ones, so that a query that carries a
+// large record allocates nothing once it has been made before.
+class SpareBuffers
+{
+public:
+    /// @return a buffer of at least this size; `capacity` is its size
+    std::unique_ptr<unsigned char[]> take(std::size_t bytes, std::size_t& capacity)
+    {
+        for (Spare& spare : m_spares)
+        {
+            if (spare.capacity >= bytes)
+            {
+                capacity = std::exchange(spare.capacity, 0);
+                return std::move(spare.bytes);
+            }
+        }
+        capacity = bytes;
+        return std::unique_ptr<unsigned char[]>(new unsigned char[bytes]);
+    }
+
+    void give(std::unique_ptr<unsigned char[]> bytes, std::size_t capacity)
+    {
+        Spare& smallest = m_spares[0].capacity <= m_spares[1].capacity ? m_spares[0] : m_spares[1];
+        if (capacity <= kLargestKept && capacity > smallest.capacity)
+        {
+            smallest = {std::move(bytes), capacity};
+        }
+    }
+
+private:
+    static constexpr std::size_t kLargestKept = 64 * 1024;
+
+    struct Spare
+    {
+        std::unique_ptr<unsigned char[]> bytes;
+        std::size_t capacity = 0;
+    };
+
+    Spare m_spares[2]; // of a query and its reply
+};
+
+thread_local SpareBuffers t_spares;
+
 } // namespace
 
 MsgData::MsgData() = default;
@@ -45,7 +90,13 @@ MsgData::MsgData(int const& pid, int const& uid, int const& msg, int const& type
 {
 }
 
-MsgData::~MsgData() = default;
+MsgData::~MsgData()
+{
+    if (m_heap != nullptr)
+    {
+        t_spares.give(std::move(m_heap), m_heapCapacity);
+    }
+}
 
 unsigned char* MsgData::append(MsgArgType kind, int storage, std::size_t length, std::size_t stored)
 {
@@ -56,12 +107,17 @@ unsigned char* MsgData::append(MsgArgType kind, int storage, std::size_t length,
     }
     if (needed > m_capacity)
     {
-        std::size_t const capacity = std::max(needed, 2 * m_capacity);
-        std::unique_ptr<unsigned char[]> larger(new unsigned char[capacity]);
+        std::size_t capacity = 0;
+        std::unique_ptr<unsigned char[]> larger = t_spares.take(std::max(needed, 2 * m_capacity), capacity);
         std::memcpy(larger.get(), m_bytes, m_size);
-        m_heap = std::move(larger);
+        m_heap.swap(larger);
+        if (larger != nullptr)
+        {
+            t_spares.give(std::move(larger), m_heapCapacity);
+        }
         m_bytes = m_heap.get();
         m_capacity = capacity;
+        m_heapCapacity = capacity;
     }
     ArgHeader const header{static_cast<std::uint8_t>(kind), static_cast<Storage>(storage), 0,
                            static_cast<std::uint32_t>(length)};

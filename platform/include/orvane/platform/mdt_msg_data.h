@@ -126,6 +126,7 @@ private:
     std::size_t m_capacity = kInlineBytes;
     unsigned char* m_bytes = m_inline; ///< arguments as they travel, in m_inline, m_heap or a receiver's buffer
     std::unique_ptr<unsigned char[]> m_heap;
+    std::size_t m_heapCapacity = 0;
     alignas(8) unsigned char m_inline[kInlineBytes];
 };
 
