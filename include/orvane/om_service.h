@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+// Meanings that the reference media service gives to numbers and keys of the API; see docs/service.md.
+#pragma once
+
+#include <cstdint>
+
+namespace tz::orvane::om
+{
+
+/// Flags of OmIMediaPlayer::prepare.
+enum om_prepare_flag_e : unsigned int
+{
+    OM_PREPARE_DEFAULT = 0,    ///< open and show the first picture
+    OM_PREPARE_AUTO_START = 1, ///< play as soon as it is open
+    OM_PREPARE_PUSH = 2,       ///< the application feeds container data with pushData; the URI is only a name
+};
+
+// Keys of the property group of OmIMediaPlayer::prepare, and of the third buffer of openEsMedia, which is a group's
+// image or empty. Numbers are decimal text.
+inline constexpr char OM_PREPARE_KEY_PLAYTIME_INTERVAL[] = "playtime-interval-ms"; ///< 0: no reports; default 250
+inline constexpr char OM_PREPARE_KEY_TIMEOUT[] = "timeout-ms";    ///< for opening; default 10000, pushed data 30000
+inline constexpr char OM_PREPARE_KEY_USER_AGENT[] = "user-agent"; ///< of http requests
+inline constexpr char OM_PREPARE_KEY_SIZE[] = "size"; ///< bytes of the data that will be pushed; makes it seekable
+
+/// Active-state flags of onStateChanged.
+enum om_act_state_e : int
+{
+    OM_ACT_OPENING = 1,
+    OM_ACT_BUFFERING = 2, ///< playing is wanted and waits for data
+    OM_ACT_SEEKING = 4,
+    OM_ACT_LIVE = 8,
+    OM_ACT_ENDED = 16, ///< all was played
+};
+
+/// Flags of OmIMediaPlayer::seek, numbered as GStreamer numbers its seek flags.
+enum om_seek_flag_e : int
+{
+    OM_SEEK_DEFAULT = 0,      ///< accurate
+    OM_SEEK_ACCURATE = 2,     ///< exactly there
+    OM_SEEK_KEY_UNIT = 4,     ///< at a key frame, faster
+    OM_SEEK_SNAP_BEFORE = 32, ///< with OM_SEEK_KEY_UNIT: the key frame before
+    OM_SEEK_SNAP_AFTER = 64,  ///< with OM_SEEK_KEY_UNIT: the key frame behind
+};
+
+/// Event codes of OmcIMediaPlayerListener::onEvent; the properties are OM_KEY_...
+enum om_event_e : unsigned int
+{
+    OM_EVENT_END_OF_STREAM = 1, ///< all was played
+    OM_EVENT_SEEK_DONE = 2,     ///< "position"
+    OM_EVENT_BUFFERING = 3,     ///< "percent"
+    OM_EVENT_NEED_DATA = 4,     ///< the application may push: "offset" or "stream" and "position"; -1 is "go on"
+    OM_EVENT_ENOUGH_DATA = 5,   ///< the application should wait with pushing; "stream" for elementary streams
+    OM_EVENT_WARNING = 6,       ///< playing goes on: "code" (om_error_e), "text"
+    OM_EVENT_SPEED_CHANGED = 7, ///< "speed"
+};
+
+/// Event codes of OmcIConnectionListener::onEvent.
+enum om_client_event_e : unsigned int
+{
+    OM_CLIENT_EVENT_REFUSED = 1, ///< a command that no object of the connection could take: "code", "command", "text"
+};
+
+// Keys of the properties that events and errors carry.
+inline constexpr char OM_KEY_TEXT[] = "text";         ///< what happened, for a person
+inline constexpr char OM_KEY_COMMAND[] = "command";   ///< name of the operation that was refused
+inline constexpr char OM_KEY_CODE[] = "code";         ///< om_error_e
+inline constexpr char OM_KEY_CODEC[] = "codec";       ///< name of a codec that is missing
+inline constexpr char OM_KEY_POSITION[] = "position"; ///< milliseconds
+inline constexpr char OM_KEY_OFFSET[] = "offset";     ///< bytes
+inline constexpr char OM_KEY_STREAM[] = "stream";     ///< om_stream_type_e
+inline constexpr char OM_KEY_PERCENT[] = "percent";   ///< 0 to 100
+inline constexpr char OM_KEY_SPEED[] = "speed";       ///< om_play_speed_e
+
+// Commands of OmIMediaPlayer::doExtendCommand.
+
+/// What is pushed from now on begins at the byte that "offset" names: the answer to OM_EVENT_NEED_DATA with an offset.
+inline constexpr char OM_COMMAND_PUSH_FROM[] = "push-from";
+
+/// All data were pushed. Not needed where "size" was given.
+inline constexpr char OM_COMMAND_END_OF_DATA[] = "end-of-data";
+
+/// Error codes of OmcIMediaPlayerListener::onError; the property "text" says more.
+///
+/// With "command" the error refuses that operation and all else stays as it was; without it the medium is closed and
+/// the state OM_STATE_NULL follows.
+enum om_error_e : unsigned int
+{
+    OM_ERROR_NONE = 0,
+    OM_ERROR_INTERNAL = 1,           ///< the service's own fault
+    OM_ERROR_NOT_FOUND = 2,          ///< no such file, or the server says 404
+    OM_ERROR_FORBIDDEN = 3,          ///< no permission, or the server says 401 or 403
+    OM_ERROR_CONNECT_FAILED = 4,     ///< no connection to the server: refused, unknown name, TLS
+    OM_ERROR_CONNECTION_LOST = 5,    ///< the connection broke while playing
+    OM_ERROR_SERVER = 6,             ///< the server answered with another error
+    OM_ERROR_TIMED_OUT = 7,          ///< nothing came in time
+    OM_ERROR_UNKNOWN_SCHEME = 8,     ///< nothing plays URIs of this kind
+    OM_ERROR_UNSUPPORTED_FORMAT = 9, ///< not a medium that can be played
+    OM_ERROR_UNSUPPORTED_CODEC = 10, ///< property "codec" names it
+    OM_ERROR_BROKEN_FILE = 11,       ///< damaged or cut off
+    OM_ERROR_KEY_MISSING = 12,       ///< protected, and there is no key
+    OM_ERROR_NOT_SUPPORTED = 13,     ///< this medium or this service cannot do that
+    OM_ERROR_BAD_STATE = 14,         ///< not now: nothing is open, for instance
+    OM_ERROR_BAD_ARGUMENT = 15,
+    OM_ERROR_LIMIT = 16, ///< too many players, too much data
+};
+
+/// Values of om_media_info_t::media_type.
+enum om_media_type_e : std::int32_t
+{
+    OM_MEDIA_TYPE_UNKNOWN = 0,
+    OM_MEDIA_TYPE_VIDEO = 1,
+    OM_MEDIA_TYPE_AUDIO = 2,
+    OM_MEDIA_TYPE_PHOTO = 3,
+};
+
+/// Values of om_stream_info_t::stream_type and om_track_detail_t::track_type.
+enum om_stream_type_e : std::int32_t
+{
+    OM_STREAM_TYPE_UNKNOWN = 0,
+    OM_STREAM_TYPE_VIDEO = 1,
+    OM_STREAM_TYPE_AUDIO = 2,
+    OM_STREAM_TYPE_SUBTITLE = 3,
+};
+
+/// Bits of om_media_info_t::cap_flags.
+enum om_cap_flag_e : std::int32_t
+{
+    OM_CAP_SEEKABLE = 1,
+    OM_CAP_SPEEDABLE = 2,
+    OM_CAP_LIVE = 4,
+};
+
+/// Values of om_media_info_t::hdr_type.
+enum om_hdr_type_e : std::int32_t
+{
+    OM_HDR_TYPE_NONE = 0,
+    OM_HDR_TYPE_PQ = 1, ///< perceptual quantizer: HDR10 and its relatives
+    OM_HDR_TYPE_HLG = 2,
+};
+
+/// First two buffers of openEsMedia: the video and the audio stream that will be pushed. A buffer without bytes says
+/// that there is no such stream. Numbers are little-endian.
+struct om_es_format_t
+{
+    std::int32_t codec;   ///< om_video_codec_e or om_audio_codec_e
+    std::int32_t width;   ///< video: pixels, 0 when the stream says it
+    std::int32_t height;  ///< video: pixels, 0 when the stream says it
+    std::int32_t fps_num; ///< video: frame rate, 0 when not known
+    std::int32_t fps_den;
+    std::int32_t sample_rate; ///< audio: Hz, 0 when the stream says it
+    std::int32_t channels;    ///< audio: 0 when the stream says it
+    std::int32_t reserved;    ///< zero; codec data of the stream, if it has some, follow the record
+};
+static_assert(sizeof(om_es_format_t) == 32);
+
+/// Second buffer of pushEsData. An access unit of 0 bytes with OM_ES_END_OF_STREAM ends its stream. Third (crypto) and
+/// fourth buffer are empty.
+struct om_es_unit_t
+{
+    std::int32_t stream_type;    ///< OM_STREAM_TYPE_VIDEO or OM_STREAM_TYPE_AUDIO
+    std::int32_t flags;          ///< OM_ES_...
+    alignas(8) std::int64_t pts; ///< microseconds
+    std::int64_t dts;            ///< microseconds, -1 when not known
+    std::int64_t duration;       ///< microseconds, -1 when not known
+};
+static_assert(sizeof(om_es_unit_t) == 32);
+
+enum om_es_flag_e : std::int32_t
+{
+    OM_ES_KEY_FRAME = 1,
+    OM_ES_DISCONTINUITY =
+        2, ///< first unit after a seek, which OM_EVENT_NEED_DATA asked for: without it units are dropped
+    OM_ES_END_OF_STREAM = 4,
+};
+
+} // namespace tz::orvane::om

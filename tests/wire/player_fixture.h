@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+// A player by itself, connected to a scripted service, and the check of its one-way commands.
+#pragma once
+
+#include "orvane/omc_mediaplayer.h"
+#include "support/log_capture.h"
+#include "support/message_text.h"
+#include "support/scripted_service.h"
+#include "support/temp_dir.h"
+#include "support/wire_connection.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace tz::orvane::test
+{
+
+inline constexpr unsigned int kPlid = 0x2DEF;
+
+inline constexpr char kStart[] = "Start. cnid=0x1ABC, plid=0x2DEF.";
+
+/// A one-way command of the player.
+struct CommandRow
+{
+    char const* operation;
+    std::function<int(om::OmIMediaPlayer&)> call;
+    char const* message; ///< as textOf gives it
+    std::vector<std::string> entry;
+    char const* success = "Succeeded to send msg or command from client to binder.";
+};
+
+class PlayerFixture : public ::testing::Test
+{
+protected:
+    PlayerFixture()
+    {
+        m_service.settle(kCnid);
+        m_service.forget();
+    }
+
+    /// What has arrived since the last call, as text.
+    std::vector<std::string> sent()
+    {
+        m_service.settle(kCnid);
+        std::vector<std::string> texts;
+        for (RecordedMessage const& message : m_service.messages())
+        {
+            EXPECT_EQ(message.pid, kCnid);
+            texts.push_back(textOf(message));
+        }
+        m_service.forget();
+        return texts;
+    }
+
+    static std::string operationName(char const* operation) { return std::string("OmcMediaPlayer::") + operation; }
+
+    void expectSent(CommandRow const& row)
+    {
+        SCOPED_TRACE(row.operation);
+        LogCapture log;
+        EXPECT_GT(row.call(m_player), 0) << "the messenger's own result: bytes sent";
+        EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
+        std::vector<std::string> lines = row.entry;
+        lines.push_back(row.success);
+        EXPECT_EQ(log.textsOf(operationName(row.operation)), lines);
+        for (LogCapture::Line const& line : log.lines())
+        {
+            if (line.text == row.success)
+            {
+                EXPECT_EQ(line.place, "omc_mediaplayer: " + operationName(row.operation));
+                EXPECT_EQ(line.level, platform::DebugLevel::info);
+            }
+        }
+    }
+
+    /// The connection must be gone.
+    void expectUnsent(CommandRow const& row)
+    {
+        SCOPED_TRACE(row.operation);
+        LogCapture log;
+        EXPECT_EQ(row.call(m_player), -1);
+        std::vector<std::string> lines = row.entry;
+        lines.push_back("Error! Failed to send msg or command from client to binder. ErrorCode=-107.");
+        EXPECT_EQ(log.textsOf(operationName(row.operation)), lines);
+        EXPECT_EQ(log.lines().back().level, platform::DebugLevel::error);
+    }
+
+    SocketDir m_dir;
+    ScriptedService m_service;
+    WireConnection m_connection{m_service};
+    omc::OmcMediaPlayer m_player{kCnid, kPlid};
+};
+
+} // namespace tz::orvane::test
