@@ -2,6 +2,8 @@
 // Receives frames and believes nothing of them.
 #include "frame_reader.h"
 
+#include "socket_calls.h"
+
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
@@ -126,7 +128,7 @@ bool FrameReader::fail(char const* reason)
     return false;
 }
 
-ssize_t FrameReader::receive(int socket)
+ssize_t FrameReader::receive(int socket, bool wait)
 {
     m_descriptors.clear();
     iovec part{m_buffer.get(), kMaxFrameBytes};
@@ -139,13 +141,13 @@ ssize_t FrameReader::receive(int socket)
     ssize_t received = 0;
     do
     {
-        received = ::recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+        received = receiveParts(socket, message, wait ? 0 : MSG_DONTWAIT);
         // A peer that closed with unread data of ours is reported once, in front of what it still had sent.
-    } while (received < 0 && (errno == EINTR || errno == ECONNRESET));
+    } while (received == -ECONNRESET || (received == -EINTR && !wait));
     m_reason = "receiving failed";
     if (received <= 0)
     {
-        return received < 0 ? -errno : 0;
+        return received;
     }
     takeDescriptors(message, m_descriptors);
     char const* fault = nullptr;

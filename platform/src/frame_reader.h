@@ -25,10 +25,11 @@ class FrameReader
 public:
     FrameReader();
 
-    /// Receives one frame, waiting never.
+    /// Receives one frame.
+    /// @param wait as long as the socket's own receive timeout says, or until a signal; otherwise never
     /// @return bytes; 0 at the end of the connection; -EAGAIN when there is nothing; -EPROTO for a malformed frame,
     /// whose fault `reason` then names; another negative errno value
-    ssize_t receive(int socket);
+    ssize_t receive(int socket, bool wait = false);
 
     char const* reason() const { return m_reason; }
     FrameHeader const& header() const

@@ -3,6 +3,7 @@
 #include "frame_writer.h"
 
 #include "shared_ring.h"
+#include "socket_calls.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -94,15 +95,15 @@ int FrameWriter::plan()
 
 int FrameWriter::placeInDescriptor(OutOfLine& value)
 {
-    platform::UniqueFd& block = m_blocks[m_blockCount];
+    platform::UniqueFd block;
     int const result = createBlock(block, value.data, value.length);
     if (result != 0)
     {
         return result;
     }
-    ++m_blockCount;
     value.storage = Storage::memfd;
     value.place = static_cast<std::uint64_t>(addDescriptor(block.get()));
+    m_blocks.push_back(std::move(block));
     return 0;
 }
 
@@ -149,6 +150,17 @@ void FrameWriter::assemble()
 
 ssize_t FrameWriter::send(int socket, int flags)
 {
+    if (m_patchCount == 0 && m_header.descriptorCount == 0)
+    {
+        unsigned char* const frame = detail::MsgAccess::headerRoom(m_msg);
+        std::memcpy(frame, &m_header, sizeof m_header);
+        ssize_t sent = 0;
+        do
+        {
+            sent = sendBytes(socket, frame, m_header.size, flags);
+        } while (sent == -EINTR);
+        return sent;
+    }
     assemble();
     return sendFrame(socket, m_parts, m_partCount, m_descriptors, static_cast<int>(m_header.descriptorCount), flags);
 }
@@ -200,9 +212,9 @@ ssize_t sendFrame(int socket, iovec* parts, int partCount, int const* descriptor
     ssize_t sent = 0;
     do
     {
-        sent = ::sendmsg(socket, &message, flags | MSG_NOSIGNAL);
-    } while (sent < 0 && errno == EINTR);
-    return sent < 0 ? -errno : sent;
+        sent = sendParts(socket, message, flags);
+    } while (sent == -EINTR);
+    return sent;
 }
 
 } // namespace tz::orvane::mdt

@@ -78,11 +78,10 @@ private:
     FrameHeader m_header{};
     Patch m_patches[kMaxReferences + kMaxOutOfLine];
     OutOfLine m_outOfLine[kMaxOutOfLine];
-    platform::UniqueFd m_blocks[kMaxOutOfLine];
+    std::vector<platform::UniqueFd> m_blocks; ///< that this frame has made
     int m_descriptors[kMaxDescriptors];
     int m_patchCount = 0;
     int m_outOfLineCount = 0;
-    int m_blockCount = 0;
     iovec m_parts[kMaxParts];
     int m_partCount = 0;
 };

@@ -108,15 +108,16 @@ unsigned char* MsgData::append(MsgArgType kind, int storage, std::size_t length,
     if (needed > m_capacity)
     {
         std::size_t capacity = 0;
-        std::unique_ptr<unsigned char[]> larger = t_spares.take(std::max(needed, 2 * m_capacity), capacity);
-        std::memcpy(larger.get(), m_bytes, m_size);
+        std::unique_ptr<unsigned char[]> larger =
+            t_spares.take(kHeaderRoom + std::max(needed, 2 * m_capacity), capacity);
+        std::memcpy(larger.get() + kHeaderRoom, m_bytes, m_size);
         m_heap.swap(larger);
         if (larger != nullptr)
         {
             t_spares.give(std::move(larger), m_heapCapacity);
         }
-        m_bytes = m_heap.get();
-        m_capacity = capacity;
+        m_bytes = m_heap.get() + kHeaderRoom;
+        m_capacity = capacity - kHeaderRoom;
         m_heapCapacity = capacity;
     }
     ArgHeader const header{static_cast<std::uint8_t>(kind), static_cast<Storage>(storage), 0,
@@ -388,9 +389,11 @@ void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* a
         msg.m_argCount = static_cast<int>(header.argCount);
         return;
     }
-    if (msg.m_bytes != msg.m_heap.get() && msg.m_bytes != msg.m_inline)
+    bool const isBorrowed = msg.m_bytes != msg.m_inline + MsgData::kHeaderRoom &&
+                            (msg.m_heap == nullptr || msg.m_bytes != msg.m_heap.get() + MsgData::kHeaderRoom);
+    if (isBorrowed)
     {
-        msg.m_bytes = msg.m_inline;
+        msg.m_bytes = msg.m_inline + MsgData::kHeaderRoom;
         msg.m_capacity = MsgData::kInlineBytes;
     }
     for (std::size_t offset = 0; offset < size;)

@@ -15,55 +15,65 @@ std::atomic<std::uint64_t> s_lastId{0};
 
 } // namespace
 
-std::uint64_t CallTable::enter(Call& call)
+void CallTable::enter(Call& call)
 {
     call.id = s_lastId.fetch_add(1, std::memory_order_relaxed) + 1;
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_closedStatus != 0)
     {
-        call.status = m_closedStatus;
-        call.state = Call::done;
-        return call.id;
+        complete(call, m_closedStatus);
+        return;
     }
     call.listed = true;
     call.previous = m_last;
     (m_last != nullptr ? m_last->next : m_first) = &call;
     m_last = &call;
-    return call.id;
+    if (!m_led)
+    {
+        takeLead(call);
+    }
 }
 
-void CallTable::leave(Call& call)
+void CallTable::giveLeadAway(Call& call)
 {
     Call* successor = nullptr;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        unlink(call);
-        if (m_leader != &call)
+        if (!call.leads)
         {
             return;
         }
-        for (successor = m_first; successor != nullptr && !successor->sent; successor = successor->next)
+        successor = passLead(call);
+        if (call.state == Call::leading)
         {
+            call.state = Call::waiting;
         }
-        m_leader = successor;
-        if (successor == nullptr)
-        {
-            return;
-        }
-        successor->state = Call::leading;
     }
-    futexWake(&successor->state, false);
+    wakeUp(successor);
 }
 
 void CallTable::markSent(Call& call)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     call.sent = true;
-    if (m_leader == nullptr && call.state == Call::waiting)
+    if (!m_led && call.state == Call::waiting)
     {
-        m_leader = &call;
-        call.state = Call::leading;
+        takeLead(call);
     }
+}
+
+void CallTable::remove(Call& call)
+{
+    Call* successor = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        unlink(call);
+        if (call.leads)
+        {
+            successor = passLead(call);
+        }
+    }
+    wakeUp(successor);
 }
 
 bool CallTable::sleep(Call& call, Deadline const& deadline)
@@ -88,7 +98,7 @@ void CallTable::finishAll(int status)
     {
         Call& call = *m_first;
         complete(call, status);
-        futexWake(&call.state, false);
+        wakeUp(&call);
     }
 }
 
@@ -102,11 +112,36 @@ Call* CallTable::find(std::uint64_t id)
     return call;
 }
 
+// Last of all the state: with it the caller may go, and the call with him.
 void CallTable::complete(Call& call, int status)
 {
     unlink(call);
     call.status = status;
-    call.state = Call::done; // who led keeps the lead until it leaves
+    call.state = Call::done;
+}
+
+void CallTable::takeLead(Call& call)
+{
+    m_led = true;
+    call.leads = true;
+    call.state = Call::leading;
+}
+
+// Only to a caller whose message has left: one that still waits for room could not read.
+Call* CallTable::passLead(Call& call)
+{
+    call.leads = false;
+    m_led = false;
+    Call* successor = m_first;
+    while (successor != nullptr && (!successor->sent || successor == &call))
+    {
+        successor = successor->next;
+    }
+    if (successor != nullptr)
+    {
+        takeLead(*successor);
+    }
+    return successor;
 }
 
 void CallTable::unlink(Call& call)
@@ -120,6 +155,14 @@ void CallTable::unlink(Call& call)
     call.next = nullptr;
     call.previous = nullptr;
     call.listed = false;
+}
+
+void CallTable::wakeUp(Call* call)
+{
+    if (call != nullptr)
+    {
+        futexWake(&call->state, false);
+    }
 }
 
 } // namespace tz::orvane::mdt

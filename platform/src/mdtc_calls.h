@@ -3,7 +3,6 @@
 #pragma once
 
 #include "deadline.h"
-#include "futex.h"
 #include "orvane/platform/mdt_msg_data.h"
 
 #include <atomic>
@@ -33,6 +32,7 @@ struct Call
     int status = 0; ///< when done: the reply's, or a negative errno value
     bool sent = false;
     bool listed = false;
+    bool leads = false; ///< has the lead, also when it is done already: must hand it on
     std::atomic<std::uint32_t> state{waiting};
     Call* next = nullptr;
     Call* previous = nullptr;
@@ -43,39 +43,47 @@ struct Call
 class CallTable
 {
 public:
-    /// Enters a call before it is sent, so that its reply cannot come too early. @return its id
-    std::uint64_t enter(Call& call);
+    /// Enters a call before it is sent, so that its reply cannot come too early. Who finds nobody leading has the lead
+    /// at once: it sends without waiting for room, or gives the lead away first.
+    void enter(Call& call);
 
-    /// Removes a call whatever became of it and hands the lead on if it had it.
-    void leave(Call& call);
+    /// Gives the lead away, because the caller is going to wait for something else than replies.
+    void giveLeadAway(Call& call);
 
     /// The call's message has left: from now on it may be given the lead. Takes the lead if nobody has it.
     void markSent(Call& call);
+
+    /// Removes a call whatever became of it and hands the lead on if it had it.
+    void leave(Call& call)
+    {
+        // Once it is done nobody else touches it any more: only then may it be looked at without the mutex.
+        if (call.state.load() != Call::done || call.leads)
+        {
+            remove(call);
+        }
+    }
 
     /// Waits until the call leads or is done. @return false when the deadline passed first
     bool sleep(Call& call, Deadline const& deadline);
 
     /// Finishes the call with this id: `store(reply)` runs under the mutex, so that the caller cannot leave meanwhile.
+    /// A call that leads, which is the caller's own, hands the lead on.
     /// @return false when nobody waits for it any more
     template <class Store> bool finish(std::uint64_t id, int status, Store&& store)
     {
-        Call* call = nullptr;
-        bool leads = false;
+        Call* toWake = nullptr;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
-            call = find(id);
+            Call* const call = find(id);
             if (call == nullptr)
             {
                 return false;
             }
             store(call->reply);
-            leads = call == m_leader;
+            toWake = call->leads ? passLead(*call) : call;
             complete(*call, status);
         }
-        if (!leads) // the leader is the one who is here
-        {
-            futexWake(&call->state, false);
-        }
+        wakeUp(toWake);
         return true;
     }
 
@@ -84,13 +92,17 @@ public:
 
 private:
     Call* find(std::uint64_t id);
+    void remove(Call& call);
+    Call* passLead(Call& call);
+    void takeLead(Call& call);
     void complete(Call& call, int status);
     void unlink(Call& call);
+    static void wakeUp(Call* call);
 
     std::mutex m_mutex;
     Call* m_first = nullptr;
     Call* m_last = nullptr;
-    Call* m_leader = nullptr;
+    bool m_led = false;
     int m_closedStatus = 0;
 };
 

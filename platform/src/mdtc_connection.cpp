@@ -35,10 +35,12 @@ int Connection::open(std::string const& path, _MdtInitParCfg_t const& cfg, std::
         return result;
     }
     m_callback = cfg.callback;
-    // Blocking, for the moment of connecting when many do so at once; later everything is done with MSG_DONTWAIT.
+    // Blocking, for the moment of connecting when many do so at once, and for a query that waits the usual time for its
+    // reply; everything else is done with MSG_DONTWAIT.
     m_command.reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     timeval const patience{protocol::kPostTimeout / 1000, 0};
     if (!m_command || ::setsockopt(m_command.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) != 0 ||
+        ::setsockopt(m_command.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) != 0 ||
         ::connect(m_command.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
     {
         return -errno;

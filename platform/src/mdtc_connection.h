@@ -58,8 +58,9 @@ private:
     int sendOutOfLine(FrameWriter& frame, Deadline const& deadline);
     int placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadline);
     int transmit(FrameWriter& frame, Deadline const& deadline);
-    int lead(Call& call, Deadline const& deadline);
-    int takeReply(Call& call);
+    int sendQuery(FrameWriter& frame, Call& call, Deadline const& deadline);
+    int lead(Call& call, Deadline const& deadline, bool wait);
+    int takeReply(Call& call, bool wait);
     void die(char const* reason);
 
     /// What posts give once the connection has ended.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // One connection to a service: commands, queries and their replies.
 #include "mdtc_connection.h"
+#include "om_protocol.h"
 #include "orvane/platform/om_debug.h"
 
 #include <cerrno>
@@ -39,19 +40,22 @@ int Connection::query(MsgData const& msg, MsgData& reply, int timeout)
     Deadline const deadline(timeout);
     Call call(reply);
     FrameWriter frame(FrameKind::query, msg);
-    frame.header().call = m_calls.enter(call);
-    int const sent = send(frame, deadline);
+    m_calls.enter(call);
+    frame.header().call = call.id;
+    int const sent = sendQuery(frame, call, deadline);
     int result = sent;
     if (sent >= 0)
     {
-        m_calls.markSent(call);
+        // Who leads from the beginning has the whole time ahead: when it is the usual one, which is the socket's own,
+        // the receive itself waits, and a system call is saved.
+        bool const wholeTime = !call.sent && timeout == protocol::kPostTimeout;
         if (!m_calls.sleep(call, deadline))
         {
             result = -ETIMEDOUT;
         }
         else if (call.state == Call::leading)
         {
-            result = lead(call, deadline);
+            result = lead(call, deadline, wholeTime);
         }
         if (result >= 0)
         {
@@ -62,34 +66,59 @@ int Connection::query(MsgData const& msg, MsgData& reply, int timeout)
     return result;
 }
 
+// Most queries find nobody leading and room in the socket: they keep the lead that they have entered with.
+int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadline)
+{
+    int result = frame.plan();
+    if (result != 0)
+    {
+        return result;
+    }
+    if (call.state == Call::leading && frame.outOfLineCount() == 0)
+    {
+        ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+        if (sent >= 0)
+        {
+            return static_cast<int>(sent);
+        }
+    }
+    m_calls.giveLeadAway(call);
+    result = frame.outOfLineCount() == 0 ? transmit(frame, deadline) : sendOutOfLine(frame, deadline);
+    if (result >= 0)
+    {
+        m_calls.markSent(call);
+    }
+    return result;
+}
+
 // The caller that leads reads until its own reply has come; `leave` then hands the lead on.
-int Connection::lead(Call& call, Deadline const& deadline)
+int Connection::lead(Call& call, Deadline const& deadline, bool wait)
 {
     while (call.state == Call::leading)
     {
-        pollfd ready{m_command.get(), POLLIN, 0};
-        timespec const left = deadline.left();
-        int const count = ::ppoll(&ready, 1, &left, nullptr);
-        if (count == 0)
+        if (!wait)
         {
-            return -ETIMEDOUT;
-        }
-        if (count > 0)
-        {
-            int const result = takeReply(call);
-            if (result < 0)
+            pollfd ready{m_command.get(), POLLIN, 0};
+            timespec const left = deadline.left();
+            if (::ppoll(&ready, 1, &left, nullptr) == 0)
             {
-                return result;
+                return -ETIMEDOUT;
             }
         }
+        int const result = takeReply(call, wait);
+        if (result < 0)
+        {
+            return result;
+        }
+        wait = false;
     }
     return 0;
 }
 
-int Connection::takeReply(Call& call)
+int Connection::takeReply(Call& call, bool wait)
 {
-    ssize_t const received = m_replyReader.receive(m_command.get());
-    if (received == -EAGAIN)
+    ssize_t const received = m_replyReader.receive(m_command.get(), wait);
+    if (received == -EAGAIN || received == -EINTR)
     {
         return 0;
     }

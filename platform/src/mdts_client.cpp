@@ -174,6 +174,12 @@ int ServiceClient::sendEvent(MsgData const& event)
     return send(frame, m_events, &m_sendRing);
 }
 
+void ServiceClient::hangUp()
+{
+    m_commands.socket.reset();
+    m_events.socket.reset();
+}
+
 int ServiceClient::place(FrameWriter& frame, FrameWriter::OutOfLine& value, Outlet& outlet, SharedRing* ring) const
 {
     std::uint32_t position = 0;

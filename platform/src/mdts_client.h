@@ -75,6 +75,9 @@ public:
 
     int sendReply(FrameHeader const& envelope, MsgData const& arguments);
     int sendEvent(MsgData const& event);
+    /// Closes the sockets, whoever still holds this object.
+    void hangUp();
+
     int flushReplies() { return m_commands.queue.flush(m_commands.socket.get()); }
     int flushEvents() { return m_events.queue.flush(m_events.socket.get()); }
 

@@ -14,7 +14,6 @@
 #include <map>
 #include <set>
 #include <sys/epoll.h>
-#include <sys/socket.h>
 #include <utility>
 
 namespace tz::orvane::mdt
@@ -68,7 +67,7 @@ struct MdtsMessenger::State : std::enable_shared_from_this<State>
     void end(ServiceClient const& client, char const* reason);
     ClientPtr find(int cnid) const;
 
-    bool present(ServiceClient const& client) const { return clients.count(client.serial()) != 0; }
+    static bool present(ServiceClient const& client) { return client.commandSocket() >= 0; }
 };
 
 int MdtsMessenger::State::adopt(int socket)
@@ -324,7 +323,7 @@ void MdtsMessenger::State::end(ServiceClient const& client, char const* reason)
     {
         loop.unwatch(gone->eventSocket());
     }
-    ::shutdown(gone->commandSocket(), SHUT_RDWR);
+    gone->hangUp();
     if (cnid != 0)
     {
         // Later, because the handler may be in the middle of something that posts to this client.

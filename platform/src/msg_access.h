@@ -21,7 +21,13 @@ struct MsgArgument
 
 struct MsgAccess
 {
+    static_assert(MsgData::kHeaderRoom == sizeof(FrameHeader));
+
     static unsigned char const* bytes(MsgData const& msg) { return msg.m_bytes; }
+
+    /// Where the header of a frame goes so that it stands in front of the arguments.
+    static unsigned char* headerRoom(MsgData const& msg) { return msg.m_bytes - MsgData::kHeaderRoom; }
+
     static std::size_t size(MsgData const& msg) { return msg.m_size; }
     static std::size_t valueBytes(MsgData const& msg) { return msg.m_valueBytes; }
     static int referenceCount(MsgData const& msg) { return msg.m_referenceCount; }

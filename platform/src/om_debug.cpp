@@ -19,10 +19,8 @@ namespace tz::orvane::platform
 namespace
 {
 
-constexpr int kLevelUnset = -1;
+constexpr int kLevelUnset = static_cast<int>(DebugLevel::trace) + 1;
 constexpr char const* kLevelNames[] = {"off", "error", "warning", "info", "debug", "trace"};
-
-std::atomic<int> s_level{kLevelUnset};
 
 // Readers are the threads that put out a line, the writer is setDebugSink: it returns when no line is on its way.
 std::shared_mutex s_sinkMutex;
@@ -102,20 +100,27 @@ private:
 
 } // namespace
 
-bool debugEnabled(DebugLevel level)
+namespace detail
 {
-    int current = s_level.load(std::memory_order_relaxed);
+
+std::atomic<int> g_debugLevel{kLevelUnset};
+
+bool debugEnabledNow(DebugLevel level)
+{
+    int current = g_debugLevel.load(std::memory_order_relaxed);
     if (current == kLevelUnset)
     {
         int const fromEnvironment = levelFromEnvironment();
-        current = s_level.compare_exchange_strong(current, fromEnvironment) ? fromEnvironment : current;
+        current = g_debugLevel.compare_exchange_strong(current, fromEnvironment) ? fromEnvironment : current;
     }
     return static_cast<int>(level) <= current && level != DebugLevel::off;
 }
 
+} // namespace detail
+
 void setDebugLevel(DebugLevel level)
 {
-    s_level.store(static_cast<int>(level), std::memory_order_relaxed);
+    detail::g_debugLevel.store(static_cast<int>(level), std::memory_order_relaxed);
 }
 
 void setDebugSink(DebugSink sink, void* context)

@@ -526,8 +526,9 @@ TEST_F(MessengerFaults, aClientWithoutDescriptorsFailsCleanly)
                 TestConnection second;
                 connected = second.result() == 0;
                 lowest = std::min(lowest, second.result());
+                // The service lives in this process: it may find none left either, and answer nothing.
                 EXPECT_TRUE(connected || second.result() == -EMFILE || second.result() == -EPIPE ||
-                            second.result() == -EPROTO)
+                            second.result() == -EPROTO || second.result() == -ETIMEDOUT)
                     << second.result();
             }
             ::setrlimit(RLIMIT_NOFILE, &before);

@@ -15,8 +15,14 @@ namespace tz::orvane::test
 namespace
 {
 
+constexpr int kGreet = 0x7777;
+
 void answer(mdt::MdtsMessenger& messenger, platform::EventLoop&, mdt::MsgData& msg, mdt::MdtsCall const& call)
 {
+    if (msg.readMsg() == kGreet)
+    {
+        messenger.postEvent(mdt::MsgData(call.cnid(), 0, kGreet, 1));
+    }
     if (!call.wantsReply())
     {
         return;
@@ -38,6 +44,13 @@ void answer(mdt::MdtsMessenger& messenger, platform::EventLoop&, mdt::MsgData& m
 class PlayerAllocations : public ::testing::Test
 {
 protected:
+    // What the receive thread sets up for itself must be there before anything is counted.
+    PlayerAllocations()
+    {
+        EXPECT_GT(mdt::MdtcMessenger::GetInstance().postMsg(mdt::MsgData(m_connection.cnid(), 0, kGreet, 1), 5000), 0);
+        m_connection.waitForEvents(1);
+    }
+
     ~PlayerAllocations() override { bench::countAllocations(nullptr); }
 
     template <class Work> void expectNone(Work work)

@@ -29,7 +29,7 @@ struct MsgAccess;
 struct MsgArgument;
 } // namespace detail
 
-/// One message, to be sent or received. Not for use by two threads at once.
+/// One message, to be sent or received. Not for use by two threads at once, posting included.
 ///
 /// Arguments follow each other in the order of writing. A message can be read while it is being built. Small messages
 /// live inside the object; nothing is allocated for them. Writing to a received message, or changing the value behind
@@ -106,6 +106,7 @@ public:
 private:
     friend struct detail::MsgAccess;
 
+    static constexpr std::size_t kHeaderRoom = 64; ///< in front of the arguments, for the frame's header
     static constexpr std::size_t kInlineBytes = 512;
 
     unsigned char* append(MsgArgType kind, int storage, std::size_t length, std::size_t stored);
@@ -124,10 +125,11 @@ private:
     std::size_t m_valueBytes = 0; ///< of all arguments, wherever they are
     std::size_t m_size = 0;
     std::size_t m_capacity = kInlineBytes;
-    unsigned char* m_bytes = m_inline; ///< arguments as they travel, in m_inline, m_heap or a receiver's buffer
+    unsigned char* m_bytes =
+        m_inline + kHeaderRoom; ///< arguments as they travel, in m_inline, m_heap or a receiver's buffer
     std::unique_ptr<unsigned char[]> m_heap;
     std::size_t m_heapCapacity = 0;
-    alignas(8) unsigned char m_inline[kInlineBytes];
+    alignas(8) unsigned char m_inline[kHeaderRoom + kInlineBytes];
 };
 
 } // namespace tz::orvane::mdt

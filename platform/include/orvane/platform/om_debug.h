@@ -4,6 +4,8 @@
 
 #include "orvane/om_export.h"
 
+#include <atomic>
+
 namespace tz::orvane::platform
 {
 
@@ -18,8 +20,18 @@ enum class DebugLevel : int
     trace
 };
 
-/// @return whether lines of this level are put out. One relaxed atomic load. Any thread.
-ORVANE_API bool debugEnabled(DebugLevel level);
+namespace detail
+{
+extern ORVANE_API std::atomic<int> g_debugLevel; ///< above every level until the environment has been asked
+ORVANE_API bool debugEnabledNow(DebugLevel level);
+} // namespace detail
+
+/// @return whether lines of this level are put out. One relaxed load and a branch when they are not. Any thread.
+inline bool debugEnabled(DebugLevel level)
+{
+    return static_cast<int>(level) <= detail::g_debugLevel.load(std::memory_order_relaxed) &&
+           detail::debugEnabledNow(level);
+}
 
 /// Formats a line and hands it to the sink. Check debugEnabled first: this does not. Any thread.
 ORVANE_API void debugPrint(DebugLevel level, char const* format, ...) __attribute__((format(printf, 2, 3)));
