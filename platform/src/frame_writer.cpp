@@ -36,6 +36,10 @@ FrameWriter::FrameWriter(FrameKind kind, MsgData const& msg)
 
 int FrameWriter::plan()
 {
+    if (detail::MsgAccess::isBorrowed(m_msg))
+    {
+        return -EINVAL; // its bytes are a receiver's, which still needs them
+    }
     std::size_t const size = detail::MsgAccess::size(m_msg);
     std::size_t total = sizeof(FrameHeader) + size;
     if (detail::MsgAccess::referenceCount(m_msg) > 0 || total > kMaxFrameBytes)

@@ -40,12 +40,14 @@ bool isWhole(MsgArgument const& argument)
 class SpareBuffers
 {
 public:
+    ~SpareBuffers() { s_gone = true; }
+
     /// @return a buffer of at least this size; `capacity` is its size
     std::unique_ptr<unsigned char[]> take(std::size_t bytes, std::size_t& capacity)
     {
         for (Spare& spare : m_spares)
         {
-            if (spare.capacity >= bytes)
+            if (!s_gone && spare.capacity >= bytes)
             {
                 capacity = std::exchange(spare.capacity, 0);
                 return std::move(spare.bytes);
@@ -58,7 +60,7 @@ public:
     void give(std::unique_ptr<unsigned char[]> bytes, std::size_t capacity)
     {
         Spare& smallest = m_spares[0].capacity <= m_spares[1].capacity ? m_spares[0] : m_spares[1];
-        if (capacity <= kLargestKept && capacity > smallest.capacity)
+        if (!s_gone && capacity <= kLargestKept && capacity > smallest.capacity)
         {
             smallest = {std::move(bytes), capacity};
         }
@@ -73,8 +75,13 @@ private:
         std::size_t capacity = 0;
     };
 
+    // Messages are also sent by what is destroyed after this, at the very end of the process.
+    static thread_local bool s_gone;
+
     Spare m_spares[2]; // of a query and its reply
 };
+
+thread_local bool SpareBuffers::s_gone = false;
 
 thread_local SpareBuffers t_spares;
 
@@ -368,6 +375,12 @@ MsgArgument MsgAccess::argumentAt(unsigned char* bytes, std::size_t offset)
     return argument;
 }
 
+bool MsgAccess::isBorrowed(MsgData const& msg)
+{
+    return msg.m_bytes != msg.m_inline + MsgData::kHeaderRoom &&
+           (msg.m_heap == nullptr || msg.m_bytes != msg.m_heap.get() + MsgData::kHeaderRoom);
+}
+
 void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size, bool own)
 {
     msg.m_pid = header.pid;
@@ -389,9 +402,7 @@ void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* a
         msg.m_argCount = static_cast<int>(header.argCount);
         return;
     }
-    bool const isBorrowed = msg.m_bytes != msg.m_inline + MsgData::kHeaderRoom &&
-                            (msg.m_heap == nullptr || msg.m_bytes != msg.m_heap.get() + MsgData::kHeaderRoom);
-    if (isBorrowed)
+    if (isBorrowed(msg))
     {
         msg.m_bytes = msg.m_inline + MsgData::kHeaderRoom;
         msg.m_capacity = MsgData::kInlineBytes;

@@ -24,6 +24,12 @@ constexpr char kLogClass[] = "Connection";
 /// Events handed over before other connections get their turn.
 constexpr int kEventsPerTurn = 16;
 
+bool isDeath(MsgData const& msg)
+{
+    return msg.readUid() == 0 &&
+           (msg.readMsg() == protocol::kMsgConnectionDied || msg.readMsg() == protocol::kMsgConnectionDiedOld);
+}
+
 } // namespace
 
 int Connection::open(std::string const& path, _MdtInitParCfg_t const& cfg, std::vector<int> const& heldIds)
@@ -40,10 +46,16 @@ int Connection::open(std::string const& path, _MdtInitParCfg_t const& cfg, std::
     m_command.reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     timeval const patience{protocol::kPostTimeout / 1000, 0};
     if (!m_command || ::setsockopt(m_command.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) != 0 ||
-        ::setsockopt(m_command.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) != 0 ||
-        ::connect(m_command.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        ::setsockopt(m_command.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) != 0)
     {
         return -errno;
+    }
+    while (::connect(m_command.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+    {
+        if (errno != EINTR)
+        {
+            return -errno;
+        }
     }
     MdtsPeer service{};
     result = peerOf(m_command.get(), service);
@@ -94,9 +106,9 @@ int Connection::introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& h
                     static_cast<unsigned short>(heldIds.size() * sizeof(int)));
     FrameWriter frame(FrameKind::hello, hello);
     int result = frame.plan();
-    if (result != 0)
+    if (result != 0 || frame.outOfLineCount() != 0)
     {
-        return result;
+        return result != 0 ? result : -EMSGSIZE;
     }
     for (int fd : {eventEnd, sendRing, receiveRing})
     {
@@ -157,7 +169,7 @@ bool Connection::readEvents(FrameReader& reader)
         {
             MsgData event;
             reader.fill(event, false);
-            if (event.readUid() != 0 || event.readMsg() != protocol::kMsgConnectionDied || !m_deathDelivered)
+            if (!isDeath(event) || !m_deathDelivered)
             {
                 deliver(event);
             }
@@ -169,10 +181,7 @@ bool Connection::readEvents(FrameReader& reader)
 
 void Connection::deliver(MsgData& msg)
 {
-    if (msg.readUid() == 0 && msg.readMsg() == protocol::kMsgConnectionDied)
-    {
-        m_deathDelivered = true;
-    }
+    m_deathDelivered = m_deathDelivered || isDeath(msg);
     if (!m_closed && m_callback != nullptr)
     {
         m_callback(&msg);

@@ -98,7 +98,8 @@ struct MdtcMessenger::State
 
     void retireReceiver(Connection const& connection)
     {
-        if (!receiver->remove(connection))
+        // A forked child has its parent's connections but no receiver.
+        if (receiver != nullptr && !receiver->remove(connection))
         {
             formerReceiver = std::move(receiver);
             receiver.reset();

@@ -100,7 +100,7 @@ int Connection::lead(Call& call, Deadline const& deadline, bool wait)
         {
             pollfd ready{m_command.get(), POLLIN, 0};
             timespec const left = deadline.left();
-            if (::ppoll(&ready, 1, &left, nullptr) == 0)
+            if (deadline.passed() || ::ppoll(&ready, 1, &left, nullptr) == 0)
             {
                 return -ETIMEDOUT;
             }
@@ -130,15 +130,20 @@ int Connection::takeReply(Call& call, bool wait)
         return call.status < 0 ? call.status : -EPIPE;
     }
     FrameHeader const& header = m_replyReader.header();
-    bool const awaited =
-        m_calls.finish(header.call, header.status, [this](MsgData& reply) { m_replyReader.fill(reply, true); });
+    // With the reply stored the lead may be another's, and the reader with it: it must be clean by then.
+    auto const store = [this](MsgData& reply)
+    {
+        m_replyReader.fill(reply, true);
+        m_replyReader.finish(nullptr);
+    };
+    bool const awaited = m_calls.finish(header.call, header.status, store);
     if (!awaited)
     {
         unsigned const count = ++m_lateReplies;
         ORVANE_LOG_WARNING("A reply to 0x%04X came too late and is dropped; %u of this connection so far.",
                            static_cast<unsigned>(header.msg), count);
+        m_replyReader.finish(nullptr);
     }
-    m_replyReader.finish(nullptr);
     return 0;
 }
 

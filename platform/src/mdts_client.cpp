@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <linux/sockios.h>
+#include <numeric>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <utility>
@@ -180,6 +181,21 @@ void ServiceClient::hangUp()
     m_events.socket.reset();
 }
 
+// The kernel tells how much of the socket's memory is unread, and no frame takes less of it than this: so many frames
+// may be unread, and of those the last ones.
+std::size_t ServiceClient::unreadBytes(Outlet& outlet)
+{
+    constexpr int kSmallestFrame = 512;
+    int unread = 0;
+    ::ioctl(outlet.socket.get(), SIOCOUTQ, &unread);
+    auto const frames = static_cast<std::size_t>(unread / kSmallestFrame + 1);
+    while (unread == 0 ? !outlet.recent.empty() : outlet.recent.size() > frames)
+    {
+        outlet.recent.pop_front();
+    }
+    return std::accumulate(outlet.recent.begin(), outlet.recent.end(), std::size_t{0});
+}
+
 int ServiceClient::place(FrameWriter& frame, FrameWriter::OutOfLine& value, Outlet& outlet, SharedRing* ring) const
 {
     std::uint32_t position = 0;
@@ -192,16 +208,12 @@ int ServiceClient::place(FrameWriter& frame, FrameWriter::OutOfLine& value, Outl
         return 0;
     }
     // A single large value may pass, but a client that reads nothing must not pile them up.
-    int unread = 0;
-    if (::ioctl(outlet.socket.get(), SIOCOUTQ, &unread) == 0 && unread == 0)
-    {
-        outlet.unreadBytes = 0;
-    }
-    if (outlet.unreadBytes > 0 && outlet.unreadBytes + value.length > m_queueLimit)
+    std::size_t const unread = unreadBytes(outlet);
+    if (unread > 0 && unread + value.length > m_queueLimit)
     {
         return -ENOBUFS;
     }
-    outlet.unreadBytes += value.length;
+    outlet.recent.push_back(value.length);
     return frame.placeInDescriptor(value);
 }
 

@@ -87,11 +87,12 @@ private:
     {
         platform::UniqueFd socket;
         FrameQueue queue;
-        std::size_t unreadBytes = 0; ///< in descriptors sent since the client was last seen to have read everything
+        std::deque<std::size_t> recent; ///< sizes of what was sent last in descriptors, as far as it may be unread
     };
 
     int send(FrameWriter& frame, Outlet& outlet, SharedRing* ring);
     int place(FrameWriter& frame, FrameWriter::OutOfLine& value, Outlet& outlet, SharedRing* ring) const;
+    static std::size_t unreadBytes(Outlet& outlet);
 
     Outlet m_commands;
     Outlet m_events;

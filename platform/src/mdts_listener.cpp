@@ -120,7 +120,7 @@ int ServiceListener::prepareDirectory(std::string const& directory)
                          directory.c_str());
         return -EPERM;
     }
-    m_groupMayEnter = (status.st_mode & S_IXGRP) != 0;
+    m_groupMayEnter = (status.st_mode & S_IRWXG) == S_IRWXG;
     m_group = status.st_gid;
     return 0;
 }
@@ -146,9 +146,14 @@ int ServiceListener::bindTo(std::string const& path)
     }
     platform::UniqueFd const probe(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (probe && (::connect(probe.get(), generic, sizeof address) == 0 || errno == EAGAIN))
+    if (!probe)
     {
-        return -EADDRINUSE; // someone listens without our lock, the service manager for instance
+        return -errno;
+    }
+    // Only a file that certainly nobody listens behind may go: the service manager, for instance, holds no lock.
+    if (::connect(probe.get(), generic, sizeof address) == 0 || (errno != ECONNREFUSED && errno != ENOENT))
+    {
+        return -EADDRINUSE;
     }
     ::unlink(path.c_str());
     m_socket.reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));

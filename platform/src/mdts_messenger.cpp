@@ -124,7 +124,8 @@ void MdtsMessenger::State::acceptAll()
 void MdtsMessenger::State::onCommand(ClientPtr const& client, std::uint32_t events)
 {
     ClientPtr const keep = client; // the watch that holds it may go
-    if ((events & EPOLLOUT) != 0)
+    // A client that hung up with replies unread is learnt of by the next send only.
+    if ((events & (EPOLLOUT | EPOLLHUP | EPOLLERR)) != 0)
     {
         settle(*keep, keep->flushReplies());
     }
@@ -223,7 +224,10 @@ void MdtsMessenger::State::introduce(ClientPtr const& client)
     {
         result = client->greet(0);
     }
-    settle(*client, result);
+    if (result != 0)
+    {
+        end(*client, std::strerror(-result));
+    }
 }
 
 bool MdtsMessenger::State::isFull(pid_t pid) const
@@ -242,11 +246,19 @@ int MdtsMessenger::State::freeCnid(std::vector<int> const& heldIds)
     {
         lastCnid = kFirst + static_cast<int>(platform::EventLoop::Clock::now().time_since_epoch().count() % kCount);
     }
+    std::vector<bool> held(kCount);
+    for (int id : heldIds)
+    {
+        if (protocol::kClientIds.contains(static_cast<unsigned>(id)))
+        {
+            held[static_cast<std::size_t>(id - kFirst)] = true;
+        }
+    }
     for (int i = 0; i < kCount; ++i)
     {
         lastCnid = kFirst + (lastCnid - kFirst + 1) % kCount;
         if (serials.count(lastCnid) == 0 && leaving.count(lastCnid) == 0 &&
-            std::find(heldIds.begin(), heldIds.end(), lastCnid) == heldIds.end())
+            !held[static_cast<std::size_t>(lastCnid - kFirst)])
         {
             return lastCnid;
         }
@@ -272,7 +284,9 @@ void MdtsMessenger::State::onEventSocket(ClientPtr const& client, std::uint32_t 
 // whose replies wait is not read: it has more to do with reading than with asking.
 void MdtsMessenger::State::settle(ServiceClient& client, int result)
 {
-    if (result < 0)
+    bool const isBroken =
+        result == -EPIPE || result == -ECONNRESET || result == -ENOTCONN || result == -EPROTO || result == -ENOBUFS;
+    if (isBroken)
     {
         end(client, result == -ENOBUFS ? "it does not read what it is sent" : std::strerror(-result));
     }
@@ -398,8 +412,9 @@ int MdtsMessenger::reply(MdtsCall const& call, int status, MsgData const& argume
     envelope.type = call.m_type;
     envelope.status = status;
     envelope.call = call.m_id;
-    m_state->settle(*client, client->sendReply(envelope, arguments));
-    return m_state->present(*client) ? 0 : -ENOTCONN;
+    int const result = client->sendReply(envelope, arguments);
+    m_state->settle(*client, result);
+    return m_state->present(*client) ? result : -ENOTCONN;
 }
 
 int MdtsMessenger::postEvent(MsgData const& event)
@@ -409,8 +424,9 @@ int MdtsMessenger::postEvent(MsgData const& event)
     {
         return -ENOTCONN;
     }
-    m_state->settle(*client, client->sendEvent(event));
-    return m_state->present(*client) ? 0 : -ENOTCONN;
+    int const result = client->sendEvent(event);
+    m_state->settle(*client, result);
+    return m_state->present(*client) ? result : -ENOTCONN;
 }
 
 void MdtsMessenger::close(int cnid)

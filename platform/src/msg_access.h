@@ -28,6 +28,9 @@ struct MsgAccess
     /// Where the header of a frame goes so that it stands in front of the arguments.
     static unsigned char* headerRoom(MsgData const& msg) { return msg.m_bytes - MsgData::kHeaderRoom; }
 
+    /// @return whether the message lives in a receiver's buffer
+    static bool isBorrowed(MsgData const& msg);
+
     static std::size_t size(MsgData const& msg) { return msg.m_size; }
     static std::size_t valueBytes(MsgData const& msg) { return msg.m_valueBytes; }
     static int referenceCount(MsgData const& msg) { return msg.m_referenceCount; }

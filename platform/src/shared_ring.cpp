@@ -148,7 +148,7 @@ void SharedRing::commit(std::uint32_t position, std::uint32_t length)
 unsigned char* SharedRing::block(std::uint32_t position, std::uint32_t length) const
 {
     std::uint32_t const ahead = position - m_position;
-    if (length > kBytes || ahead > kBytes || padded(length) > kBytes - ahead ||
+    if (position % 8 != 0 || length > kBytes || ahead > kBytes || padded(length) > kBytes - ahead ||
         position % kBytes + padded(length) > kBytes)
     {
         return nullptr;

@@ -936,6 +936,90 @@ TEST_F(MessengerFaults, aClientThatDoesNotReadItsRepliesIsNotReadEither)
         << "every question gets its answer once they are read: " << replies << " of " << sent;
 }
 
+TEST_F(MessengerFaults, aClientThatHangsUpWithRepliesUnreadIsForgotten)
+{
+    MiniService service;
+    RawPeer flood(service);
+    std::string const text(4000, 'q');
+    MsgData question(flood.cnid, 0, kQuery, 2);
+    question.writeData(text.data(), 4000);
+    std::size_t waiting = 0;
+    for (std::uint64_t call = 1; waiting == 0; ++call)
+    {
+        FrameWriter frame(FrameKind::query, question);
+        frame.header().call = call;
+        ASSERT_EQ(frame.plan(), 0);
+        frame.send(flood.command.get(), MSG_DONTWAIT);
+        service.run([&](MdtsMessenger& end) { waiting = end.queuedBytes(flood.cnid); });
+    }
+    LogCapture log(DebugLevel::off);
+    ::shutdown(flood.command.get(), SHUT_RDWR);
+    EXPECT_TRUE(eventually([&] { return service.disconnected() == std::vector<int>{flood.cnid}; }));
+}
+
+TEST_F(MessengerFaults, everyConnectionOfAProcessHearsOfTheDeathOnce)
+{
+    ForkedService service;
+    TestConnection first;
+    TestConnection second;
+    TestConnection third;
+    service.kill();
+    for (TestConnection* connection : {&first, &second, &third})
+    {
+        connection->waitForEvents(1);
+    }
+    EXPECT_EQ(query(first.cnid()), -EPIPE);
+    for (TestConnection* connection : {&first, &second, &third})
+    {
+        EXPECT_EQ(connection->events(), std::vector<int>{kDied});
+    }
+}
+
+TEST_F(MessengerFaults, theOlderNewsOfADeathCountsToo)
+{
+    MiniService service;
+    TestConnection connection;
+    service.run(
+        [&](MdtsMessenger& end)
+        {
+            end.postEvent(MsgData(connection.cnid(), 0, 0x2005, 1));
+            end.close(connection.cnid());
+        });
+    EXPECT_TRUE(eventually([&] { return command(connection.cnid()) == -EPIPE; }));
+    TestConnection other; // its events come behind anything that was still on its way
+    service.run([&](MdtsMessenger& end) { end.postEvent(MsgData(other.cnid(), 0, kEvent, 1)); });
+    other.waitForEvents(1);
+    EXPECT_EQ(connection.events(), std::vector<int>{0x2005});
+}
+
+TEST_F(MessengerFaults, aForkedChildMayDisconnectAndConnectAnew)
+{
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the thread sanitizer allows no new threads in a fork";
+#endif
+    ForkedService service;
+    TestConnection connection;
+    ASSERT_GT(query(connection.cnid()), 0);
+    pid_t const child = ::fork();
+    if (child == 0)
+    {
+        connection.disconnect();
+        int failed = 0;
+        {
+            TestConnection own;
+            failed += own.result() == 0 && query(own.cnid()) > 0 ? 0 : 1;
+        }
+        TestConnection again;
+        failed += again.result() == 0 && query(again.cnid()) > 0 ? 0 : 1;
+        again.disconnect();
+        ::_exit(failed);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_GT(query(connection.cnid()), 0);
+}
+
 TEST_F(MessengerFaults, tooManyConnectionsOfOneProcessAreRefused)
 {
     MdtsLimits limits;
@@ -980,6 +1064,41 @@ TEST_F(MessengerFaults, aLiveServiceIsNeverTakenOverAndAStaleFileIsReplaced)
         EXPECT_GT(query(connection.cnid()), 0);
     }
     EXPECT_FALSE(std::filesystem::exists(socketPath())) << "one that ends takes it along";
+}
+
+TEST_F(MessengerFaults, aForeignSocketIsNeverTakenOver)
+{
+    UniqueFd const stranger(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, socketPath().c_str());
+    ASSERT_EQ(::bind(stranger.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(stranger.get(), 1), 0);
+    EventLoop loop;
+    Refuser handler;
+    MdtsMessenger service(loop, handler);
+    EXPECT_EQ(service.listen(kName + 1), -EADDRINUSE);
+    EXPECT_TRUE(std::filesystem::exists(socketPath()));
+}
+
+TEST_F(MessengerFaults, onlyADirectoryOfTheGroupOpensTheSocketToIt)
+{
+    struct Case
+    {
+        mode_t directory;
+        mode_t socket;
+    };
+    for (Case const& c : {Case{0700, 0600}, Case{0750, 0600}, Case{0755, 0600}, Case{0770, 0660}})
+    {
+        ASSERT_EQ(::chmod(m_directory.path().c_str(), c.directory), 0);
+        EventLoop loop;
+        Refuser handler;
+        MdtsMessenger service(loop, handler);
+        ASSERT_EQ(service.listen(kName + 1), 0);
+        struct stat status = {};
+        ASSERT_EQ(::stat(socketPath().c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, c.socket) << std::oct << c.directory;
+    }
 }
 
 TEST_F(MessengerFaults, aDirectoryThatEverybodyMayWriteToIsRefused)

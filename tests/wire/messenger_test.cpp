@@ -338,6 +338,50 @@ TEST_F(Messenger, manyThreadsEachGetTheirOwnReply)
     EXPECT_EQ(wrong, 0);
 }
 
+TEST_F(Messenger, largeRepliesToManyThreadsKeepApart)
+{
+    MiniService service;
+    TestConnection connection;
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (unsigned t = 0; t < 4; ++t)
+    {
+        threads.emplace_back(
+            [&, t]
+            {
+                std::string block = pattern(200'000 + t, t);
+                for (int i = 0; i < 100; ++i)
+                {
+                    MsgData query(connection.cnid(), 0, kQuery, 2);
+                    query.writeBlockData(block.data(), static_cast<int>(block.size()));
+                    MsgData reply;
+                    void* data = nullptr;
+                    int size = 0;
+                    if (messenger().postMsg(query, reply, kTimeout) <= 0 || reply.read(0, &data, &size) != 0 ||
+                        std::string(static_cast<char*>(data), static_cast<std::size_t>(size)) != block)
+                    {
+                        ++wrong;
+                    }
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(Messenger, aReceivedMessageCannotBePosted)
+{
+    std::promise<int> result;
+    MiniService service;
+    TestConnection connection([&](MsgData& event) { result.set_value(messenger().postMsg(event, kTimeout)); });
+    service.run([&](MdtsMessenger& end) { end.postEvent(MsgData(connection.cnid(), 0, kEvent, 1)); });
+    EXPECT_EQ(result.get_future().get(), -EINVAL);
+    connection.waitForEvents(1);
+}
+
 TEST_F(Messenger, repliesOutOfOrderFindTheirCallers)
 {
     std::vector<std::pair<MdtsCall, unsigned>> held;

@@ -32,8 +32,8 @@ struct MsgArgument;
 /// One message, to be sent or received. Not for use by two threads at once, posting included.
 ///
 /// Arguments follow each other in the order of writing. A message can be read while it is being built. Small messages
-/// live inside the object; nothing is allocated for them. Writing to a received message, or changing the value behind
-/// a pointer that `read` gave, is an error of the caller.
+/// live inside the object; nothing is allocated for them. A received message cannot be posted: its arguments must
+/// be written into another one.
 class ORVANE_API MsgData
 {
 public:
