@@ -42,10 +42,11 @@ DispatchGate::State& DispatchGate::state()
     return instance;
 }
 
-DispatchGate::Note::Note(om::OmIConnection const* connection, bool hasId, unsigned int id)
+DispatchGate::Note::Note(om::OmIConnection const* connection, bool hasId, unsigned int id, void const* object)
     : m_connection(connection)
     , m_hasId(hasId)
     , m_id(id)
+    , m_object(object)
     , m_thread(std::this_thread::get_id())
 {
     State& gate = state();
@@ -85,6 +86,10 @@ void DispatchGate::Note::resolve(om::OmIConnection const* connection)
 
 bool DispatchGate::Note::concerns(DispatchScope const& scope) const
 {
+    if (m_object != nullptr)
+    {
+        return m_object == scope.object;
+    }
     if (m_connection == nullptr)
     {
         return true;
@@ -94,12 +99,22 @@ bool DispatchGate::Note::concerns(DispatchScope const& scope) const
 }
 
 DispatchGate::Delivery::Delivery(unsigned int plid)
-    : Delivery(nullptr, plid)
+    : Delivery(nullptr, true, plid, nullptr)
 {
 }
 
 DispatchGate::Delivery::Delivery(om::OmIConnection const* connection, unsigned int plid)
-    : Note(connection, true, plid)
+    : Delivery(connection, true, plid, nullptr)
+{
+}
+
+DispatchGate::Delivery::Delivery(void const* object)
+    : Delivery(nullptr, false, 0, object)
+{
+}
+
+DispatchGate::Delivery::Delivery(om::OmIConnection const* connection, bool hasId, unsigned int plid, void const* object)
+    : Note(connection, hasId, plid, object)
     , m_outer(std::exchange(t_innermost, this))
 {
 }
@@ -122,7 +137,8 @@ bool DispatchGate::isInside(DispatchScope const& scope)
 {
     for (Delivery const* delivery = t_innermost; delivery != nullptr; delivery = delivery->m_outer)
     {
-        if (delivery->m_connection != nullptr && delivery->concerns(scope))
+        bool const resolved = delivery->m_connection != nullptr || delivery->m_object != nullptr;
+        if (resolved && delivery->concerns(scope))
         {
             return true;
         }

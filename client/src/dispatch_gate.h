@@ -22,6 +22,7 @@ struct DispatchScope
     om::OmIConnection const* connection;
     unsigned int firstId = 0;
     unsigned int lastId = UINT_MAX;
+    void const* object = nullptr; ///< one object that may be called without its connection, known by its address
 
     bool isWhole() const { return firstId == 0 && lastId == UINT_MAX; }
 };
@@ -41,7 +42,7 @@ class DispatchGate
         Note& operator=(Note const&) = delete;
 
     protected:
-        Note(om::OmIConnection const* connection, bool hasId, unsigned int id);
+        Note(om::OmIConnection const* connection, bool hasId, unsigned int id, void const* object = nullptr);
         ~Note() { leave(); }
 
         /// Says whose note it is, once that was looked up.
@@ -51,6 +52,7 @@ class DispatchGate
         om::OmIConnection const* m_connection; ///< null: not known yet, may be any
         bool const m_hasId;
         unsigned int const m_id;
+        void const* const m_object; ///< set: it is about this alone, whatever its connection
 
     private:
         friend class DispatchGate;
@@ -72,6 +74,9 @@ public:
         /// @param plid the object that the message is addressed to, 0 for the connection itself
         explicit Delivery(unsigned int plid);
         Delivery(om::OmIConnection const* connection, unsigned int plid);
+
+        /// @param object handed a message directly; does not know its connection
+        explicit Delivery(void const* object);
         ~Delivery();
 
         using Note::resolve;
@@ -84,6 +89,8 @@ public:
             DispatchScope scope;
             std::function<void()> destroy;
         };
+
+        Delivery(om::OmIConnection const* connection, bool hasId, unsigned int plid, void const* object);
 
         Delivery* const m_outer;
         std::vector<Deferred> m_deferred;

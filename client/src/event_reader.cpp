@@ -2,7 +2,7 @@
 // Reads the arguments of a message that the service sent unasked.
 #include "event_reader.h"
 
-#include <algorithm>
+#include <cstring>
 
 namespace tz::orvane::omc
 {
@@ -32,7 +32,9 @@ char const* EventReader::text(char const* failure)
     {
         return "";
     }
-    if (readBytes(m_message, m_index++, &text.data, &text.size) < 0 ||
+    // Only texts: they are in memory of our own, while a block may still change under the look for its end.
+    bool const isText = m_message.argType(m_index) == mdt::MsgArgType::string;
+    if (readBytes(m_message, m_index++, &text.data, &text.size) < 0 || !isText ||
         std::memchr(text.data, 0, static_cast<std::size_t>(text.size)) == nullptr)
     {
         fail(failure);

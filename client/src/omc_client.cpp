@@ -9,8 +9,6 @@
 #include "orvane/platform/om_debug.h"
 #include "spent_objects.h"
 
-#include <map>
-
 namespace tz::orvane::omc
 {
 
@@ -68,11 +66,7 @@ void OmcClient::release()
     }
     OmcClient::disconnect();
     m_listeners.clear();
-    std::map<unsigned int, std::shared_ptr<om::OmIDrmAgent>> agents;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        agents.swap(m_drmMap);
-    }
+    forgetAgents();
 }
 
 int OmcClient::connect(om::OmString const& appName, unsigned int flags)

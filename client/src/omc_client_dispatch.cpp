@@ -24,6 +24,9 @@ constexpr char kLogClass[] = "OmcClient";
 constexpr int kFailed = -1;
 constexpr int kBadMessage = -2;
 
+// What the header promises to listeners is what the protocol says.
+static_assert(om::OM_CONNECTION_STATUS_DIED == protocol::kStatusConnectionDied);
+
 int toPlayer(OmcClient& client, unsigned int plid, mdt::MsgData& message, platform::LogSite const& site)
 {
     auto* const player = dynamic_cast<OmcMediaPlayer*>(client.findPlayer(plid));
@@ -127,18 +130,18 @@ int OmcClient::dispatch(void* msg)
     int const id = message.readMsg();
     if (id == protocol::kMsgConnectionDied || id == protocol::kMsgConnectionDiedOld)
     {
-        ORVANE_LOG_INFO("Deal callback event. evt_id=OM_TRANS_MSG_ID_CONNECTION_DIED.");
+        ORVANE_LOG_DEBUG("Deal callback event. evt_id=OM_TRANS_MSG_ID_CONNECTION_DIED.");
         reportStatus(protocol::kStatusConnectionDied);
         return 0;
     }
     if (id == protocol::kMsgConnectionChanged)
     {
-        ORVANE_LOG_INFO("Deal callback event. evt_id=OM_TRANS_MSG_ID_CONNECTION_CHANGED.");
+        ORVANE_LOG_DEBUG("Deal callback event. evt_id=OM_TRANS_MSG_ID_CONNECTION_CHANGED.");
         return dispatchChanged(message, ORVANE_LOG_SITE);
     }
     if (id == protocol::kMsgEvent)
     {
-        ORVANE_LOG_INFO("Deal callback event. evt_id=OM_TRANS_MSG_ID_EVENT.");
+        ORVANE_LOG_DEBUG("Deal callback event. evt_id=OM_TRANS_MSG_ID_EVENT.");
         return dispatchEvent(message, ORVANE_LOG_SITE);
     }
     ORVANE_LOG_ERROR("Unknown Event! evt_id=0x%04X.", static_cast<unsigned int>(id));

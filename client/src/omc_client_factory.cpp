@@ -62,6 +62,16 @@ void logDrmResult(platform::LogSite const& site, int result)
     ORVANE_LOG_AT(platform::DebugLevel::info, site, "Succeeded to send msg or command from client to binder..");
 }
 
+// An agent that is destroyed from inside a callback: nobody is called any more, and it stays until that has returned.
+void silence(DispatchScope const& scope, std::shared_ptr<om::OmIDrmAgent> const& agent)
+{
+    if (auto* const own = dynamic_cast<OmcDrmAgent*>(agent.get()))
+    {
+        own->release();
+    }
+    DispatchGate::defer(scope, [agent] {});
+}
+
 } // namespace
 
 om::OmIMediaPlayer* OmcClient::createPlayer(om::OmPropertyGroup* params)
@@ -136,6 +146,7 @@ void OmcClient::destroyPlayer(om::OmIMediaPlayer* player)
         ORVANE_LOG_ERROR("Invalid Param! player=NULL!");
         return;
     }
+    // Another thread may be destroying it: its getter is called only on a player that cannot go meanwhile.
     DispatchGate::Use const use(this);
     std::optional<DispatchGate::Use> getterUse;
     unsigned int plid = 0;
@@ -156,6 +167,7 @@ void OmcClient::destroyPlayer(om::OmIMediaPlayer* player)
     {
         plid = player->getPlayerID();
     }
+    // Whoever takes it out of the map destroys it.
     om::OmIMediaPlayer* own = nullptr;
     bool known = false;
     if (!gone)
@@ -216,18 +228,23 @@ void OmcClient::destroyPlayerAll()
 /// Destroys a player that is out of the map.
 void OmcClient::retire(unsigned int plid, om::OmIMediaPlayer* player)
 {
-    DispatchScope const scope{this, plid, plid};
-    if (!DispatchGate::isInside(scope))
+    DispatchScope const scope{this, plid, plid, player};
+    bool const inside = DispatchGate::isInside(scope);
+    if (!inside)
     {
         DispatchGate::waitForOthers(scope);
-        delete player;
-        return;
     }
+    // Not left to the destructor, for which the operations of a subclass are gone.
     if (auto* const own = dynamic_cast<OmcMediaPlayer*>(player))
     {
-        own->release(true);
+        own->release(inside);
     }
-    DispatchGate::defer(scope, [player] { delete player; });
+    if (inside)
+    {
+        DispatchGate::defer(scope, [player] { delete player; });
+        return;
+    }
+    delete player;
 }
 
 void OmcClient::stopPlayerAll()
@@ -294,7 +311,7 @@ void OmcClient::destroyPreviewTool()
     {
         logSendFailure(ORVANE_LOG_SITE, result);
     }
-    DispatchScope const scope{this, protocol::kPreviewToolIds.first, protocol::kPreviewToolIds.last};
+    DispatchScope const scope{this, protocol::kPreviewToolIds.first, protocol::kPreviewToolIds.last, tool};
     if (!DispatchGate::isInside(scope))
     {
         DispatchGate::waitForOthers(scope);
@@ -379,13 +396,37 @@ void OmcClient::destroyDrmAgent(unsigned int plid)
                          static_cast<int>(plid));
         return;
     }
+    DispatchScope const scope{this, plid, plid, agent.get()};
+    bool const inside = DispatchGate::isInside(scope);
+    if (inside)
+    {
+        silence(scope, agent);
+    }
     agent.reset();
     logDrmResult(ORVANE_LOG_SITE,
                  command(ORVANE_LOG_SITE, cnid, protocol::kCmdDestroyDrmAgentById).uint32(plid).post());
-    DispatchScope const scope{this, plid, plid};
-    if (!DispatchGate::isInside(scope))
+    if (!inside)
     {
         DispatchGate::waitForOthers(scope);
+    }
+}
+
+/// Lets go of the agents at the end of the connection.
+void OmcClient::forgetAgents()
+{
+    std::map<unsigned int, std::shared_ptr<om::OmIDrmAgent>> agents;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        agents.swap(m_drmMap);
+    }
+    for (auto const& entry : agents)
+    {
+        DispatchScope scope{this};
+        scope.object = entry.second.get();
+        if (DispatchGate::isInside(scope))
+        {
+            silence(scope, entry.second);
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 // The client side of a content-protection session: opaque buffers out and back, opaque events in.
 #include "orvane/omc_drm_agent.h"
 
+#include "dispatch_gate.h"
 #include "drm_buffer_operation.h"
 #include "event_reader.h"
 #include "message_util.h"
@@ -54,7 +55,7 @@ int DrmRequest::ask(mdt::MsgData& reply) const
         logSendFailure(site(), result);
         return result;
     }
-    // The text prints this id as a pointer.
+    // The line shows this id as a pointer.
     void const* const uid = reinterpret_cast<void const*>(static_cast<std::uintptr_t>(reply.readUid()));
     ORVANE_LOG_AT(DebugLevel::info, site(), "Called, pid = %d, uid = %p, type = %d, cmd = %d", reply.readPid(), uid,
                   reply.readType(), reply.readMsg());
@@ -72,6 +73,34 @@ int askNumber(OmcDrmAgent& agent, platform::LogSite const& site, int code)
         reply.readUInt32(ignored);
     }
     return result;
+}
+
+struct BufferOperation
+{
+    char const* name;
+    int code;
+};
+
+// In the order of DrmBufferOperation.
+constexpr BufferOperation kBufferOperations[] = {
+    {"setServerCertificate", protocol::kCmdDrmSetServerCertificate},
+    {"openSession", protocol::kCmdDrmOpenSession},
+    {"generateKeyRequest", protocol::kCmdDrmGenerateKeyRequest},
+    {"updateSession", protocol::kCmdDrmUpdateSession},
+    {"closeSession", protocol::kCmdDrmCloseSession},
+    {"getKeyStatuses", protocol::kCmdDrmGetKeyStatuses},
+    {"decrypt", protocol::kCmdDrmDecrypt},
+    {"licenseQuery", protocol::kCmdDrmLicenseQuery},
+    {"getMetrics", protocol::kCmdDrmGetMetrics},
+    {"getCertificateRequest", protocol::kCmdDrmGetCertificateRequest},
+    {"parseAndLoadServiceCertificateResponse", protocol::kCmdDrmParseAndLoadServiceCertificateResponse},
+};
+static_assert(std::size(kBufferOperations) ==
+              static_cast<std::size_t>(om::DrmBufferOperation::parseAndLoadServiceCertificateResponse) + 1);
+
+BufferOperation const& rowOf(om::DrmBufferOperation operation)
+{
+    return kBufferOperations[static_cast<int>(operation)];
 }
 
 // Operations whose answer is a buffer, copied to `*out`; one larger than `capacity` is not copied.
@@ -109,6 +138,13 @@ int askBuffer(OmcDrmAgent& agent, platform::LogSite const& site, int code, void 
     return result;
 }
 
+// The forms that trust the caller's buffer to be large enough.
+int askUnbounded(OmcDrmAgent& agent, platform::LogSite const& site, om::DrmBufferOperation operation, void const* in,
+                 unsigned int in_size, void** out, unsigned int& out_size)
+{
+    return askBuffer(agent, site, rowOf(operation).code, in, in_size, out, UINT_MAX, out_size);
+}
+
 void dumpPayload(platform::LogSite const& site, std::string const& payload)
 {
     if (!platform::debugEnabled(DebugLevel::debug))
@@ -128,29 +164,6 @@ void dumpPayload(platform::LogSite const& site, std::string const& payload)
         platform::debugLog(DebugLevel::debug, site, "%04zx:%s", offset, line.c_str());
     }
 }
-
-struct BufferOperation
-{
-    char const* name;
-    int code;
-};
-
-// In the order of DrmBufferOperation.
-constexpr BufferOperation kBufferOperations[] = {
-    {"setServerCertificate", protocol::kCmdDrmSetServerCertificate},
-    {"openSession", protocol::kCmdDrmOpenSession},
-    {"generateKeyRequest", protocol::kCmdDrmGenerateKeyRequest},
-    {"updateSession", protocol::kCmdDrmUpdateSession},
-    {"closeSession", protocol::kCmdDrmCloseSession},
-    {"getKeyStatuses", protocol::kCmdDrmGetKeyStatuses},
-    {"decrypt", protocol::kCmdDrmDecrypt},
-    {"licenseQuery", protocol::kCmdDrmLicenseQuery},
-    {"getMetrics", protocol::kCmdDrmGetMetrics},
-    {"getCertificateRequest", protocol::kCmdDrmGetCertificateRequest},
-    {"parseAndLoadServiceCertificateResponse", protocol::kCmdDrmParseAndLoadServiceCertificateResponse},
-};
-static_assert(std::size(kBufferOperations) ==
-              static_cast<std::size_t>(om::DrmBufferOperation::parseAndLoadServiceCertificateResponse) + 1);
 
 } // namespace
 
@@ -178,61 +191,61 @@ int OmcDrmAgent::cleanup()
 
 int OmcDrmAgent::setServerCertificate(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmSetServerCertificate, in, in_size, out, UINT_MAX,
-                     out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::setServerCertificate, in, in_size, out,
+                        out_size);
 }
 
 int OmcDrmAgent::openSession(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmOpenSession, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::openSession, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::generateKeyRequest(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmGenerateKeyRequest, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::generateKeyRequest, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::updateSession(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmUpdateSession, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::updateSession, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::closeSession(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmCloseSession, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::closeSession, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::getKeyStatuses(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmGetKeyStatuses, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::getKeyStatuses, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::decrypt(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmDecrypt, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::decrypt, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::licenseQuery(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmLicenseQuery, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::licenseQuery, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::getMetrics(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmGetMetrics, in, in_size, out, UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::getMetrics, in, in_size, out, out_size);
 }
 
 int OmcDrmAgent::getCertificateRequest(void* in, unsigned int in_size, void** out, unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmGetCertificateRequest, in, in_size, out, UINT_MAX,
-                     out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::getCertificateRequest, in, in_size, out,
+                        out_size);
 }
 
 int OmcDrmAgent::parseAndLoadServiceCertificateResponse(void* in, unsigned int in_size, void** out,
                                                         unsigned int& out_size)
 {
-    return askBuffer(*this, ORVANE_LOG_SITE, protocol::kCmdDrmParseAndLoadServiceCertificateResponse, in, in_size, out,
-                     UINT_MAX, out_size);
+    return askUnbounded(*this, ORVANE_LOG_SITE, om::DrmBufferOperation::parseAndLoadServiceCertificateResponse, in,
+                        in_size, out, out_size);
 }
 
 int OmcDrmAgent::boundedOperation(int operation, void* in, unsigned int in_size, void* out, unsigned int out_capacity,
@@ -242,7 +255,7 @@ int OmcDrmAgent::boundedOperation(int operation, void* in, unsigned int in_size,
     {
         return -EINVAL;
     }
-    BufferOperation const& row = kBufferOperations[operation];
+    BufferOperation const& row = rowOf(static_cast<om::DrmBufferOperation>(operation));
     return askBuffer(*this, {kLogFile, __LINE__, kLogClass, row.name}, row.code, in, in_size, &out,
                      out != nullptr ? out_capacity : 0, out_size);
 }
@@ -263,6 +276,7 @@ int OmcDrmAgent::dispatch(void* event)
 {
     ORVANE_LOG_DEBUG("OmcDrmAgent Called. version=3");
     ORVANE_LOG_DEBUG("OmcDrmAgent Lock for releasing.");
+    DispatchGate::Delivery const delivery(static_cast<om::OmIDrmAgent*>(this));
     std::lock_guard<std::mutex> lock(m_mutex);
     if (event == nullptr)
     {

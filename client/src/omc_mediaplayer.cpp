@@ -9,6 +9,21 @@
 namespace tz::orvane::omc
 {
 
+namespace
+{
+
+// Logs the failure of a post on the data paths. Gives the result back.
+int checkPosted(platform::LogSite const& site, int result)
+{
+    if (result < 0)
+    {
+        ORVANE_LOG_AT(platform::DebugLevel::error, site, "call postMsg() fail, err=%d", result);
+    }
+    return result;
+}
+
+} // namespace
+
 OmcMediaPlayer::OmcMediaPlayer(unsigned int cnid, unsigned int plid)
     : OmIMediaPlayer(cnid, plid)
 {
@@ -79,13 +94,14 @@ int OmcMediaPlayer::prepare(om::OmString const& uri, om::OmPropertyGroup& props,
 {
     Request request = command(*this, ORVANE_LOG_SITE, protocol::kCmdPrepare);
     ORVANE_LOG_INFO("Succeeded to to Init Mediaplayer.");
+    request.string(uri);
     char* image = nullptr;
     int length = 0;
     props.getData(&image, &length);
     ORVANE_LOG_DEBUG("Input parameters (Uri = %s. The length of properties =%d, flag= %d).", uri.c_str(), length,
                      static_cast<int>(flag));
     ORVANE_LOG_DEBUG("Input parameters (The first OmString of properties =%p).", static_cast<void*>(image));
-    return request.string(uri).data(image, static_cast<unsigned int>(length)).uint32(flag).send();
+    return request.data(image, static_cast<unsigned int>(length)).uint32(flag).send();
 }
 
 int OmcMediaPlayer::start(long long const& pos)
@@ -117,12 +133,8 @@ int OmcMediaPlayer::pushData(void const* data, unsigned int size)
         ORVANE_LOG_INFO("RETURN %d", kBadArgument);
         return kBadArgument;
     }
-    Request request(ORVANE_LOG_SITE, getClientID(), getPlayerID(), protocol::kCmdPushData, protocol::kTypePush);
-    int const posted = request.block(data, size).post();
-    if (posted < 0)
-    {
-        ORVANE_LOG_ERROR("call postMsg() fail, err=%d", posted);
-    }
+    Request message = request(*this, ORVANE_LOG_SITE, protocol::kCmdPushData, protocol::kTypePush);
+    checkPosted(ORVANE_LOG_SITE, message.block(data, size).post());
     // A feeder has nothing to undo: lost data are reported in the log only.
     constexpr int kResult = 0;
     ORVANE_LOG_INFO("RETURN %d", kResult);
@@ -133,13 +145,13 @@ int OmcMediaPlayer::pushEsData(void const* d1, unsigned int s1, void const* d2, 
                                unsigned int s3, void const* d4, unsigned int s4)
 {
     ORVANE_LOG_DEBUG("ENTER");
-    Request request(ORVANE_LOG_SITE, getClientID(), getPlayerID(), protocol::kCmdPushEsData, protocol::kTypePush);
-    request.sint32(static_cast<int>(s1));
+    Request message = request(*this, ORVANE_LOG_SITE, protocol::kCmdPushEsData, protocol::kTypePush);
+    message.sint32(static_cast<int>(s1));
     // The block is never empty, also when there is no access unit.
     static constexpr char kNothing[2] = {};
     bool const empty = d1 == nullptr || s1 == 0;
-    request.block(empty ? kNothing : d1, empty ? sizeof kNothing : s1);
-    int const result = request.data(d2, s2).data(d3, s3).data(d4, s4).post();
+    message.block(empty ? kNothing : d1, empty ? sizeof kNothing : s1);
+    int const result = message.data(d2, s2).data(d3, s3).data(d4, s4).post();
     ORVANE_LOG_INFO("RETURN %d", result);
     return result;
 }
@@ -148,12 +160,8 @@ int OmcMediaPlayer::openEsMedia(void const* d1, unsigned int s1, void const* d2,
                                 unsigned int s3)
 {
     ORVANE_LOG_DEBUG("ENTER");
-    Request request(ORVANE_LOG_SITE, getClientID(), getPlayerID(), protocol::kCmdOpenEsMedia, protocol::kTypeCommand);
-    int const posted = request.data(d1, s1).data(d2, s2).data(d3, s3).post();
-    if (posted < 0)
-    {
-        ORVANE_LOG_ERROR("call postMsg() fail, err=%d", posted);
-    }
+    Request message = request(*this, ORVANE_LOG_SITE, protocol::kCmdOpenEsMedia, protocol::kTypeCommand);
+    checkPosted(ORVANE_LOG_SITE, message.data(d1, s1).data(d2, s2).data(d3, s3).post());
     // What becomes of it is told by events.
     constexpr int kResult = 0;
     ORVANE_LOG_INFO("RETURN %d", kResult);
@@ -162,28 +170,17 @@ int OmcMediaPlayer::openEsMedia(void const* d1, unsigned int s1, void const* d2,
 
 int OmcMediaPlayer::pullData(void**, unsigned int&)
 {
-    Request const request(ORVANE_LOG_SITE, getClientID(), getPlayerID(), protocol::kCmdPullData, protocol::kTypePull);
+    Request const message = request(*this, ORVANE_LOG_SITE, protocol::kCmdPullData, protocol::kTypePull);
     mdt::MsgData reply;
-    int const result = request.post(reply);
-    if (result < 0)
-    {
-        ORVANE_LOG_ERROR("call postMsg() fail, err=%d", result);
-        return -1;
-    }
     // Only asks for delivery: the reply carries no data.
-    return 0;
+    return checkPosted(ORVANE_LOG_SITE, message.post(reply)) < 0 ? -1 : 0;
 }
 
 int OmcMediaPlayer::freeDataMem(void*)
 {
     ORVANE_LOG_DEBUG("ENTER");
-    Request const request(ORVANE_LOG_SITE, getClientID(), getPlayerID(), protocol::kCmdFreeDataMem,
-                          protocol::kTypePush);
-    int const result = request.post();
-    if (result < 0)
-    {
-        ORVANE_LOG_ERROR("call postMsg() fail, err=%d", result);
-    }
+    Request const message = request(*this, ORVANE_LOG_SITE, protocol::kCmdFreeDataMem, protocol::kTypePush);
+    int const result = checkPosted(ORVANE_LOG_SITE, message.post());
     ORVANE_LOG_INFO("RETURN %d", result);
     return result;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the service reports of a player, turned into listener calls.
+#include "dispatch_gate.h"
 #include "event_reader.h"
 #include "om_protocol.h"
 #include "omc_mediaplayer_messages.h"
@@ -200,6 +201,8 @@ int OmcMediaPlayer::dispatch(void* event)
     platform::LogSite const site = ORVANE_LOG_SITE;
     ORVANE_LOG_AT(DebugLevel::debug, site, "Called. version=3");
     ORVANE_LOG_AT(DebugLevel::debug, site, "Lock for releasing.");
+    // Around the lock: the end of the delivery may destroy this player.
+    DispatchGate::Delivery const delivery(static_cast<om::OmIMediaPlayer*>(this));
     std::lock_guard<std::mutex> lock(m_mutex);
     if (event == nullptr)
     {
@@ -246,6 +249,7 @@ int OmcMediaPlayer::dispatchEx(void* event)
         ORVANE_LOG_AT(DebugLevel::error, site, "Invalid Param! event=NULL!");
         return -2;
     }
+    DispatchGate::Delivery const delivery(static_cast<om::OmIMediaPlayer*>(this));
     auto& message = *static_cast<mdt::MsgData*>(event);
     if (message.readMsg() != protocol::kMsgPlayerFrameInfoUpdated)
     {

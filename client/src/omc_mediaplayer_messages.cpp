@@ -4,6 +4,8 @@
 
 #include "om_protocol.h"
 
+#include <cerrno>
+
 namespace tz::orvane::omc
 {
 
@@ -21,6 +23,11 @@ Request begin(OmcMediaPlayer& player, platform::LogSite const& site, int code, i
 }
 
 } // namespace
+
+Request request(OmcMediaPlayer& player, platform::LogSite const& site, int code, int type)
+{
+    return Request(site, player.getClientID(), player.getPlayerID(), code, type);
+}
 
 Request command(OmcMediaPlayer& player, platform::LogSite const& site, int code)
 {
@@ -56,6 +63,15 @@ int PlayerQuery::read(unsigned int& value)
 int PlayerQuery::read(long long& value)
 {
     return logRead(m_reply.readSInt64(value));
+}
+
+unsigned int PlayerQuery::readAt(int index)
+{
+    unsigned int value = 0;
+    mdt::MsgArgType const kind = m_reply.argType(index);
+    bool const isNumber = kind == mdt::MsgArgType::uint32 || kind == mdt::MsgArgType::sint32;
+    logRead(isNumber && readNumber(m_reply, index, value) ? 0 : -EPROTO);
+    return value;
 }
 
 int PlayerQuery::logRead(int result) const

@@ -17,6 +17,9 @@ inline constexpr char kLogClass[] = "OmcMediaPlayer";
 /// Logs the entry of an operation and begins its one-way command.
 Request command(OmcMediaPlayer& player, platform::LogSite const& site, int code);
 
+/// Begins a message of the player without a word, for operations that log an entry of their own or none.
+Request request(OmcMediaPlayer& player, platform::LogSite const& site, int code, int type);
+
 /// One question to the service and its answer, both on the stack of the operation that asks.
 class PlayerQuery
 {
@@ -38,6 +41,9 @@ public:
 
     int read(unsigned int& value);
     int read(long long& value);
+
+    /// One number of several, whatever became of those before it. @return 0 when it cannot be read
+    unsigned int readAt(int index);
 
     /// An answer that is too short leaves the end of the record as it was.
     template <class Record> int readRecord(Record& record) { return readRecord(&record, sizeof record); }

@@ -80,17 +80,15 @@ int OmcMediaPlayer::getDisplayRect(om::om_display_rect_t& rect)
 int OmcMediaPlayer::getZoom(om::om_zoom_mode_e& mode, om::om_zoom_ratio_e& ratio)
 {
     PlayerQuery query(*this, ORVANE_LOG_SITE, protocol::kCmdGetZoom);
-    unsigned int modeValue = 0;
-    unsigned int ratioValue = 0;
+    // Also without an answer both have a value.
+    mode = static_cast<om::om_zoom_mode_e>(0);
+    ratio = static_cast<om::om_zoom_ratio_e>(0);
     int const result = query.ask();
     if (result >= 0)
     {
-        query.read(modeValue);
-        query.read(ratioValue);
+        mode = static_cast<om::om_zoom_mode_e>(query.readAt(0));
+        ratio = static_cast<om::om_zoom_ratio_e>(query.readAt(1));
     }
-    // Also without an answer both have a value.
-    mode = static_cast<om::om_zoom_mode_e>(modeValue);
-    ratio = static_cast<om::om_zoom_ratio_e>(ratioValue);
     return result;
 }
 

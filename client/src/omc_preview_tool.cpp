@@ -2,6 +2,7 @@
 // The client side of the preview tool: requests and the delivery of their results.
 #include "orvane/omc_preview_tool.h"
 
+#include "dispatch_gate.h"
 #include "event_reader.h"
 #include "extend_command.h"
 #include "message_util.h"
@@ -108,6 +109,7 @@ int OmcPreviewInfoTool::dispatch(void* event)
         ORVANE_LOG_ERROR("Invalid Param! event=NULL!");
         return -2;
     }
+    DispatchGate::Delivery const delivery(static_cast<om::OmIPreviewTool*>(this));
     auto& message = *static_cast<mdt::MsgData*>(event);
     if (message.readMsg() != protocol::kMsgPreviewInfo)
     {

@@ -82,15 +82,15 @@ public:
     virtual int isSpeedable() = 0;
     virtual int speed(om_play_speed_e speed, int param) = 0;
 
-    // Queries with a result argument give a negative value on failure; the argument is then as it was.
+    // Queries with a result argument give a negative value on failure; the argument is then left as far as the answer
+    // was read. getDisplayRect and getZoom report only whether the service answered; getZoom gives zeros when it did
+    // not.
     virtual int getSpeed(om_play_speed_e& speed) = 0;
     virtual int rotate(om_display_rotate_e angle) = 0;
     virtual int getRotateAngle(om_display_rotate_e& angle) = 0;
     virtual int setDisplayRect(om_display_rect_t const& rect) = 0;
     virtual int getDisplayRect(om_display_rect_t& rect) = 0;
     virtual int setZoom(om_zoom_mode_e mode, om_zoom_ratio_e ratio) = 0;
-
-    /// Both arguments are 0 when the service did not answer.
     virtual int getZoom(om_zoom_mode_e& mode, om_zoom_ratio_e& ratio) = 0;
 
     /// @param distance pixels of the screen
@@ -147,7 +147,8 @@ public:
     /// Announces this player to the service; its constructor does so already.
     virtual int init() = 0;
 
-    /// Empties the listener list. @return 0
+    /// Empties the listener list and waits until calls of these listeners on other threads have ended: hold no lock
+    /// that a listener takes. @return 0
     virtual int deinit() = 0;
 
     /// Adds a listener, called in the order of adding on the receive thread. @return 0, -2 for null, 1 when present

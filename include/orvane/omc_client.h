@@ -76,6 +76,7 @@ public:
 
 private:
     void retire(unsigned int plid, om::OmIMediaPlayer* player);
+    void forgetAgents();
 
     void reportStatus(int status);
     bool isForThis(mdt::MsgData const& message, platform::LogSite const& site);

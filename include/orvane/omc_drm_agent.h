@@ -55,6 +55,9 @@ public:
     int doExtendCommand(om::OmString const& command, om::OmPropertyGroup const& props) override;
     int dispatch(void* event) override;
 
+    /// Forgets the listeners: none is called any more, also not for the message at hand.
+    void release() { m_listeners.clear(); }
+
 protected:
     int boundedOperation(int operation, void* in, unsigned int in_size, void* out, unsigned int out_capacity,
                          unsigned int& out_size) override;

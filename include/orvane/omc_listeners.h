@@ -24,7 +24,7 @@ namespace tz::orvane::omc
 class ORVANE_API OmcIConnectionListener
 {
 public:
-    /// @param status 0xA004 when the service is gone, else the service's value
+    /// @param status OM_CONNECTION_STATUS_DIED when the service is gone, else the service's value
     virtual void onConnectionChanged(om::OmIConnection* conn, int status) = 0;
     virtual void onEvent(om::OmIConnection* conn, int evt, om::OmPropertyGroup& props) = 0;
 

@@ -3,6 +3,8 @@
 #include "support/log_capture.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace tz::orvane::test
 {
@@ -11,6 +13,13 @@ LogCapture::LogCapture(platform::DebugLevel level)
 {
     platform::setDebugSink(&LogCapture::take, this);
     platform::setDebugLevel(level);
+}
+
+LogCapture::LogCapture(std::function<void(std::string const&)> onLine)
+    : m_onLine(std::move(onLine))
+{
+    platform::setDebugSink(&LogCapture::take, this);
+    platform::setDebugLevel(platform::DebugLevel::debug);
 }
 
 LogCapture::~LogCapture()
@@ -38,17 +47,37 @@ std::vector<std::string> LogCapture::texts() const
 
 std::vector<std::string> LogCapture::textsOf(std::string const& operation) const
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::string> texts;
-    for (Line const& line : m_lines)
+    for (Line const& line : linesFrom(operation))
     {
-        if (line.place.size() > operation.size() &&
-            line.place.compare(line.place.size() - operation.size() - 1, std::string::npos, " " + operation) == 0)
-        {
-            texts.push_back(line.text);
-        }
+        texts.push_back(line.text);
     }
     return texts;
+}
+
+std::vector<std::string> LogCapture::linesOf(std::string const& operation) const
+{
+    constexpr char const* kLevelNames[] = {"off", "error", "warning", "info", "debug", "trace"};
+    std::vector<std::string> lines;
+    for (Line const& line : linesFrom(operation))
+    {
+        lines.push_back(std::string(kLevelNames[static_cast<int>(line.level)]) + ": " + line.text);
+    }
+    return lines;
+}
+
+std::vector<LogCapture::Line> LogCapture::linesFrom(std::string const& operation) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<Line> lines;
+    std::copy_if(m_lines.begin(), m_lines.end(), std::back_inserter(lines),
+                 [&](Line const& line)
+                 {
+                     std::size_t const size = operation.size() + 1;
+                     return line.place.size() >= size &&
+                            line.place.compare(line.place.size() - size, size, " " + operation) == 0;
+                 });
+    return lines;
 }
 
 bool LogCapture::contains(std::string const& text) const
@@ -80,8 +109,15 @@ void LogCapture::take(platform::DebugLevel level, char const* line, void* contex
         entry.text = entry.text.substr(end + 3);
     }
     auto* self = static_cast<LogCapture*>(context);
-    std::lock_guard<std::mutex> lock(self->m_mutex);
-    self->m_lines.push_back(std::move(entry));
+    std::string const text = entry.text;
+    {
+        std::lock_guard<std::mutex> lock(self->m_mutex);
+        self->m_lines.push_back(std::move(entry));
+    }
+    if (self->m_onLine)
+    {
+        self->m_onLine(text);
+    }
 }
 
 } // namespace tz::orvane::test

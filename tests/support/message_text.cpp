@@ -70,4 +70,15 @@ std::string textOf(RecordedMessage const& message)
     return text;
 }
 
+std::vector<std::string> takeTexts(ScriptedService& service)
+{
+    std::vector<std::string> texts;
+    for (RecordedMessage const& message : service.messages())
+    {
+        texts.push_back(textOf(message));
+    }
+    service.forget();
+    return texts;
+}
+
 } // namespace tz::orvane::test

@@ -3,11 +3,11 @@
 #include "support/wire_connection.h"
 
 #include "orvane/platform/mdtc_messenger.h"
+#include "support/message_text.h"
 #include "support/wait.h"
 
 #include <gtest/gtest.h>
 #include <mutex>
-#include <vector>
 
 namespace tz::orvane::test
 {
@@ -85,6 +85,16 @@ int WireConnection::deliver(int uid, int msg, ScriptedService::Fill const& fill)
     EXPECT_TRUE(eventually([&] { return takenCount() > before; })) << "the message did not arrive";
     std::lock_guard<std::mutex> lock(s_resultMutex);
     return s_results.size() > before ? s_results.back() : 0;
+}
+
+std::vector<std::string> WireConnection::sent()
+{
+    ScriptedService::settle(kCnid);
+    for (RecordedMessage const& message : m_service.messages())
+    {
+        EXPECT_EQ(message.pid, kCnid);
+    }
+    return takeTexts(m_service);
 }
 
 } // namespace tz::orvane::test

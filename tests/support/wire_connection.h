@@ -6,6 +6,8 @@
 #include "support/scripted_service.h"
 
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace tz::orvane::test
 {
@@ -30,6 +32,9 @@ public:
 
     /// Lets the service post a message and waits until it has been taken. @return what `take` gave
     int deliver(int uid, int msg, ScriptedService::Fill const& fill);
+
+    /// Everything that was sent since the last look, as text; all of it must be from this connection.
+    std::vector<std::string> sent();
 
 private:
     ScriptedService& m_service;

@@ -114,6 +114,32 @@ TEST(DispatchGate, outerDeliveriesCountWhileInnerOnesGoOn)
     EXPECT_FALSE(DispatchGate::isInside({connection(1)}));
 }
 
+TEST(DispatchGate, aDeliveryToAnObjectAloneIsInsideThatObjectOnly)
+{
+    int first = 0;
+    int second = 0;
+    DispatchGate::Delivery const delivery(&first);
+    EXPECT_TRUE(DispatchGate::isInside({connection(0), 0x2001, 0x2001, &first}));
+    EXPECT_TRUE(DispatchGate::isInside({connection(1), 0, UINT_MAX, &first}));
+    EXPECT_FALSE(DispatchGate::isInside({connection(0), 0x2001, 0x2001, &second}));
+    EXPECT_FALSE(DispatchGate::isInside({connection(0)}));
+}
+
+TEST(DispatchGate, aDeliveryToAnObjectAloneIsWaitedForByThatObjectOnly)
+{
+    int first = 0;
+    int second = 0;
+    Holder holder(
+        [&](Holder& self)
+        {
+            DispatchGate::Delivery const delivery(&first);
+            self.stay();
+        });
+    DispatchGate::waitForOthers({connection(0)});
+    DispatchGate::waitForOthers({connection(0), 0, UINT_MAX, &second});
+    EXPECT_TRUE(waitsFor(holder, {connection(0), 0x2001, 0x2001, &first}));
+}
+
 TEST(DispatchGate, aUseIsNoDelivery)
 {
     DispatchGate::Use const use(connection(0), 0x2001);

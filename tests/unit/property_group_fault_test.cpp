@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // A malformed property group says on standard output what is wrong with it and ends the process.
 #include "orvane/om_property_group.h"
+#include "support/ending.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <cstdio>
 #include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace tz::orvane::om
 {
@@ -19,53 +15,9 @@ namespace
 
 using namespace std::string_literals;
 
-struct Ending
-{
-    int signal = 0;
-    std::string output; ///< what went to standard output
-};
-
-// Runs `body` in a child. (A death test looks at standard error, where an emulator adds a line of its own.)
-template <class Body> Ending endingOf(Body const& body)
-{
-    int ends[2];
-    if (pipe(ends) != 0)
-    {
-        ADD_FAILURE() << "no pipe";
-        return {};
-    }
-    std::fflush(stdout);
-    pid_t const child = fork();
-    if (child == 0)
-    {
-        rlimit const none{};
-        setrlimit(RLIMIT_CORE, &none);
-        dup2(ends[1], STDOUT_FILENO);
-        close(ends[0]);
-        close(ends[1]);
-        body();
-        _exit(0);
-    }
-    close(ends[1]);
-    Ending ending;
-    char buffer[512];
-    for (ssize_t size = read(ends[0], buffer, sizeof buffer); size > 0; size = read(ends[0], buffer, sizeof buffer))
-    {
-        ending.output.append(buffer, static_cast<std::size_t>(size));
-    }
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    ending.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    return ending;
-}
-
-template <class Body> void expectAbort(std::string const& output, Body const& body)
-{
-    Ending const ending = endingOf(body);
-    EXPECT_EQ(ending.signal, SIGABRT);
-    EXPECT_EQ(ending.output, output);
-}
+using test::Ending;
+using test::endingOf;
+using test::expectAbort;
 
 void expectFault(std::string const& image, std::string const& line)
 {

@@ -40,10 +40,10 @@ bool grows(OmPropertyGroup& group, std::string const& key, std::string const& va
 }
 
 // Two entries of 38 bytes in a buffer of 64.
-std::string const kWorkedExample = "PR0002"
-                                   "00120014rate\0002\0"
-                                   "00210023mode\000x\0"
-                                   "ED\0"s;
+std::string const kTwoEntries = "PR0002"
+                                "00120014rate\0002\0"
+                                "00210023mode\000x\0"
+                                "ED\0"s;
 
 TEST(OmPropertyGroup, emptyGroupSendsNineBytes)
 {
@@ -52,12 +52,12 @@ TEST(OmPropertyGroup, emptyGroupSendsNineBytes)
     EXPECT_EQ(group.count(), 0);
 }
 
-TEST(OmPropertyGroup, twoEntriesGiveTheDocumentedImage)
+TEST(OmPropertyGroup, twoEntriesGiveThisImage)
 {
     OmPropertyGroup group;
     group.add("rate", "2").add("mode", "x");
     EXPECT_EQ(image(group).size(), 39U);
-    EXPECT_EQ(image(group), kWorkedExample);
+    EXPECT_EQ(image(group), kTwoEntries);
 }
 
 TEST(OmPropertyGroup, countAndOffsetsAreLowerCaseHexadecimal)
@@ -236,19 +236,19 @@ TEST(OmPropertyGroup, textsOfTheGroupItselfCanBeAddedAgain)
 
 TEST(OmPropertyGroup, receivedImageGivesItsEntriesBack)
 {
-    OmPropertyGroup const group(kWorkedExample.data(), static_cast<int>(kWorkedExample.size()));
+    OmPropertyGroup const group(kTwoEntries.data(), static_cast<int>(kTwoEntries.size()));
     EXPECT_EQ(group.count(), 2);
     EXPECT_EQ(group.keyAt(0), "rate");
     EXPECT_EQ(group.valueAt(0), "2");
     EXPECT_EQ(group.keyAt(1), "mode");
     EXPECT_EQ(group.get("mode"), "x");
-    EXPECT_EQ(image(group), kWorkedExample);
-    EXPECT_NE(bytes(group), kWorkedExample.data()) << "the image is copied";
+    EXPECT_EQ(image(group), kTwoEntries);
+    EXPECT_NE(bytes(group), kTwoEntries.data()) << "the image is copied";
 }
 
 TEST(OmPropertyGroup, receivedGroupTakesFurtherEntries)
 {
-    OmPropertyGroup received(kWorkedExample.data(), static_cast<int>(kWorkedExample.size()));
+    OmPropertyGroup received(kTwoEntries.data(), static_cast<int>(kTwoEntries.size()));
     received.add("third", "entry");
     OmPropertyGroup built;
     built.add("rate", "2").add("mode", "x").add("third", "entry");
@@ -300,7 +300,7 @@ TEST(OmPropertyGroup, assignmentCopiesImageAndEntries)
     OmPropertyGroup target;
     target.add("old", std::string(300, 'o').c_str());
     EXPECT_EQ(&(target = source), &target);
-    EXPECT_EQ(image(target), kWorkedExample);
+    EXPECT_EQ(image(target), kTwoEntries);
     EXPECT_EQ(target.get("mode"), "x");
     EXPECT_EQ(target.get("old"), "");
     source.add("later", "change");
@@ -345,7 +345,7 @@ TEST(OmPropertyGroup, assignmentToItselfChangesNothing)
     OmPropertyGroup const& same = group;
     group = same;
     EXPECT_EQ(bytes(group), before);
-    EXPECT_EQ(image(group), kWorkedExample);
+    EXPECT_EQ(image(group), kTwoEntries);
 }
 
 TEST(OmPropertyGroup, assignmentFromNothingPrintsALineAndChangesNothing)
@@ -357,7 +357,7 @@ TEST(OmPropertyGroup, assignmentFromNothingPrintsALineAndChangesNothing)
     target = nothing;
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "[PRG][ERR] Invalid content!, group.m_arr=(nil), group.m_size=-1.\n");
-    EXPECT_EQ(image(target), kWorkedExample);
+    EXPECT_EQ(image(target), kTwoEntries);
 }
 
 void expectNothing(void const* data, int length)
@@ -382,8 +382,8 @@ TEST(OmPropertyGroup, groupFromNothingAnswersEmptyAndRefusesEntries)
 {
     expectNothing(nullptr, 39);
     expectNothing(nullptr, 0);
-    expectNothing(kWorkedExample.data(), 0);
-    expectNothing(kWorkedExample.data(), -1);
+    expectNothing(kTwoEntries.data(), 0);
+    expectNothing(kTwoEntries.data(), -1);
 }
 
 TEST(OmPropertyGroup, groupFromNothingComesToLifeByAssignment)
@@ -392,7 +392,7 @@ TEST(OmPropertyGroup, groupFromNothingComesToLifeByAssignment)
     OmPropertyGroup source;
     source.add("rate", "2").add("mode", "x");
     target = source;
-    EXPECT_EQ(image(target), kWorkedExample);
+    EXPECT_EQ(image(target), kTwoEntries);
     target.add("k", "v");
     EXPECT_EQ(target.get("k"), "v");
 }

@@ -10,7 +10,9 @@
 
 using namespace tz::orvane;
 using namespace tz::orvane::test;
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::StartsWith;
 
 namespace
 {
@@ -301,6 +303,7 @@ TEST_F(OmcClientDispatch, deathNeedsNoArgumentsAndReachesEveryListener)
         EXPECT_THAT(clientLines(log),
                     ElementsAre("OmcClient::dispatch: Called.",
                                 "OmcClient::dispatch: Deal callback event. evt_id=OM_TRANS_MSG_ID_CONNECTION_DIED."));
+        EXPECT_THAT(log.linesOf("OmcClient::dispatch"), Each(StartsWith("debug: ")));
     }
     EXPECT_THAT(first.calls(), ElementsAre("changed 0xA004", "changed 0xA004"));
     EXPECT_THAT(second.calls(), ElementsAre("changed 0xA004", "changed 0xA004"));
@@ -324,6 +327,8 @@ TEST_F(OmcClientDispatch, changesCarryTheirStatus)
                             format("OmcClient::dispatch: To call onConnectionChanged() function with params: "
                                    "status=%d.",
                                    0xA002)));
+    EXPECT_THAT(log.linesOf("OmcClient::dispatch"),
+                ElementsAre(StartsWith("debug: "), StartsWith("debug: Deal"), StartsWith("info: To call")));
     EXPECT_THAT(first.calls(), ElementsAre("changed 0xA002"));
     EXPECT_THAT(second.calls(), ElementsAre("changed 0xA002"));
     EXPECT_EQ(client().getClientStatus(), 0xA000);

@@ -146,16 +146,7 @@ protected:
         return sent();
     }
 
-    std::vector<std::string> sent()
-    {
-        std::vector<std::string> texts;
-        for (RecordedMessage const& message : service.messages())
-        {
-            texts.push_back(textOf(message));
-        }
-        service.forget();
-        return texts;
-    }
+    std::vector<std::string> sent() { return takeTexts(service); }
 
 private:
     ProcessState m_state;

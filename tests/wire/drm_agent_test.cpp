@@ -2,7 +2,9 @@
 // The DRM agent: buffers out and back, with and without a limit.
 #include "orvane/omc_drm_agent.h"
 
+#include "support/disguised_group.h"
 #include "support/log_capture.h"
+#include "support/message_parts.h"
 #include "support/message_text.h"
 #include "support/scripted_service.h"
 #include "support/temp_dir.h"
@@ -23,25 +25,14 @@ using namespace om;
 using Lines = std::vector<std::string>;
 
 constexpr unsigned int kAgentId = 0x6DEF;
-constexpr char kCalled[] = "Called. Client Id=6844, m_plid=28143.";
-constexpr char kUnsent[] = "Error! Failed to send msg or command from client to binder. ErrorCode=-107.";
-constexpr char kRefused[] = "Error! Failed to send msg or command from client to binder. ErrorCode=-13.";
+constexpr char kCalled[] = "debug: Called. Client Id=6844, m_plid=28143.";
+constexpr char kUnsent[] = "error: Error! Failed to send msg or command from client to binder. ErrorCode=-107.";
+constexpr char kRefused[] = "error: Error! Failed to send msg or command from client to binder. ErrorCode=-13.";
 
 class DrmAgent : public ::testing::Test
 {
 protected:
-    std::vector<std::string> sent()
-    {
-        m_service.settle(kCnid);
-        std::vector<std::string> texts;
-        for (RecordedMessage const& message : m_service.messages())
-        {
-            EXPECT_EQ(message.pid, kCnid);
-            texts.push_back(textOf(message));
-        }
-        m_service.forget();
-        return texts;
-    }
+    std::vector<std::string> sent() { return m_connection.sent(); }
 
     SocketDir m_dir;
     ScriptedService m_service;
@@ -56,7 +47,7 @@ std::string placeOf(char const* operation)
 
 std::string replyLine(int code)
 {
-    return "Called, pid = 6844, uid = 0x6def, type = 2, cmd = " + std::to_string(code);
+    return "info: Called, pid = 6844, uid = 0x6def, type = 2, cmd = " + std::to_string(code);
 }
 
 // Operations without buffers.
@@ -89,17 +80,10 @@ TEST_F(DrmAgent, operationsWithoutBuffersGiveTheMessengersResultWhateverTheAnswe
         SCOPED_TRACE(row.operation);
         for (bool const answered : {true, false})
         {
-            m_service.answer(row.code,
-                             [answered](mdt::MsgData& reply)
-                             {
-                                 if (answered)
-                                 {
-                                     reply.writeUInt32(0xFFFFFFFF);
-                                 }
-                             });
+            m_service.answer(row.code, answered ? number(0xFFFFFFFF) : Fill());
             LogCapture log;
             EXPECT_GT((m_agent.*row.call)(), 0);
-            EXPECT_EQ(log.textsOf(placeOf(row.operation)), (Lines{kCalled, replyLine(row.code)}));
+            EXPECT_EQ(log.linesOf(placeOf(row.operation)), (Lines{kCalled, replyLine(row.code)}));
             EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
         }
     }
@@ -113,7 +97,7 @@ TEST_F(DrmAgent, operationsWithoutBuffersThatFailGiveTheMessengersResult)
         m_service.refuse(row.code, -13);
         LogCapture log;
         EXPECT_EQ((m_agent.*row.call)(), -13);
-        EXPECT_EQ(log.textsOf(placeOf(row.operation)), (Lines{kCalled, kRefused}));
+        EXPECT_EQ(log.linesOf(placeOf(row.operation)), (Lines{kCalled, kRefused}));
     }
 }
 
@@ -161,15 +145,9 @@ testing::Matcher<std::string const&> resultLine(int result, int size, void const
 {
     char end[40];
     std::snprintf(end, sizeof end, ", *wdata = %p", target);
-    return testing::AllOf(testing::StartsWith("Called, result = " + std::to_string(result) +
+    return testing::AllOf(testing::StartsWith("info: Called, result = " + std::to_string(result) +
                                               ", size = " + std::to_string(size) + ", data = "),
                           testing::HasSubstr(", wdata = 0x"), testing::EndsWith(end));
-}
-
-void answerWith(ScriptedService& service, int code, std::string const& bytes)
-{
-    service.answer(code, [bytes](mdt::MsgData& reply)
-                   { reply.writeData(bytes.data(), static_cast<unsigned short>(bytes.size())); });
 }
 
 TEST_F(DrmAgent, bufferOperationsSendTheInputAndCopyTheAnswer)
@@ -177,7 +155,7 @@ TEST_F(DrmAgent, bufferOperationsSendTheInputAndCopyTheAnswer)
     for (BufferRow const& row : kBufferRows)
     {
         SCOPED_TRACE(row.operation);
-        answerWith(m_service, row.code, std::string("\0answer", 7));
+        m_service.answer(row.code, bytes(std::string("\0answer", 7)));
         char in[] = "in\0";
         char out[] = "..........";
         void* target = out;
@@ -188,7 +166,7 @@ TEST_F(DrmAgent, bufferOperationsSendTheInputAndCopyTheAnswer)
         EXPECT_EQ(std::string(out, 10), std::string("\0answer...", 10));
         EXPECT_EQ(target, out);
         EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
-        EXPECT_THAT(log.textsOf(placeOf(row.operation)),
+        EXPECT_THAT(log.linesOf(placeOf(row.operation)),
                     ::testing::ElementsAre(kCalled, replyLine(row.code), resultLine(0, 7, out), resultLine(0, 7, out)));
         EXPECT_EQ(log.lines().front().place, "omc_drmAgent: " + placeOf(row.operation));
     }
@@ -199,7 +177,7 @@ TEST_F(DrmAgent, boundedOperationsAreTheSameOperationsWithALimit)
     for (BufferRow const& row : kBufferRows)
     {
         SCOPED_TRACE(row.operation);
-        answerWith(m_service, row.code, std::string("\0answer", 7));
+        m_service.answer(row.code, bytes(std::string("\0answer", 7)));
         char in[] = "in\0";
         char out[] = "..........";
         unsigned int size = 77;
@@ -208,12 +186,16 @@ TEST_F(DrmAgent, boundedOperationsAreTheSameOperationsWithALimit)
         EXPECT_EQ(size, 7u);
         EXPECT_EQ(std::string(out, 10), std::string("\0answer...", 10));
         EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
-        EXPECT_THAT(log.textsOf(placeOf(row.operation)),
+        EXPECT_THAT(log.linesOf(placeOf(row.operation)),
                     ::testing::ElementsAre(kCalled, replyLine(row.code), resultLine(0, 7, out), resultLine(0, 7, out)));
 
         std::string const untouched(out, 10);
         size = 77;
+        log.clear();
         EXPECT_EQ((m_agent.*row.boundedCall)(in, 3, out, 6, size), -7) << "too long";
+        EXPECT_THAT(
+            log.linesOf(placeOf(row.operation)),
+            ::testing::ElementsAre(kCalled, replyLine(row.code), resultLine(0, 7, out), resultLine(-7, 7, out)));
         EXPECT_EQ(size, 7u);
         EXPECT_EQ(std::string(out, 10), untouched);
         EXPECT_EQ((m_agent.*row.boundedCall)(in, 3, nullptr, 100, size), -7) << "nowhere to copy to";
@@ -226,7 +208,7 @@ TEST_F(DrmAgent, anEmptyAnswerCopiesNothing)
     for (BufferRow const& row : kBufferRows)
     {
         SCOPED_TRACE(row.operation);
-        answerWith(m_service, row.code, "");
+        m_service.answer(row.code, bytes(""));
         char out[] = "...";
         void* target = out;
         unsigned int size = 77;
@@ -241,19 +223,12 @@ TEST_F(DrmAgent, anEmptyAnswerCopiesNothing)
 
 TEST_F(DrmAgent, anAnswerThatIsNoBufferIsAFailedRead)
 {
-    for (bool const number : {false, true})
+    for (bool const isNumber : {false, true})
     {
         for (BufferRow const& row : kBufferRows)
         {
             SCOPED_TRACE(row.operation);
-            m_service.answer(row.code,
-                             [number](mdt::MsgData& reply)
-                             {
-                                 if (number)
-                                 {
-                                     reply.writeUInt32(1);
-                                 }
-                             });
+            m_service.answer(row.code, isNumber ? number(1) : Fill());
             char out[] = "...";
             void* target = out;
             unsigned int size = 77;
@@ -262,7 +237,7 @@ TEST_F(DrmAgent, anAnswerThatIsNoBufferIsAFailedRead)
             EXPECT_EQ(size, 0u);
             EXPECT_STREQ(out, "...");
             EXPECT_THAT(
-                log.textsOf(placeOf(row.operation)),
+                log.linesOf(placeOf(row.operation)),
                 ::testing::ElementsAre(kCalled, replyLine(row.code), resultLine(-71, 0, out), resultLine(-71, 0, out)));
         }
     }
@@ -279,7 +254,7 @@ TEST_F(DrmAgent, bufferOperationsThatFailTouchNothing)
         unsigned int size = 77;
         LogCapture log;
         EXPECT_EQ((m_agent.*row.call)(nullptr, 0, &target, size), -13);
-        EXPECT_EQ(log.textsOf(placeOf(row.operation)), (Lines{kCalled, kRefused}));
+        EXPECT_EQ(log.linesOf(placeOf(row.operation)), (Lines{kCalled, kRefused}));
         EXPECT_EQ((m_agent.*row.boundedCall)(nullptr, 0, out, 3, size), -13);
         EXPECT_EQ(size, 77u);
         EXPECT_STREQ(out, "...");
@@ -304,6 +279,7 @@ public:
     using OmcDrmAgent::boundedOperation;
     using OmcDrmAgent::OmcDrmAgent;
     unsigned int getAgentID() override { return 0x6111; }
+    unsigned int getClientID() override { return kCnid; }
 };
 
 TEST_F(DrmAgent, anOperationThatDoesNotExistIsRefused)
@@ -318,9 +294,21 @@ TEST_F(DrmAgent, anOperationThatDoesNotExistIsRefused)
 
 TEST_F(DrmAgent, messagesCarryTheIdsOfTheVirtualGetters)
 {
-    Opened agent(kCnid, kAgentId);
+    Opened agent(0x1FFE, kAgentId); // nothing is connected under this id
+    LogCapture log;
     EXPECT_GT(agent.initialize(), 0);
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xA503 uid=0x6111 type=2 query"));
+    EXPECT_GT(agent.doExtendCommand("c", OmPropertyGroup()), 0);
+    EXPECT_EQ(log.linesOf("OmcDrmAgent::initialize").front(), "debug: Called. Client Id=6844, m_plid=24849.");
+    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xA503 uid=0x6111 type=2 query",
+                                               "msg=0xA228 uid=0x6111 type=1 oneway string(c) data(9: "
+                                               "505230303030454400)"));
+}
+
+TEST_F(DrmAgent, aDerivedGroupMaySendOtherBytes)
+{
+    EXPECT_GT(m_agent.doExtendCommand("c", DisguisedGroup()), 0);
+    EXPECT_THAT(sent(), ::testing::ElementsAre(
+                            "msg=0xA228 uid=0x6DEF type=1 oneway string(c) data(6: " + hexOf("masked") + ")"));
 }
 
 TEST_F(DrmAgent, anExtendedCommandWaitsForNothing)
@@ -328,14 +316,14 @@ TEST_F(DrmAgent, anExtendedCommandWaitsForNothing)
     OmPropertyGroup props;
     LogCapture log;
     EXPECT_GT(m_agent.doExtendCommand("a command", props), 0);
-    EXPECT_EQ(log.textsOf("OmcDrmAgent::doExtendCommand"), Lines{kCalled});
+    EXPECT_EQ(log.linesOf("OmcDrmAgent::doExtendCommand"), Lines{kCalled});
     EXPECT_THAT(sent(), ::testing::ElementsAre(
                             "msg=0xA228 uid=0x6DEF type=1 oneway string(a command) data(9: 505230303030454400)"));
 
     m_connection.disconnect();
     log.clear();
     EXPECT_EQ(m_agent.doExtendCommand("a command", props), 0);
-    EXPECT_EQ(log.textsOf("OmcDrmAgent::doExtendCommand"), (Lines{kCalled, kUnsent}));
+    EXPECT_EQ(log.linesOf("OmcDrmAgent::doExtendCommand"), (Lines{kCalled, kUnsent}));
 }
 
 } // namespace

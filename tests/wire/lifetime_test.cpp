@@ -6,26 +6,6 @@ using namespace tz::orvane;
 using namespace tz::orvane::test;
 using ::testing::ElementsAre;
 
-namespace
-{
-
-/// A player that tells when its memory goes.
-class CountedPlayer : public omc::OmcMediaPlayer
-{
-public:
-    CountedPlayer(unsigned int cnid, unsigned int plid, int& destroyed)
-        : OmcMediaPlayer(cnid, plid)
-        , m_destroyed(destroyed)
-    {
-    }
-    ~CountedPlayer() override { ++m_destroyed; }
-
-private:
-    int& m_destroyed;
-};
-
-} // namespace
-
 TEST_F(Lifetime, playersAreDestroyedWhileTheirEventsArrive)
 {
     omc::OmcClient& client = connect();
@@ -224,13 +204,50 @@ TEST_F(Lifetime, agentsDestroyThemselvesFromInsideTheirCallback)
     service.answer(protocol::kCmdCreateDrmAgent, [](mdt::MsgData& reply) { reply.writeUInt32(0x6000); });
     for (int i = 0; i < kWireRounds / 2; ++i)
     {
-        AgentListener listener;
-        client.createDrmAgent(1)->addListener(&listener);
-        listener.onCall = [&] { client.destroyDrmAgent(0x6000u); };
+        AgentListener first;
+        AgentListener second;
+        auto agent = client.createDrmAgent(1);
+        agent->addListener(&first);
+        agent->addListener(&second);
+        agent.reset();
+        bool const byId = i % 2 == 0;
+        first.onCall = [&]
+        { byId ? client.destroyDrmAgent(0x6000u) : client.destroyDrmAgent(client.findDrmAgent(0x6000)); };
         deliverDrm();
         deliverDrm();
-        EXPECT_EQ(listener.calls, 1);
+        EXPECT_EQ(first.calls, 1);
+        EXPECT_EQ(second.calls, 0);
     }
+}
+
+TEST_F(Lifetime, agentsAreSilentWhenTheirConnectionIsDestroyedFromInsideACallback)
+{
+    LogCapture const quiet(platform::DebugLevel::off);
+    service.answer(protocol::kCmdCreateDrmAgent, [](mdt::MsgData& reply) { reply.writeUInt32(0x6000); });
+    for (int i = 0; i < kWireRounds / 10; ++i)
+    {
+        omc::OmcClient& client = connect();
+        AgentListener first;
+        AgentListener second;
+        auto const agent = client.createDrmAgent(1);
+        agent->addListener(&first);
+        agent->addListener(&second);
+        first.onCall = [&] { access.destroyConnection(&client); };
+        deliverDrm();
+        deliverDrm();
+        EXPECT_EQ(first.calls, 1);
+        EXPECT_EQ(second.calls, 0);
+    }
+}
+
+TEST_F(Lifetime, anAgentThatStaysOutsideItsCallbackKeepsItsListeners)
+{
+    omc::OmcClient& client = connect();
+    AgentListener listener;
+    auto const agent = client.createDrmAgent(1);
+    agent->addListener(&listener);
+    client.destroyDrmAgent(agent);
+    EXPECT_EQ(agent->removeListener(&listener), 0);
 }
 
 TEST_F(Lifetime, connectionsAreDestroyedWhileTheirEventsArrive)

@@ -51,20 +51,32 @@ inline void deliverDeath()
     omc::Global_CallbackToClient(&message);
 }
 
-inline void deliverPreview()
+inline void fillFrame(mdt::MsgData& message, int plid)
 {
-    mdt::MsgData message(kCnid, 0x4000, protocol::kMsgPreviewInfo, 1);
+    message.writeUInt32(static_cast<unsigned int>(plid));
+    message.writeUInt32(0);
+    message.writeData("frame", 5);
+    message.writeData(nullptr, 0);
+}
+
+inline void fillPreview(mdt::MsgData& message)
+{
     message.writeUInt32(0x4000);
     message.writeUInt32(1);
     message.writeSInt32(0);
     message.writeString("/tmp/preview.jpg");
     message.writeData(nullptr, 0);
+}
+
+inline void deliverPreview()
+{
+    mdt::MsgData message(kCnid, 0x4000, protocol::kMsgPreviewInfo, 1);
+    fillPreview(message);
     omc::Global_CallbackToClient(&message);
 }
 
-inline void deliverDrm()
+inline void fillDrm(mdt::MsgData& message)
 {
-    mdt::MsgData message(kCnid, 0x6000, protocol::kMsgDrmEvent, 1);
     for (unsigned int const value : {0x6000u, 1u, 2u, 3u})
     {
         message.writeUInt32(value);
@@ -72,6 +84,12 @@ inline void deliverDrm()
     message.writeSInt64(4);
     message.writeUInt32(5);
     message.writeData("x", 1);
+}
+
+inline void deliverDrm()
+{
+    mdt::MsgData message(kCnid, 0x6000, protocol::kMsgDrmEvent, 1);
+    fillDrm(message);
     omc::Global_CallbackToClient(&message);
 }
 
@@ -108,6 +126,50 @@ private:
     std::atomic<bool> m_ending{false};
     std::atomic<long> m_rounds{0};
     std::thread m_thread;
+};
+
+/// A player that tells when its memory goes.
+class CountedPlayer : public omc::OmcMediaPlayer
+{
+public:
+    CountedPlayer(unsigned int cnid, unsigned int plid, int& destroyed)
+        : OmcMediaPlayer(cnid, plid)
+        , m_destroyed(destroyed)
+    {
+    }
+    ~CountedPlayer() override { ++m_destroyed; }
+
+private:
+    int& m_destroyed;
+};
+
+/// Calls a function for states and frames alike.
+class FrameListener final : public omc::OmcIMediaPlayerListener
+{
+public:
+    std::function<void(om::OmIMediaPlayer*)> onCall;
+    std::atomic<int> calls{0};
+
+    void onStateChanged(om::OmIMediaPlayer* player, unsigned int, om::om_state_e, int,
+                        om::OmPropertyGroup const&) override
+    {
+        note(player);
+    }
+
+    void onFrameInfoUpdated(om::OmIMediaPlayer* player, unsigned int, void*, int, om::OmPropertyGroup const&) override
+    {
+        note(player);
+    }
+
+private:
+    void note(om::OmIMediaPlayer* player)
+    {
+        ++calls;
+        if (onCall)
+        {
+            onCall(player);
+        }
+    }
 };
 
 class ToolListener final : public omc::OmcIPreviewToolListener

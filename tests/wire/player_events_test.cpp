@@ -3,8 +3,9 @@
 #include "orvane/omc_listeners.h"
 #include "player_fixture.h"
 #include "player_recorder.h"
+#include "support/ending.h"
+#include "support/message_parts.h"
 
-#include <csignal>
 #include <cstdio>
 #include <optional>
 
@@ -17,20 +18,14 @@ namespace
 using namespace om;
 
 using Lines = std::vector<std::string>;
-using Fill = ScriptedService::Fill;
 
 constexpr char kReqText[] = "reqId=0x00AB";
 
 // The parts of a message.
 
-Fill number(unsigned int value)
+Fill record(std::size_t size)
 {
-    return [value](mdt::MsgData& msg) { msg.writeUInt32(value); };
-}
-
-Fill record(unsigned short size)
-{
-    return [size](mdt::MsgData& msg) { msg.writeData(std::string(size, 'r').data(), size); };
+    return bytes(std::string(size, 'r'));
 }
 
 Fill frame(std::size_t size)
@@ -49,15 +44,9 @@ void position(mdt::MsgData& msg)
     msg.writeSInt64(-7000000000);
 }
 
-void group(mdt::MsgData& msg)
+Fill group()
 {
-    std::string const image = groupImage({{"k", "v"}});
-    msg.writeData(image.data(), static_cast<unsigned short>(image.size()));
-}
-
-void twoBytes(mdt::MsgData& msg)
-{
-    msg.writeData("ab", 2);
+    return bytes(groupImage({{"k", "v"}}));
 }
 
 struct EventRow
@@ -71,10 +60,10 @@ struct EventRow
     char const* noGroup;              ///< the log line when the group is no block
 };
 
-constexpr char kFirst[] = "Read 1st param failed!";
-constexpr char kSecond[] = "Read 2nd param failed!";
-constexpr char kThird[] = "Read 3rd param failed!";
-constexpr char kFourth[] = "Read 4th param failed!";
+constexpr char kFirst[] = "error: Read 1st param failed!";
+constexpr char kSecond[] = "error: Read 2nd param failed!";
+constexpr char kThird[] = "error: Read 3rd param failed!";
+constexpr char kFourth[] = "error: Read 4th param failed!";
 
 std::vector<EventRow> rows()
 {
@@ -84,72 +73,72 @@ std::vector<EventRow> rows()
          "OM_TRANS_MSG_ID_STATE_CHANGED",
          {number(4), number(0xF0000001)},
          "onStateChanged(4 -268435455)",
-         "To invoke listener->onStateChanged() with params: " + req + ", newSts=4, actSts=0xF0000001.",
+         "info: To invoke listener->onStateChanged() with params: " + req + ", newSts=4, actSts=0xF0000001.",
          {kFirst, kSecond, kThird, kFourth},
-         "Read 5th param failed! result=-71"},
+         "error: Read 5th param failed! result=-71"},
         {0xC213,
          "OM_TRANS_MSG_ID_ERROR",
          {number(4000000000)},
          "onError(4000000000)",
-         "To invoke listener->onError() function with params: " + req + ", errCode=-294967296.",
-         {kFirst, kSecond, "Read 3rd param failed!."},
-         "Read 4th param failed! result=-71"},
+         "info: To invoke listener->onError() function with params: " + req + ", errCode=-294967296.",
+         {kFirst, kSecond, "error: Read 3rd param failed!."},
+         "error: Read 4th param failed! result=-71"},
         {0xC214,
          "OM_TRANS_MSG_ID_EVENT",
          {number(17)},
          "onEvent(17)",
-         "To invoke listener->onEvent() function with params: " + req + ", evt=17.",
+         "info: To invoke listener->onEvent() function with params: " + req + ", evt=17.",
          {kFirst, kSecond, kThird},
-         "Read 4th param failed! result=-71."},
+         "error: Read 4th param failed! result=-71."},
         {0xC215,
          "OM_TRANS_MSG_ID_REPLY",
          {number(18), [](mdt::MsgData& msg) { msg.writeSInt32(-5); }},
          "onReply(18 -5)",
-         "To invoke listener->onReply() function with params: " + req + ", evt=18, res=-5.",
+         "info: To invoke listener->onReply() function with params: " + req + ", evt=18, res=-5.",
          {kFirst, kSecond, kThird, kFourth},
-         "Read 5th param failed! result=-71."},
+         "error: Read 5th param failed! result=-71."},
         {0xC216,
          "OM_TRANS_MSG_ID_METAINFO_UPDATED",
          {record(984)},
          "onMetaInfoUpdated(984 bytes, 984 sent)",
-         "To invoke listener->onMetaInfoUpdated() function with params: " + req + ".",
+         "info: To invoke listener->onMetaInfoUpdated() function with params: " + req + ".",
          {kFirst, kSecond, kThird},
-         "Read 4th param failed! result=-71."},
+         "error: Read 4th param failed! result=-71."},
         {0xC217,
          "OM_TRANS_MSG_ID_CONTAINERINFO_UPDATED",
          {record(18916)},
          "onContainerInfoUpdated(18916 bytes, 18916 sent)",
-         "To invoke listener->onContainerInfoUpdated() function with params: " + req + ".",
+         "info: To invoke listener->onContainerInfoUpdated() function with params: " + req + ".",
          {kFirst, kSecond, kThird},
-         "Read 4th param failed! result=-71."},
+         "error: Read 4th param failed! result=-71."},
         {0xC218,
          "OM_TRANS_MSG_ID_METAINFO_UPDATED",
          {record(260)},
          "onExifInfoUpdated(260 bytes, 260 sent)",
-         "To invoke listener->onMetaInfoUpdated() function with params: " + req + ".",
+         "info: To invoke listener->onMetaInfoUpdated() function with params: " + req + ".",
          {kFirst, kSecond, kThird},
-         "Read 4th param failed! result=-71."},
+         "error: Read 4th param failed! result=-71."},
         {0xC219,
          "OM_TRANS_MSG_ID_TRACKINFO_UPDATED",
          {record(480)},
          "onTrackChanged(480 bytes, 480 sent)",
-         "To invoke listener->onTrackChanged() function with params: " + req + ".",
+         "info: To invoke listener->onTrackChanged() function with params: " + req + ".",
          {kFirst, kSecond, kThird},
-         "Read 4th param failed! result=-71."},
+         "error: Read 4th param failed! result=-71."},
         {0xC220,
          "OM_TRANS_MSG_ID_PLAYTIME_UPDATED",
          {&position},
          "onPlayTimeUpdated(-7000000000)",
-         "To invoke listener->onPlayTimeUpdated() function with params: " + req + ", currPos=-7000000000.",
+         "info: To invoke listener->onPlayTimeUpdated() function with params: " + req + ", currPos=-7000000000.",
          {kFirst, kSecond, kFourth},
-         "Read 4th param failed! result=-71."},
+         "error: Read 4th param failed! result=-71."},
         {0xC227,
          "OM_TRANS_MSG_ID_FRAME_INFO_UPDATED",
          {frame(5)},
          "onFrameInfoUpdated(5 bytes, 5 sent)",
-         "To invoke listener->onFrameInfoUpdate() function with params: " + req + ".",
-         {kFirst, kSecond, "Read big data failed! result=-71."},
-         "Read 3th param failed! result=-71."},
+         "info: To invoke listener->onFrameInfoUpdate() function with params: " + req + ".",
+         {kFirst, kSecond, "error: Read big data failed! result=-71."},
+         "error: Read 3th param failed! result=-71."},
     };
 }
 
@@ -171,33 +160,26 @@ protected:
 
     int deliver(EventRow const& row, std::vector<Fill> const& arguments)
     {
-        return m_connection.deliver(kPlid, row.code,
-                                    [&](mdt::MsgData& msg)
-                                    {
-                                        for (Fill const& argument : arguments)
-                                        {
-                                            argument(msg);
-                                        }
-                                    });
+        return m_connection.deliver(kPlid, row.code, whole(arguments));
     }
 
     static std::vector<Fill> wholeMessage(EventRow const& row)
     {
         std::vector<Fill> arguments{number(kPlid), number(kReqId)};
         arguments.insert(arguments.end(), row.parts.begin(), row.parts.end());
-        arguments.push_back(&group);
+        arguments.push_back(group());
         return arguments;
     }
 
     /// All lines of the dispatch of a message with this row's code, `rest` behind the common ones.
     static void expectLines(LogCapture const& log, EventRow const& row, Lines const& rest)
     {
-        std::string const name = "Deal callback event. evt_id=" + std::string(row.name) + ".";
+        std::string const name = "debug: Deal callback event. evt_id=" + std::string(row.name) + ".";
         bool const extended = row.code == 0xC227;
-        Lines lines =
-            extended ? Lines{"Called. version=3", name} : Lines{"Called. version=3", "Lock for releasing.", name};
+        Lines lines = extended ? Lines{"debug: Called. version=3", name}
+                               : Lines{"debug: Called. version=3", "debug: Lock for releasing.", name};
         lines.insert(lines.end(), rest.begin(), rest.end());
-        EXPECT_EQ(log.textsOf(extended ? "OmcMediaPlayer::dispatchEx" : "OmcMediaPlayer::dispatch"), lines);
+        EXPECT_EQ(log.linesOf(extended ? "OmcMediaPlayer::dispatchEx" : "OmcMediaPlayer::dispatch"), lines);
     }
 
     PlayerRecorder m_recorder{m_player};
@@ -239,14 +221,14 @@ TEST_F(PlayerEvents, aNumberThatIsTooShortIsMissing)
     {
         for (std::size_t part = 0; part < row.missing.size(); ++part)
         {
-            bool const bytes = part == 2 && ((row.code >= 0xC216 && row.code <= 0xC219) || row.code == 0xC227);
-            if (bytes)
+            bool const isRecord = part == 2 && ((row.code >= 0xC216 && row.code <= 0xC219) || row.code == 0xC227);
+            if (isRecord)
             {
                 continue;
             }
             SCOPED_TRACE(std::string(row.call) + " with a short part " + std::to_string(part));
             std::vector<Fill> arguments = wholeMessage(row);
-            arguments[part] = &twoBytes;
+            arguments[part] = bytes("ab");
             LogCapture log;
             EXPECT_EQ(deliver(row, arguments), -1);
             EXPECT_THAT(m_recorder.taken(), ::testing::IsEmpty());
@@ -255,20 +237,30 @@ TEST_F(PlayerEvents, aNumberThatIsTooShortIsMissing)
     }
 }
 
+TEST_F(PlayerEvents, aRecordOrFrameThatIsANumberIsAFailedRead)
+{
+    for (EventRow const& row : rows())
+    {
+        if (row.code < 0xC216 || row.code == 0xC220)
+        {
+            continue;
+        }
+        SCOPED_TRACE(row.call);
+        std::vector<Fill> arguments = wholeMessage(row);
+        arguments[2] = number(1);
+        LogCapture log;
+        EXPECT_EQ(deliver(row, arguments), -1);
+        EXPECT_THAT(m_recorder.taken(), ::testing::IsEmpty());
+        expectLines(log, row, {row.missing[2]});
+    }
+}
+
 TEST_F(PlayerEvents, aPositionOf32BitsIsTooShort)
 {
     LogCapture log;
-    EXPECT_EQ(m_connection.deliver(kPlid, 0xC220,
-                                   [](mdt::MsgData& msg)
-                                   {
-                                       msg.writeUInt32(kPlid);
-                                       msg.writeUInt32(kReqId);
-                                       msg.writeUInt32(5);
-                                       group(msg);
-                                   }),
-              -1);
+    EXPECT_EQ(m_connection.deliver(kPlid, 0xC220, whole({number(kPlid), number(kReqId), number(5), group()})), -1);
     EXPECT_THAT(m_recorder.taken(), ::testing::IsEmpty());
-    EXPECT_TRUE(log.contains(kFourth));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatch").back(), kFourth);
 }
 
 TEST_F(PlayerEvents, anAbsentOrEmptyGroupIsAnEmptyOne)
@@ -279,7 +271,7 @@ TEST_F(PlayerEvents, anAbsentOrEmptyGroupIsAnEmptyOne)
         std::vector<Fill> arguments = wholeMessage(row);
         arguments.pop_back();
         EXPECT_EQ(deliver(row, arguments), 0);
-        arguments.push_back([](mdt::MsgData& msg) { msg.writeData(nullptr, 0); });
+        arguments.push_back(bytes(""));
         EXPECT_EQ(deliver(row, arguments), 0);
         std::string const call = std::string(row.call) + " 0 props";
         EXPECT_EQ(m_recorder.taken(), (Lines{call, call}));
@@ -310,7 +302,7 @@ TEST_F(PlayerEvents, aMessageForAnotherPlayerIsDropped)
         LogCapture log;
         EXPECT_EQ(deliver(row, arguments), -1);
         EXPECT_THAT(m_recorder.taken(), ::testing::IsEmpty());
-        expectLines(log, row, {"PLID is not the same! plid=0x2DE0, this->plid=0x2DEF."});
+        expectLines(log, row, {"error: PLID is not the same! plid=0x2DE0, this->plid=0x2DEF."});
     }
 }
 
@@ -344,7 +336,7 @@ TEST_F(PlayerEvents, aRecordThatIsTooShortIsCompletedWithZeros)
     struct Row
     {
         int code;
-        unsigned short sent;
+        std::size_t sent;
         char const* call;
     };
     for (Row const& row : {Row{0xC216, 983, "onMetaInfoUpdated(984 bytes, 983 sent) 1 props, k=v"},
@@ -352,15 +344,9 @@ TEST_F(PlayerEvents, aRecordThatIsTooShortIsCompletedWithZeros)
                            Row{0xC218, 0, "onExifInfoUpdated(260 bytes, 0 sent) 1 props, k=v"},
                            Row{0xC219, 479, "onTrackChanged(480 bytes, 479 sent) 1 props, k=v"}})
     {
-        EXPECT_EQ(m_connection.deliver(kPlid, row.code,
-                                       [&](mdt::MsgData& msg)
-                                       {
-                                           msg.writeUInt32(kPlid);
-                                           msg.writeUInt32(kReqId);
-                                           record(row.sent)(msg);
-                                           group(msg);
-                                       }),
-                  0);
+        EXPECT_EQ(
+            m_connection.deliver(kPlid, row.code, whole({number(kPlid), number(kReqId), record(row.sent), group()})),
+            0);
         EXPECT_EQ(m_recorder.taken(), Lines{row.call});
     }
 }
@@ -368,9 +354,7 @@ TEST_F(PlayerEvents, aRecordThatIsTooShortIsCompletedWithZeros)
 TEST_F(PlayerEvents, aWholeRecordIsNotCopied)
 {
     mdt::MsgData msg(kCnid, kPlid, 0xC217, 1);
-    msg.writeUInt32(kPlid);
-    msg.writeUInt32(kReqId);
-    record(18916)(msg);
+    whole({number(kPlid), number(kReqId), record(18916)})(msg);
     EXPECT_EQ(m_player.dispatch(&msg), 0);
     EXPECT_EQ(m_recorder.record, msg.read(2));
 }
@@ -390,9 +374,9 @@ TEST_F(PlayerEvents, aSignOfLifeIsLoggedOnly)
 {
     LogCapture log;
     EXPECT_EQ(m_connection.deliver(kPlid, 0xC229, {}), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::dispatch"),
-              (Lines{"Called. version=3", "Lock for releasing.",
-                     "Deal callback event. evt_id=OM_TRANS_MSG_ID_ALIVE_UPDATED."}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatch"),
+              (Lines{"debug: Called. version=3", "debug: Lock for releasing.",
+                     "debug: Deal callback event. evt_id=OM_TRANS_MSG_ID_ALIVE_UPDATED."}));
     EXPECT_THAT(m_recorder.taken(), ::testing::IsEmpty());
 }
 
@@ -403,14 +387,15 @@ TEST_F(PlayerEvents, unknownMessagesAreLoggedAndIgnored)
         int code;
         char const* line;
     };
-    for (Row const& row : {Row{0xC221, "Unknown Event! evt_id=0xC221."}, Row{0xC211, "Unknown Event! evt_id=0xC211."},
-                           Row{0xC22A, "Unknown Event! evt_id=0xC22A."}, Row{0xC21A, "Unknown Event! evt_id=0xC21A."},
-                           Row{0xC228, "Unknown Event! evt_id=0xC228."}, Row{0x0001, "Unknown Event! evt_id=0x0001."}})
+    for (Row const& row :
+         {Row{0xC221, "error: Unknown Event! evt_id=0xC221."}, Row{0xC211, "error: Unknown Event! evt_id=0xC211."},
+          Row{0xC22A, "error: Unknown Event! evt_id=0xC22A."}, Row{0xC21A, "error: Unknown Event! evt_id=0xC21A."},
+          Row{0xC228, "error: Unknown Event! evt_id=0xC228."}, Row{0x0001, "error: Unknown Event! evt_id=0x0001."}})
     {
         LogCapture log;
         EXPECT_EQ(m_connection.deliver(kPlid, row.code, {}), 0);
-        EXPECT_EQ(log.textsOf("OmcMediaPlayer::dispatch"),
-                  (Lines{"Called. version=3", "Lock for releasing.", row.line}));
+        EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatch"),
+                  (Lines{"debug: Called. version=3", "debug: Lock for releasing.", row.line}));
     }
     EXPECT_THAT(m_recorder.taken(), ::testing::IsEmpty());
 }
@@ -421,19 +406,21 @@ TEST_F(PlayerEvents, eachDispatchKnowsOnlyItsOwnMessages)
     mdt::MsgData stateChanged(kCnid, kPlid, 0xC212, 1);
     LogCapture log;
     EXPECT_EQ(m_player.dispatch(&frameInfo), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::dispatch").back(), "Unknown Event! evt_id=0xC227.");
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatch").back(), "error: Unknown Event! evt_id=0xC227.");
     EXPECT_EQ(m_player.dispatchEx(&stateChanged), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::dispatchEx"), (Lines{"Called. version=3", "Unknown Event! evt_id=0xC212."}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatchEx"),
+              (Lines{"debug: Called. version=3", "error: Unknown Event! evt_id=0xC212."}));
 }
 
 TEST_F(PlayerEvents, noMessageGivesMinusTwo)
 {
     LogCapture log;
     EXPECT_EQ(m_player.dispatch(nullptr), -2);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::dispatch"),
-              (Lines{"Called. version=3", "Lock for releasing.", "Invalid Param! event=NULL!"}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatch"),
+              (Lines{"debug: Called. version=3", "debug: Lock for releasing.", "error: Invalid Param! event=NULL!"}));
     EXPECT_EQ(m_player.dispatchEx(nullptr), -2);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::dispatchEx"), (Lines{"Called. version=3", "Invalid Param! event=NULL!"}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::dispatchEx"),
+              (Lines{"debug: Called. version=3", "error: Invalid Param! event=NULL!"}));
 }
 
 TEST_F(PlayerEvents, aListenerMayAskTheServiceAndHandleAFrame)
@@ -446,10 +433,7 @@ TEST_F(PlayerEvents, aListenerMayAskTheServiceAndHandleAFrame)
         {
             seekable = m_player.isSeekable();
             mdt::MsgData msg(kCnid, kPlid, 0xC227, 1);
-            for (Fill const& argument : wholeMessage(rows().back()))
-            {
-                argument(msg);
-            }
+            whole(wholeMessage(rows().back()))(msg);
             framed = m_player.dispatchEx(&msg);
         }
     };
@@ -460,15 +444,47 @@ TEST_F(PlayerEvents, aListenerMayAskTheServiceAndHandleAFrame)
               (Lines{"onStateChanged(4 -268435455) 1 props, k=v", "onFrameInfoUpdated(5 bytes, 5 sent) 1 props, k=v"}));
 }
 
-TEST_F(PlayerEvents, aGroupThatIsNoneEndsTheProcess)
+TEST(PlayerEventsUnconnected, aGroupThatIsNoneEndsTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    mdt::MsgData msg(kCnid, kPlid, 0xC214, 1);
-    msg.writeUInt32(kPlid);
-    msg.writeUInt32(kReqId);
-    msg.writeUInt32(1);
-    msg.writeData("XX0000ED", 9);
-    EXPECT_EXIT(m_player.dispatch(&msg), ::testing::KilledBySignal(SIGABRT), "");
+    expectAbort("[PRG][ERR] Invalid HEAD!\n",
+                []
+                {
+                    omc::OmcMediaPlayer player(kCnid, kPlid);
+                    mdt::MsgData msg(kCnid, kPlid, 0xC214, 1);
+                    whole({number(kPlid), number(kReqId), number(1), bytes(std::string("XX0000ED", 9))})(msg);
+                    player.dispatch(&msg);
+                });
+}
+
+class Renamed final : public omc::OmcMediaPlayer
+{
+public:
+    using OmcMediaPlayer::OmcMediaPlayer;
+    unsigned int getPlayerID() override { return 0x2ABC; }
+};
+
+TEST_F(PlayerEvents, theIdOfAMessageIsComparedWithTheVirtualGetters)
+{
+    Renamed player(kCnid, kPlid);
+    PlayerRecorder recorder(player);
+    player.addListener(&recorder);
+    for (EventRow const& row : rows())
+    {
+        SCOPED_TRACE(row.call);
+        std::vector<Fill> arguments = wholeMessage(row);
+        auto const dispatched = [&]
+        {
+            mdt::MsgData msg(kCnid, kPlid, row.code, 1);
+            whole(arguments)(msg);
+            return row.code == 0xC227 ? player.dispatchEx(&msg) : player.dispatch(&msg);
+        };
+        LogCapture log;
+        EXPECT_EQ(dispatched(), -1);
+        expectLines(log, row, {"error: PLID is not the same! plid=0x2DEF, this->plid=0x2ABC."});
+        arguments[0] = number(0x2ABC);
+        EXPECT_EQ(dispatched(), 0);
+        EXPECT_EQ(recorder.taken().size(), 1u);
+    }
 }
 
 class Silent final : public omc::OmcIMediaPlayerListener
@@ -488,8 +504,8 @@ TEST_F(PlayerEvents, listenerMethodsThatAreNotOverriddenOnlyLog)
     {
         LogCapture log;
         EXPECT_EQ(deliver(row, wholeMessage(row)), 0);
-        EXPECT_EQ(log.textsOf(std::string("OmcIMediaPlayerListener::") + methods[index++]),
-                  Lines{" Implemet by USER."});
+        EXPECT_EQ(log.linesOf(std::string("OmcIMediaPlayerListener::") + methods[index++]),
+                  Lines{"info:  Implemet by USER."});
     }
     m_player.removeListener(&silent);
 }

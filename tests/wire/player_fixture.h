@@ -20,7 +20,7 @@ namespace tz::orvane::test
 
 inline constexpr unsigned int kPlid = 0x2DEF;
 
-inline constexpr char kStart[] = "Start. cnid=0x1ABC, plid=0x2DEF.";
+inline constexpr char kStart[] = "debug: Start. cnid=0x1ABC, plid=0x2DEF.";
 
 /// A one-way command of the player.
 struct CommandRow
@@ -29,7 +29,7 @@ struct CommandRow
     std::function<int(om::OmIMediaPlayer&)> call;
     char const* message; ///< as textOf gives it
     std::vector<std::string> entry;
-    char const* success = "Succeeded to send msg or command from client to binder.";
+    char const* success = "info: Succeeded to send msg or command from client to binder.";
 };
 
 class PlayerFixture : public ::testing::Test
@@ -42,18 +42,7 @@ protected:
     }
 
     /// What has arrived since the last call, as text.
-    std::vector<std::string> sent()
-    {
-        m_service.settle(kCnid);
-        std::vector<std::string> texts;
-        for (RecordedMessage const& message : m_service.messages())
-        {
-            EXPECT_EQ(message.pid, kCnid);
-            texts.push_back(textOf(message));
-        }
-        m_service.forget();
-        return texts;
-    }
+    std::vector<std::string> sent() { return m_connection.sent(); }
 
     static std::string operationName(char const* operation) { return std::string("OmcMediaPlayer::") + operation; }
 
@@ -65,15 +54,8 @@ protected:
         EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
         std::vector<std::string> lines = row.entry;
         lines.push_back(row.success);
-        EXPECT_EQ(log.textsOf(operationName(row.operation)), lines);
-        for (LogCapture::Line const& line : log.lines())
-        {
-            if (line.text == row.success)
-            {
-                EXPECT_EQ(line.place, "omc_mediaplayer: " + operationName(row.operation));
-                EXPECT_EQ(line.level, platform::DebugLevel::info);
-            }
-        }
+        EXPECT_EQ(log.linesOf(operationName(row.operation)), lines);
+        EXPECT_EQ(log.lines().front().place, "omc_mediaplayer: " + operationName(row.operation));
     }
 
     /// The connection must be gone.
@@ -83,9 +65,8 @@ protected:
         LogCapture log;
         EXPECT_EQ(row.call(m_player), -1);
         std::vector<std::string> lines = row.entry;
-        lines.push_back("Error! Failed to send msg or command from client to binder. ErrorCode=-107.");
-        EXPECT_EQ(log.textsOf(operationName(row.operation)), lines);
-        EXPECT_EQ(log.lines().back().level, platform::DebugLevel::error);
+        lines.push_back("error: Error! Failed to send msg or command from client to binder. ErrorCode=-107.");
+        EXPECT_EQ(log.linesOf(operationName(row.operation)), lines);
     }
 
     SocketDir m_dir;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The player's creation, its playback control, its data paths and its end.
+// The player's creation, its playback control and its end.
 #include "orvane/omc_listeners.h"
 #include "player_fixture.h"
+#include "support/disguised_group.h"
 #include "support/wait.h"
 
 #include <atomic>
@@ -19,8 +20,8 @@ using namespace om;
 
 using Lines = std::vector<std::string>;
 
-constexpr char kSent[] = "Succeeded to send msg or command from client to binder.";
-constexpr char kUnsent[] = "Error! Failed to send msg or command from client to binder. ErrorCode=-107.";
+constexpr char kSent[] = "info: Succeeded to send msg or command from client to binder.";
+constexpr char kUnsent[] = "error: Error! Failed to send msg or command from client to binder. ErrorCode=-107.";
 
 class PlayerLifecycle : public PlayerFixture
 {
@@ -28,9 +29,10 @@ protected:
     static Lines leaveTaking(omc::OmcMediaPlayer const& player, char const* end)
     {
         char called[120];
-        std::snprintf(called, sizeof called, "Called. Start to destroy this object. this=%p, cnid=0x1ABC, plid=0x2DEF.",
+        std::snprintf(called, sizeof called,
+                      "debug: Called. Start to destroy this object. this=%p, cnid=0x1ABC, plid=0x2DEF.",
                       static_cast<void const*>(&player));
-        return {called, "Lock for releasing.", end};
+        return {called, "debug: Lock for releasing.", end};
     }
 };
 
@@ -65,10 +67,10 @@ TEST_F(PlayerLifecycle, creationSendsInitAndThenTheAnnouncementToTheConnection)
     omc::OmcMediaPlayer const player(kCnid, kPlid);
     EXPECT_THAT(sent(),
                 ::testing::ElementsAre("msg=0xA229 uid=0x2DEF type=1 oneway", "msg=0xA201 uid=0x0000 type=1 oneway"));
-    EXPECT_EQ(
-        log.textsOf("OmcMediaPlayer::OmcMediaPlayer"),
-        (Lines{"Start to create a new MediaPlayer. Client Id=0x1ABC.", "Succeeded to to Init Mediaplayer.", kSent}));
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::init"), (Lines{kStart, kSent}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::OmcMediaPlayer"),
+              (Lines{"debug: Start to create a new MediaPlayer. Client Id=0x1ABC.",
+                     "info: Succeeded to to Init Mediaplayer.", kSent}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::init"), (Lines{kStart, kSent}));
 }
 
 TEST_F(PlayerLifecycle, creationWithoutAConnectionAnnouncesNothing)
@@ -76,10 +78,35 @@ TEST_F(PlayerLifecycle, creationWithoutAConnectionAnnouncesNothing)
     m_connection.disconnect();
     LogCapture log;
     omc::OmcMediaPlayer const player(kCnid, kPlid);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::OmcMediaPlayer"),
-              (Lines{"Start to create a new MediaPlayer. Client Id=0x1ABC.",
-                     "Error! Failed to Init Mediaplayer. ErrorCode=-1."}));
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::init"), (Lines{kStart, kUnsent}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::OmcMediaPlayer"),
+              (Lines{"debug: Start to create a new MediaPlayer. Client Id=0x1ABC.",
+                     "error: Error! Failed to Init Mediaplayer. ErrorCode=-1."}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::init"), (Lines{kStart, kUnsent}));
+}
+
+TEST_F(PlayerLifecycle, anAnnouncementThatCannotBeSentIsLogged)
+{
+    std::atomic<bool> announcing{false};
+    std::atomic<bool> goOn{false};
+    LogCapture log(
+        [&](std::string const& text)
+        {
+            if (text == "Succeeded to to Init Mediaplayer.")
+            {
+                announcing = true;
+                EXPECT_TRUE(eventually([&] { return goOn.load(); }));
+            }
+        });
+    std::thread creating([] { omc::OmcMediaPlayer const player(kCnid, kPlid); });
+    EXPECT_TRUE(eventually([&] { return announcing.load(); }));
+    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xA229 uid=0x2DEF type=1 oneway"));
+    m_connection.disconnect();
+    goOn = true;
+    creating.join();
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::OmcMediaPlayer"),
+              (Lines{"debug: Start to create a new MediaPlayer. Client Id=0x1ABC.",
+                     "info: Succeeded to to Init Mediaplayer.", kUnsent}));
+    EXPECT_EQ(m_service.count(0xA201), 0u);
 }
 
 TEST_F(PlayerLifecycle, idsAreThoseOfTheCreation)
@@ -135,15 +162,15 @@ TEST_F(PlayerLifecycle, prepareSendsTheUriUnchangedTheGroupAndTheFlag)
     int length = 0;
     props.getData(&image, &length);
     char first[80];
-    std::snprintf(first, sizeof first, "Input parameters (The first OmString of properties =%p).",
+    std::snprintf(first, sizeof first, "debug: Input parameters (The first OmString of properties =%p).",
                   static_cast<void*>(image));
     std::string const group("PR000200120014rate\0002\00000210023mode\000x\000ED\000", 39);
     LogCapture log;
     EXPECT_GT(m_player.prepare("x://a b/%41?q#f", props, 0xFFFFFFFE), 0);
-    EXPECT_EQ(
-        log.textsOf("OmcMediaPlayer::prepare"),
-        (Lines{kStart, "Succeeded to to Init Mediaplayer.",
-               "Input parameters (Uri = x://a b/%41?q#f. The length of properties =39, flag= -2).", first, kSent}));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::prepare"),
+              (Lines{kStart, "info: Succeeded to to Init Mediaplayer.",
+                     "debug: Input parameters (Uri = x://a b/%41?q#f. The length of properties =39, flag= -2).", first,
+                     kSent}));
 
     RecordedMessage const message = m_service.waitForCode(0xC203);
     EXPECT_EQ(message.pid, kCnid);
@@ -153,129 +180,46 @@ TEST_F(PlayerLifecycle, prepareSendsTheUriUnchangedTheGroupAndTheFlag)
     m_connection.disconnect();
     log.clear();
     EXPECT_EQ(m_player.prepare("", props, 0), -1);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::prepare").back(), kUnsent);
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::prepare").back(), kUnsent);
 }
 
-// Data paths.
-
-TEST_F(PlayerLifecycle, pushDataSendsABlockOfAnySize)
+TEST_F(PlayerLifecycle, prepareSendsTheBytesOfADerivedGroup)
 {
+    DisguisedGroup props;
+    props.add("not", "sent");
     LogCapture log;
-    EXPECT_EQ(m_player.pushData("\0\1\2", 3), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::pushData"), (Lines{"RETURN 0"}));
-    std::string const large(300000, 'L');
-    EXPECT_EQ(m_player.pushData(large.data(), 300000), 0);
-    EXPECT_EQ(m_service.waitForCode(0xC221, 2).arguments.at(0).bytes, large);
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC221 uid=0x2DEF type=5 oneway block(3: 000102)",
-                                               "msg=0xC221 uid=0x2DEF type=5 oneway block(300000)"));
+    EXPECT_GT(m_player.prepare("u", props, 1), 0);
+    EXPECT_THAT(log.linesOf("OmcMediaPlayer::prepare"),
+                ::testing::Contains("debug: Input parameters (Uri = u. The length of properties =6, flag= 1)."));
+    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC203 uid=0x2DEF type=1 oneway string(u) data(6: " +
+                                               hexOf("masked") + ") uint32(1)"));
 }
 
-TEST_F(PlayerLifecycle, pushDataWithoutDataSendsNothing)
+/// Changes the text beside it whenever it is asked for its bytes.
+class Meddling final : public OmPropertyGroup
 {
-    for (auto const& [data, size] : {std::pair<char const*, unsigned int>{nullptr, 5}, {"x", 0}, {nullptr, 0}})
+public:
+    explicit Meddling(OmString& text)
+        : m_text(text)
     {
-        LogCapture log;
-        EXPECT_EQ(m_player.pushData(data, size), -2);
-        EXPECT_EQ(log.textsOf("OmcMediaPlayer::pushData"), (Lines{"invalid parameter", "RETURN -2"}));
     }
-    EXPECT_THAT(sent(), ::testing::IsEmpty());
-}
 
-TEST_F(PlayerLifecycle, pushDataThatCannotBeSentGivesZeroAllTheSame)
+    void getData(char** data, int* length) const override
+    {
+        m_text = "late";
+        OmPropertyGroup::getData(data, length);
+    }
+
+private:
+    OmString& m_text;
+};
+
+TEST_F(PlayerLifecycle, prepareWritesTheUriBeforeItAsksForTheGroup)
 {
-    m_connection.disconnect();
-    LogCapture log;
-    EXPECT_EQ(m_player.pushData("x", 1), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::pushData"), (Lines{"call postMsg() fail, err=-107", "RETURN 0"}));
-}
-
-TEST_F(PlayerLifecycle, aBlockPastTheLimitOfAMessageIsNotSent)
-{
-    LogCapture log;
-    EXPECT_EQ(m_player.pushData("x", 0x80000000), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::pushData"), (Lines{"call postMsg() fail, err=-90", "RETURN 0"}));
-    EXPECT_THAT(sent(), ::testing::IsEmpty());
-}
-
-TEST_F(PlayerLifecycle, pullDataAsksAndTouchesNeitherArgument)
-{
-    m_service.answer(0xC222, [](mdt::MsgData& reply) { reply.writeData("abc", 3); });
-    int here = 0;
-    void* data = &here;
-    unsigned int size = 77;
-    LogCapture log;
-    EXPECT_EQ(m_player.pullData(&data, size), 0);
-    EXPECT_THAT(log.textsOf("OmcMediaPlayer::pullData"), ::testing::IsEmpty());
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC222 uid=0x2DEF type=6 query"));
-
-    m_service.refuse(0xC222, -13);
-    EXPECT_EQ(m_player.pullData(&data, size), -1);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::pullData"), (Lines{"call postMsg() fail, err=-13"}));
-    EXPECT_EQ(data, &here);
-    EXPECT_EQ(size, 77u);
-}
-
-TEST_F(PlayerLifecycle, freeDataMemSendsNoPointerAndPassesTheResultThrough)
-{
-    LogCapture log;
-    int data = 0;
-    int const result = m_player.freeDataMem(&data);
-    EXPECT_GT(result, 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::freeDataMem"), (Lines{"ENTER", "RETURN " + std::to_string(result)}));
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC223 uid=0x2DEF type=5 oneway"));
-
-    m_connection.disconnect();
-    log.clear();
-    EXPECT_EQ(m_player.freeDataMem(nullptr), -107);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::freeDataMem"),
-              (Lines{"ENTER", "call postMsg() fail, err=-107", "RETURN -107"}));
-}
-
-TEST_F(PlayerLifecycle, openEsMediaSendsThreeBuffersAndAlwaysGivesZero)
-{
-    LogCapture log;
-    EXPECT_EQ(m_player.openEsMedia("vi", 2, nullptr, 3, "x", 0), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::openEsMedia"), (Lines{"ENTER", "RETURN 0"}));
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC226 uid=0x2DEF type=1 oneway data(2: 7669) data(0) data(0)"));
-
-    m_connection.disconnect();
-    log.clear();
-    EXPECT_EQ(m_player.openEsMedia("vi", 2, "au", 2, "x", 1), 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::openEsMedia"),
-              (Lines{"ENTER", "call postMsg() fail, err=-107", "RETURN 0"}));
-}
-
-TEST_F(PlayerLifecycle, pushEsDataSendsABlockAndThreeShortBuffers)
-{
-    LogCapture log;
-    int const result = m_player.pushEsData("unit", 4, "t", 1, nullptr, 0, "ex", 2);
-    EXPECT_GT(result, 0);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::pushEsData"), (Lines{"ENTER", "RETURN " + std::to_string(result)}));
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC225 uid=0x2DEF type=5 oneway sint32(4) block(4: 756e6974) "
-                                               "data(1: 74) data(0) data(2: 6578)"));
-
-    m_connection.disconnect();
-    log.clear();
-    EXPECT_EQ(m_player.pushEsData("unit", 4, "t", 1, "c", 1, "e", 1), -107);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::pushEsData"), (Lines{"ENTER", "RETURN -107"}));
-}
-
-TEST_F(PlayerLifecycle, pushEsDataWithoutAnAccessUnitSendsTwoZeroBytesInItsPlace)
-{
-    EXPECT_GT(m_player.pushEsData(nullptr, 5, "t", 1, "c", 1, "e", 1), 0);
-    EXPECT_GT(m_player.pushEsData("unit", 0, "t", 1, "c", 1, "e", 1), 0);
-    EXPECT_THAT(sent(),
-                ::testing::ElementsAre("msg=0xC225 uid=0x2DEF type=5 oneway sint32(5) block(2: 0000) data(1: 74) "
-                                       "data(1: 63) data(1: 65)",
-                                       "msg=0xC225 uid=0x2DEF type=5 oneway sint32(0) block(2: 0000) data(1: 74) "
-                                       "data(1: 63) data(1: 65)"));
-}
-
-TEST_F(PlayerLifecycle, onlyTheLowerSixteenBitsOfAShortBuffersSizeCount)
-{
-    std::string const large(65537, 'z');
-    EXPECT_EQ(m_player.openEsMedia(large.data(), 65537, large.data(), 65535, large.data(), 65536), 0);
-    EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xC226 uid=0x2DEF type=1 oneway data(1: 7a) data(65535) data(0)"));
+    OmString uri = "early";
+    Meddling props(uri);
+    EXPECT_GT(m_player.prepare(uri, props, 0), 0);
+    EXPECT_EQ(m_service.waitForCode(0xC203).arguments.at(0).asText(), "early");
 }
 
 // What sends nothing.
@@ -318,7 +262,7 @@ TEST_F(PlayerLifecycle, destructionTellsTheServiceOnce)
     sent();
     LogCapture log;
     player.reset();
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::~OmcMediaPlayer"), lines);
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::~OmcMediaPlayer"), lines);
     EXPECT_EQ(log.lines().front().place, "omc_mediaplayer: OmcMediaPlayer::~OmcMediaPlayer");
     EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xA22B uid=0x2DEF type=1 oneway"));
 }
@@ -326,11 +270,11 @@ TEST_F(PlayerLifecycle, destructionTellsTheServiceOnce)
 TEST_F(PlayerLifecycle, destructionWithoutAConnectionLogsItsFailure)
 {
     auto player = std::make_unique<omc::OmcMediaPlayer>(kCnid, kPlid);
-    Lines const lines = leaveTaking(*player, "Error! Failed to post message. ErrorCode=-107.");
+    Lines const lines = leaveTaking(*player, "error: Error! Failed to post message. ErrorCode=-107.");
     m_connection.disconnect();
     LogCapture log;
     player.reset();
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::~OmcMediaPlayer"), lines);
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::~OmcMediaPlayer"), lines);
 }
 
 class FailingDeinit : public omc::OmcMediaPlayer
@@ -345,8 +289,8 @@ TEST_F(PlayerLifecycle, aDeinitThatFailsIsLogged)
     FailingDeinit player(kCnid, kPlid);
     LogCapture log;
     player.release(false);
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::~OmcMediaPlayer"),
-              leaveTaking(player, "Error! Failed to deinit Mediaplayer. ErrorCode=-5."));
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::~OmcMediaPlayer"),
+              leaveTaking(player, "error: Error! Failed to deinit Mediaplayer. ErrorCode=-5."));
 }
 
 TEST_F(PlayerLifecycle, aReleasedPlayerDiesWithoutAWord)
@@ -361,7 +305,7 @@ TEST_F(PlayerLifecycle, aReleasedPlayerDiesWithoutAWord)
     EXPECT_EQ(player->removeListener(&listener), 1) << "the listener should be gone";
     player->release(true);
     player.reset();
-    EXPECT_EQ(log.textsOf("OmcMediaPlayer::~OmcMediaPlayer"), lines);
+    EXPECT_EQ(log.linesOf("OmcMediaPlayer::~OmcMediaPlayer"), lines);
     EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xA22B uid=0x2DEF type=1 oneway"));
 }
 
@@ -428,15 +372,49 @@ private:
     std::thread m_thread;
 };
 
+/// Holds the one thread that hands it a message where it asks for the id to compare: before any listener is called.
+class HeldPlayer final : public omc::OmcMediaPlayer
+{
+public:
+    using OmcMediaPlayer::OmcMediaPlayer;
+
+    unsigned int getPlayerID() override
+    {
+        if (dispatching.load() == std::this_thread::get_id())
+        {
+            inside = true;
+            EXPECT_TRUE(eventually([this] { return goOn.load(); }));
+        }
+        return kPlid;
+    }
+
+    std::atomic<std::thread::id> dispatching{};
+    std::atomic<bool> inside{false};
+    std::atomic<bool> goOn{false};
+};
+
 TEST_F(PlayerLifecycle, releaseWaitsForADispatchOfAnotherThread)
 {
-    HeldDispatch dispatch(m_player);
+    HeldPlayer player(kCnid, kPlid);
+    std::thread dispatching(
+        [&]
+        {
+            player.dispatching = std::this_thread::get_id();
+            mdt::MsgData message(kCnid, kPlid, 0xC214, 1);
+            event(message);
+            EXPECT_EQ(player.dispatch(&message), 0);
+        });
+    EXPECT_TRUE(eventually([&] { return player.inside.load(); }));
     LogCapture log;
-    std::thread releasing([&] { m_player.release(false); });
+    std::thread releasing([&] { player.release(false); });
     EXPECT_TRUE(eventually([&] { return log.contains("Lock for releasing."); }));
-    m_service.settle(kCnid);
+    for (int i = 0; i < 20; ++i) // some time, in which it would get on without the lock
+    {
+        m_service.settle(kCnid);
+    }
     EXPECT_EQ(m_service.count(0xA22B), 0u);
-    dispatch.end();
+    player.goOn = true;
+    dispatching.join();
     releasing.join();
     m_service.settle(kCnid);
     EXPECT_EQ(m_service.count(0xA22B), 1u);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The player's getters: the question, the answer, and what happens without a usable one.
 #include "player_fixture.h"
+#include "support/message_parts.h"
 
 #include <cstdio>
 #include <cstring>
@@ -17,9 +18,12 @@ using namespace om;
 /// Stands for any positive result: the messenger's own.
 constexpr int kPositive = 999999;
 
-constexpr char kReadNumberFailed[] = "Error! Failed to readUInt32 from binder msgDataOut to client. ErrorCode=-71.";
-constexpr char kReadRecordFailed[] = "Error! Failed to readData from binder msgDataOut to client. ErrorCode=-71.";
-constexpr char kRecordRead[] = "Succeeded to readData from binder msgDataOut to client. .";
+constexpr char kSent[] = "Succeeded to send msg or command from client to binder.";
+constexpr char kReadNumberFailed[] =
+    "error: Error! Failed to readUInt32 from binder msgDataOut to client. ErrorCode=-71.";
+constexpr char kReadRecordFailed[] =
+    "error: Error! Failed to readData from binder msgDataOut to client. ErrorCode=-71.";
+constexpr char kRecordRead[] = "info: Succeeded to readData from binder msgDataOut to client. .";
 
 /// What a call gives, leaves in its arguments and logs behind the line with the reply's envelope.
 struct Outcome
@@ -35,7 +39,7 @@ struct QueryRow
     int code;
     std::function<int(OmIMediaPlayer&, std::string&)> call;
     char const* arguments; ///< of the question
-    ScriptedService::Fill answer;
+    Fill answer;
     Outcome answered;
     Outcome unreadable; ///< the answer is empty
     int refused;        ///< result when the service refuses with -13
@@ -43,30 +47,23 @@ struct QueryRow
     std::string outOfFailure;
 };
 
-ScriptedService::Fill number(unsigned int value)
-{
-    return [value](mdt::MsgData& reply) { reply.writeUInt32(value); };
-}
-
 /// Byte `i` of a record as the service sends it.
 char sentByte(std::size_t i)
 {
     return static_cast<char>(i % 251 + 1);
 }
 
-constexpr char kOldByte = '\0';
+/// What a record holds before; never sent.
+constexpr char kOldByte = '\xFE';
 
-ScriptedService::Fill bytes(unsigned short size)
+Fill recordOf(std::size_t size)
 {
-    return [size](mdt::MsgData& reply)
+    std::string record(size, '\0');
+    for (std::size_t i = 0; i < record.size(); ++i)
     {
-        std::string record(size, '\0');
-        for (std::size_t i = 0; i < record.size(); ++i)
-        {
-            record[i] = sentByte(i);
-        }
-        reply.writeData(record.data(), size);
-    };
+        record[i] = sentByte(i);
+    }
+    return bytes(record);
 }
 
 /// "984 new" or "984 new, 0 old": how much of a record has been replaced.
@@ -149,6 +146,9 @@ void chapter(mdt::MsgData& reply)
 int getChapter(OmIMediaPlayer& player, std::string& out)
 {
     om_chapter_info_t info{};
+    info.start_pos = 7;
+    info.end_pos = 8;
+    std::memcpy(info.lang, "old", 4);
     int const result = player.getCharpterInfo(info);
     out = std::to_string(info.start_pos) + " " + std::to_string(info.end_pos) + " " + info.lang;
     return result;
@@ -175,8 +175,8 @@ std::vector<QueryRow> const& rows()
          ask(&P::isSeekable),
          "",
          number(3),
-         {3, "", {"msgDataOut (isSeekable=3)."}},
-         {0, "", {kReadNumberFailed, "msgDataOut (isSeekable=0)."}},
+         {3, "", {"info: msgDataOut (isSeekable=3)."}},
+         {0, "", {kReadNumberFailed, "info: msgDataOut (isSeekable=0)."}},
          -1,
          -1,
          ""},
@@ -185,8 +185,8 @@ std::vector<QueryRow> const& rows()
          ask(&P::isSpeedable),
          "",
          number(0),
-         {0, "", {"msgDataOut (isSpeedable=0)."}},
-         {0, "", {kReadNumberFailed, "msgDataOut (isSpeedable=0)."}},
+         {0, "", {"info: msgDataOut (isSpeedable=0)."}},
+         {0, "", {kReadNumberFailed, "info: msgDataOut (isSpeedable=0)."}},
          -1,
          -1,
          ""},
@@ -215,8 +215,10 @@ std::vector<QueryRow> const& rows()
          &getRect,
          "",
          &rect,
-         {kPositive, "1 -2 1920 1080 4", {kRecordRead, "msgDataOut (rect: px=1, py=-2, width=1920, height=1080)."}},
-         {kPositive, "7 7 7 7 7", {kReadRecordFailed, "msgDataOut (rect: px=7, py=7, width=7, height=7)."}},
+         {kPositive,
+          "1 -2 1920 1080 4",
+          {kRecordRead, "info: msgDataOut (rect: px=1, py=-2, width=1920, height=1080)."}},
+         {kPositive, "7 7 7 7 7", {kReadRecordFailed, "info: msgDataOut (rect: px=7, py=7, width=7, height=7)."}},
          -13,
          -107,
          "7 7 7 7 7"},
@@ -235,7 +237,7 @@ std::vector<QueryRow> const& rows()
          ask(&P::isAudioMute),
          "",
          number(1),
-         {1, "", {"msgDataOut (isAudioMute=1)."}},
+         {1, "", {"info: msgDataOut (isAudioMute=1)."}},
          {-71, "", {kReadNumberFailed}},
          -1,
          -1,
@@ -245,7 +247,7 @@ std::vector<QueryRow> const& rows()
          ask(&P::isVideoMute),
          "",
          number(2),
-         {2, "", {"msgDataOut (isVideoMute=2)."}},
+         {2, "", {"info: msgDataOut (isVideoMute=2)."}},
          {-71, "", {kReadNumberFailed}},
          -1,
          -1,
@@ -274,7 +276,7 @@ std::vector<QueryRow> const& rows()
          0xA216,
          askRecord(&P::getMediaInfo),
          " data(984)",
-         bytes(984),
+         recordOf(984),
          {0, "984 new, 0 old", {kRecordRead}},
          {-71, "0 new, 984 old", {kReadRecordFailed}},
          -13,
@@ -284,7 +286,7 @@ std::vector<QueryRow> const& rows()
          0xA217,
          askRecord(&P::getContainerInfo),
          " data(18916)",
-         bytes(18916),
+         recordOf(18916),
          {0, "18916 new, 0 old", {kRecordRead}},
          {-71, "0 new, 18916 old", {kReadRecordFailed}},
          -13,
@@ -294,7 +296,7 @@ std::vector<QueryRow> const& rows()
          0xA218,
          askRecord(&P::getExifInfo),
          "",
-         bytes(260),
+         recordOf(260),
          {0, "260 new, 0 old", {kRecordRead}},
          {-71, "0 new, 260 old", {kReadRecordFailed}},
          -13,
@@ -307,17 +309,17 @@ std::vector<QueryRow> const& rows()
          &chapter,
          {0,
           "5000000000 -1 deu",
-          {kRecordRead,
-           "msgDataOut (chapter: start_pos=5000000000, end_pos=-1, name=" + std::string(256, 'n') + ", lang=deu)."}},
-         {-71, "0 0 ", {kReadRecordFailed}},
+          {kRecordRead, "info: msgDataOut (chapter: start_pos=5000000000, end_pos=-1, name=" + std::string(256, 'n') +
+                            ", lang=deu)."}},
+         {-71, "7 8 old", {kReadRecordFailed}},
          -13,
          -107,
-         "0 0 "},
+         "7 8 old"},
         {"getVideoTrackInfo",
          0xA21A,
          askRecord(&P::getVideoTrackInfo),
          "",
-         bytes(11340),
+         recordOf(11340),
          {0, "11340 new, 0 old", {kRecordRead}},
          {-71, "0 new, 11340 old", {kReadRecordFailed}},
          -13,
@@ -327,7 +329,7 @@ std::vector<QueryRow> const& rows()
          0xA21B,
          askRecord(&P::getAudioTrackInfo),
          "",
-         bytes(11340),
+         recordOf(11340),
          {0, "11340 new, 0 old", {kRecordRead}},
          {-71, "0 new, 11340 old", {kReadRecordFailed}},
          -13,
@@ -338,7 +340,7 @@ std::vector<QueryRow> const& rows()
          ask(&P::getAudioTrackNo),
          "",
          number(5),
-         {0, "5", {"msgDataOut (output AudioTrackNo=5.)."}},
+         {0, "5", {"info: msgDataOut (output AudioTrackNo=5.)."}},
          {-71, "77", {kReadNumberFailed}},
          -13,
          -107,
@@ -347,7 +349,7 @@ std::vector<QueryRow> const& rows()
          0xA21E,
          askRecord(&P::getSubtitleTrackInfo),
          "",
-         bytes(11340),
+         recordOf(11340),
          {0, "11340 new, 0 old", {kRecordRead}},
          {-71, "0 new, 11340 old", {kReadRecordFailed}},
          -13,
@@ -405,26 +407,27 @@ protected:
     {
         char envelope[120];
         std::snprintf(envelope, sizeof envelope,
-                      " msgDataOut (pid=0x1ABC, uid=0x2DEF, cmd=0x%04X, type=2, ret=POSITIVE).",
+                      "info:  msgDataOut (pid=0x1ABC, uid=0x2DEF, cmd=0x%04X, type=2, ret=POSITIVE).",
                       static_cast<unsigned int>(row.code));
-        expect(row, expected, {kStart, "Succeeded to send msg or command from client to binder.", envelope});
+        expect(row, expected, {kStart, "info: Succeeded to send msg or command from client to binder.", envelope});
     }
 
     void expectFailed(QueryRow const& row, int result, char const* error)
     {
         expect(row, {result, row.outOfFailure, {}},
-               {kStart, std::string("Error! Failed to send msg or command from client to binder. ErrorCode=") + error});
+               {kStart,
+                std::string("error: Error! Failed to send msg or command from client to binder. ErrorCode=") + error});
     }
 
 private:
     /// The lines of an operation; the messenger's own result in them may be any positive number.
     static std::vector<std::string> linesOf(QueryRow const& row, LogCapture const& log)
     {
-        std::vector<std::string> lines = log.textsOf(operationName(row.operation));
+        std::vector<std::string> lines = log.linesOf(operationName(row.operation));
         for (std::string& line : lines)
         {
             std::size_t const value = line.find("ret=") + 4;
-            if (line.rfind(" msgDataOut", 0) == 0 && std::stoi(line.substr(value)) > 0)
+            if (line.rfind("info:  msgDataOut", 0) == 0 && std::stoi(line.substr(value)) > 0)
             {
                 line.replace(value, line.find(')') - value, "POSITIVE");
             }
@@ -497,9 +500,9 @@ TEST_F(PlayerQueries, aRecordThatIsTooShortLeavesItsEndAsItWas)
             continue;
         }
         SCOPED_TRACE(row.operation);
-        int const whole = std::stoi(row.answered.out.substr(0, size));
-        m_service.answer(row.code, bytes(static_cast<unsigned short>(whole - 1)));
-        expectAnswered(row, {-71, std::to_string(whole - 1) + " new, 1 old", {kReadRecordFailed}});
+        int const all = std::stoi(row.answered.out.substr(0, size));
+        m_service.answer(row.code, recordOf(static_cast<std::size_t>(all) - 1));
+        expectAnswered(row, {-71, std::to_string(all - 1) + " new, 1 old", {kReadRecordFailed}});
     }
 }
 
@@ -512,7 +515,7 @@ TEST_F(PlayerQueries, aRectangleThatIsTooShortIsPartlyOldAndStillNoFailure)
     EXPECT_EQ(rectangle.px, 1);
     EXPECT_EQ(rectangle.py, 2);
     EXPECT_EQ(rectangle.width, 7);
-    EXPECT_TRUE(log.contains(kReadRecordFailed));
+    EXPECT_THAT(log.linesOf("OmcMediaPlayer::getDisplayRect"), ::testing::Contains(kReadRecordFailed));
 }
 
 TEST_F(PlayerQueries, ofAZoomThatIsHalfThereTheOtherHalfIsZero)
@@ -524,7 +527,31 @@ TEST_F(PlayerQueries, ofAZoomThatIsHalfThereTheOtherHalfIsZero)
     EXPECT_GT(m_player.getZoom(mode, ratio), 0);
     EXPECT_EQ(mode, 2);
     EXPECT_EQ(ratio, 0);
-    EXPECT_THAT(log.textsOf("OmcMediaPlayer::getZoom"), ::testing::Contains(kReadNumberFailed).Times(1));
+    EXPECT_THAT(log.linesOf("OmcMediaPlayer::getZoom"), ::testing::Contains(kReadNumberFailed).Times(1));
+}
+
+TEST_F(PlayerQueries, aModeThatCannotBeReadDoesNotCostTheRatio)
+{
+    auto mode = static_cast<om_zoom_mode_e>(77);
+    auto ratio = static_cast<om_zoom_ratio_e>(77);
+    m_service.answer(0xA20C, whole({bytes("mode"), number(300)}));
+    LogCapture log;
+    EXPECT_GT(m_player.getZoom(mode, ratio), 0);
+    EXPECT_EQ(mode, 0);
+    EXPECT_EQ(ratio, 300);
+    EXPECT_THAT(log.linesOf("OmcMediaPlayer::getZoom"), ::testing::Contains(kReadNumberFailed).Times(1));
+}
+
+TEST_F(PlayerQueries, aZoomIsZeroUntilItsAnswerIsRead)
+{
+    auto mode = static_cast<om_zoom_mode_e>(77);
+    auto ratio = static_cast<om_zoom_ratio_e>(77);
+    std::string seen;
+    LogCapture log([&](std::string const& text)
+                   { seen += text == kSent ? std::to_string(mode) + " " + std::to_string(ratio) : ""; });
+    m_service.answer(0xA20C, &zoom);
+    EXPECT_GT(m_player.getZoom(mode, ratio), 0);
+    EXPECT_EQ(seen, "0 0");
 }
 
 TEST_F(PlayerQueries, theRecordsOfTheCallerTravelWithTheQuestion)

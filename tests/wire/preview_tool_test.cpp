@@ -3,13 +3,14 @@
 #include "orvane/omc_preview_tool.h"
 
 #include "orvane/omc_listeners.h"
+#include "support/ending.h"
 #include "support/log_capture.h"
-#include "support/message_text.h"
+#include "support/message_parts.h"
 #include "support/scripted_service.h"
 #include "support/temp_dir.h"
 #include "support/wire_connection.h"
 
-#include <csignal>
+#include <cstdio>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -23,7 +24,6 @@ namespace
 using namespace om;
 
 using Lines = std::vector<std::string>;
-using Fill = ScriptedService::Fill;
 
 constexpr unsigned int kToolId = 0x4DEF;
 
@@ -52,31 +52,13 @@ class PreviewTool : public ::testing::Test
 protected:
     ~PreviewTool() override { m_connection.onMessage({}); }
 
-    std::vector<std::string> sent()
-    {
-        m_service.settle(kCnid);
-        std::vector<std::string> texts;
-        for (RecordedMessage const& message : m_service.messages())
-        {
-            EXPECT_EQ(message.pid, kCnid);
-            texts.push_back(textOf(message));
-        }
-        m_service.forget();
-        return texts;
-    }
+    std::vector<std::string> sent() { return m_connection.sent(); }
 
     /// Lets the service send a result message of these parts.
     int deliver(std::vector<Fill> const& parts)
     {
         m_connection.onMessage([this](mdt::MsgData& msg) { return m_tool.dispatch(&msg); });
-        return m_connection.deliver(kToolId, 0xA302,
-                                    [&](mdt::MsgData& msg)
-                                    {
-                                        for (Fill const& part : parts)
-                                        {
-                                            part(msg);
-                                        }
-                                    });
+        return m_connection.deliver(kToolId, 0xA302, whole(parts));
     }
 
     SocketDir m_dir;
@@ -96,18 +78,18 @@ TEST_F(PreviewTool, creationAndDestructionSendNothing)
     EXPECT_EQ(tool->getToolID(), 0x4DEFu);
     tool.reset();
     EXPECT_THAT(sent(), ::testing::IsEmpty());
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::~OmcPreviewInfoTool").size(), 1u);
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::~OmcPreviewInfoTool"), Lines{"debug:  Called."});
 }
 
 TEST_F(PreviewTool, aRequestIdIsAskedOfTheConnection)
 {
-    m_service.answer(0xA301, [](mdt::MsgData& reply) { reply.writeUInt32(4000000000); });
+    m_service.answer(0xA301, number(4000000000));
     LogCapture log;
     EXPECT_EQ(m_tool.getRequestID(), 4000000000u);
     EXPECT_THAT(sent(), ::testing::ElementsAre("msg=0xA301 uid=0x0000 type=2 query"));
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::getRequestID"),
-              (Lines{" Called.", " Message data reply: cnid=6844, plid=0, type=2, cmd=41729",
-                     " Complete! req_id=4000000000"}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::getRequestID"),
+              (Lines{"debug:  Called.", "info:  Message data reply: cnid=6844, plid=0, type=2, cmd=41729",
+                     "info:  Complete! req_id=4000000000"}));
     EXPECT_EQ(log.lines().front().place, "omc_preview_tool: OmcPreviewInfoTool::getRequestID");
 }
 
@@ -116,8 +98,8 @@ TEST_F(PreviewTool, aRequestIdThatCannotBeHadIsZero)
     LogCapture log;
     m_service.refuse(0xA301, -13);
     EXPECT_EQ(m_tool.getRequestID(), 0u);
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::getRequestID"),
-              (Lines{" Called.", " Call MdtcMessenger::GetInstance().postMsg() Failed! result=-13"}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::getRequestID"),
+              (Lines{"debug:  Called.", "error:  Call MdtcMessenger::GetInstance().postMsg() Failed! result=-13"}));
     for (bool const text : {false, true})
     {
         log.clear();
@@ -130,8 +112,8 @@ TEST_F(PreviewTool, aRequestIdThatCannotBeHadIsZero)
                              }
                          });
         EXPECT_EQ(m_tool.getRequestID(), 0u);
-        EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::getRequestID").back(),
-                  " Call msgDataOut.readUInt32() Failed! result=-71");
+        EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::getRequestID").back(),
+                  "error:  Call msgDataOut.readUInt32() Failed! result=-71");
     }
 }
 
@@ -168,7 +150,7 @@ TEST_F(PreviewTool, eachRequestSendsItsMessageAndGivesZero)
         LogCapture log;
         EXPECT_EQ(row.call(m_tool), 0);
         EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
-        EXPECT_EQ(log.textsOf(std::string("OmcPreviewInfoTool::") + row.operation), Lines{" Complete!"});
+        EXPECT_EQ(log.linesOf(std::string("OmcPreviewInfoTool::") + row.operation), Lines{"info:  Complete!"});
     }
 }
 
@@ -180,8 +162,8 @@ TEST_F(PreviewTool, aRequestThatCannotBeSentGivesTheMessengersResult)
         SCOPED_TRACE(row.operation);
         LogCapture log;
         EXPECT_EQ(row.call(m_tool), -107);
-        EXPECT_EQ(log.textsOf(std::string("OmcPreviewInfoTool::") + row.operation),
-                  Lines{" Call MdtcMessenger::GetInstance().postMsg() Failed! result=-107"});
+        EXPECT_EQ(log.linesOf(std::string("OmcPreviewInfoTool::") + row.operation),
+                  Lines{"error:  Call MdtcMessenger::GetInstance().postMsg() Failed! result=-107"});
     }
 }
 
@@ -193,30 +175,57 @@ TEST_F(PreviewTool, aGroupTravelsWithARequest)
     EXPECT_EQ(m_service.waitForCode(0xA304).arguments.at(0).bytes, std::string("PR0001000f0011k\0v\0ED\0", 21));
 }
 
+constexpr char kSent[] = "info: Succeeded to send msg or command from client to binder.";
+constexpr char kReplied[] = "info: msgDataOut (pid=0x1ABC, uid=0x4DEF, cmd=0xA306, type=2).";
+
+/// What an extended command logs before it is sent.
+Lines extendEntry(std::string const& command, OmPropertyGroup const& props, int expectedLength)
+{
+    char* image = nullptr;
+    int length = 0;
+    props.getData(&image, &length);
+    char first[100];
+    std::snprintf(first, sizeof first, "debug: Input parameters (The first OmString of properties =%p).",
+                  static_cast<void*>(image));
+    return {"debug: Start. cnid=0x1ABC, plid=0x4DEF.", "debug: Input parameters (command=" + command + ").",
+            "debug: Input parameters (The length of properties =" + std::to_string(expectedLength) + ".).", first};
+}
+
 TEST_F(PreviewTool, anExtendedCommandIsAddressedToTheTool)
 {
-    m_service.answer(0xA306,
-                     [](mdt::MsgData& reply)
-                     {
-                         std::string const group = groupImage({{"answer", "42"}});
-                         reply.writeData(group.data(), static_cast<unsigned short>(group.size()));
-                     });
+    m_service.answer(0xA306, bytes(groupImage({{"answer", "42"}})));
     OmPropertyGroup props;
+    Lines const entry = extendEntry("c", props, 9);
     LogCapture log;
     EXPECT_EQ(m_tool.doExtendCommand("c", props), 0);
     EXPECT_EQ(props.get("answer"), "42");
     EXPECT_THAT(sent(),
                 ::testing::ElementsAre("msg=0xA306 uid=0x4DEF type=2 query string(c) data(9: 505230303030454400)"));
-    Lines lines = log.textsOf("OmcPreviewInfoTool::doExtendCommand");
-    ASSERT_EQ(lines.size(), 7u);
-    EXPECT_EQ(lines[0], "Start. cnid=0x1ABC, plid=0x4DEF.");
-    EXPECT_EQ(lines[2], "Input parameters (The length of properties =9.).");
-    EXPECT_EQ(lines[5], "msgDataOut (pid=0x1ABC, uid=0x4DEF, cmd=0xA306, type=2).");
+    Lines lines = entry;
+    lines.insert(lines.end(), {kSent, kReplied, "info: Succeeded to readData from binder msgDataOut to client. ."});
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
     EXPECT_EQ(log.lines().front().place, "omc_preview_tool: OmcPreviewInfoTool::doExtendCommand");
+}
+
+TEST_F(PreviewTool, anExtendedCommandThatFailsGivesMinusOneAndKeepsTheGroup)
+{
+    OmPropertyGroup props;
+    props.add("k", "v");
+    Lines const entry = extendEntry("a b", props, 21);
+    m_service.answer(0xA306, number(1));
+    LogCapture log;
+    EXPECT_EQ(m_tool.doExtendCommand("a b", props), -1);
+    Lines lines = entry;
+    lines.insert(lines.end(), {kSent, kReplied, "error: call msgDataOut.read() fail"});
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
 
     m_service.refuse(0xA306, -13);
-    EXPECT_EQ(m_tool.doExtendCommand("c", props), -1);
-    EXPECT_EQ(props.get("answer"), "42");
+    log.clear();
+    EXPECT_EQ(m_tool.doExtendCommand("a b", props), -1);
+    lines = entry;
+    lines.push_back("error: Error! Failed to send msg or command from client to binder. ErrorCode=-13.");
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
+    EXPECT_EQ(props.get("k"), "v");
 }
 
 TEST_F(PreviewTool, reservedOperationsDoNothing)
@@ -247,25 +256,15 @@ TEST_F(PreviewTool, messagesCarryTheIdsOfTheVirtualGetters)
 
 // Results.
 
-Fill number(unsigned int value)
-{
-    return [value](mdt::MsgData& msg) { msg.writeUInt32(value); };
-}
-
 std::vector<Fill> wholeMessage()
 {
     return {number(kToolId), number(0x00AB), [](mdt::MsgData& msg) { msg.writeSInt32(-3); },
-            [](mdt::MsgData& msg) { msg.writeString("/out/a b.jpg"); },
-            [](mdt::MsgData& msg)
-            {
-                std::string const image = groupImage({{"k", "v"}});
-                msg.writeData(image.data(), static_cast<unsigned short>(image.size()));
-            }};
+            [](mdt::MsgData& msg) { msg.writeString("/out/a b.jpg"); }, bytes(groupImage({{"k", "v"}}))};
 }
 
-constexpr char kName[] = "Deal callback event. evt_id=OM_TRANS_MSG_ID_REQ_PREVIEW_INFO.";
+constexpr char kName[] = "debug: Deal callback event. evt_id=OM_TRANS_MSG_ID_REQ_PREVIEW_INFO.";
 constexpr char kInvocation[] =
-    "To invoke listener->onPreviewInfoReply() with params: reqId=0x00AB, res-3, output_path=/out/a b.jpg.";
+    "info: To invoke listener->onPreviewInfoReply() with params: reqId=0x00AB, res-3, output_path=/out/a b.jpg.";
 
 TEST_F(PreviewTool, aResultReachesTheListener)
 {
@@ -274,22 +273,22 @@ TEST_F(PreviewTool, aResultReachesTheListener)
     EXPECT_EQ(deliver(wholeMessage()), 0);
     EXPECT_EQ(m_recorder.calls, Lines{"171 -3 /out/a b.jpg 1"});
     EXPECT_EQ(m_recorder.lastTool, &m_tool);
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kInvocation}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kInvocation}));
 }
 
 TEST_F(PreviewTool, withoutAListenerAResultIsDropped)
 {
     LogCapture log;
     EXPECT_EQ(deliver(wholeMessage()), 0);
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kInvocation}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kInvocation}));
     m_tool.setListener(&m_recorder);
     m_tool.setListener(nullptr);
     EXPECT_EQ(deliver(wholeMessage()), 0);
     EXPECT_THAT(m_recorder.calls, ::testing::IsEmpty());
 }
 
-constexpr char const* kMissing[] = {"Read 1st param failed!", "Read 2nd param failed!", "Read 3rd param failed!",
-                                    "Read 4th param failed!"};
+constexpr char const* kMissing[] = {"error: Read 1st param failed!", "error: Read 2nd param failed!",
+                                    "error: Read 3rd param failed!", "error: Read 4th param failed!"};
 
 TEST_F(PreviewTool, aMissingPartIsLoggedAndReachesNoListener)
 {
@@ -300,7 +299,7 @@ TEST_F(PreviewTool, aMissingPartIsLoggedAndReachesNoListener)
         parts.resize(missing);
         LogCapture log;
         EXPECT_EQ(deliver(parts), -1);
-        EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kMissing[missing]}));
+        EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kMissing[missing]}));
     }
     EXPECT_THAT(m_recorder.calls, ::testing::IsEmpty());
 }
@@ -311,10 +310,10 @@ TEST_F(PreviewTool, aShortNumberOrATextWithoutItsEndIsMissing)
     for (std::size_t part = 0; part < std::size(kMissing); ++part)
     {
         std::vector<Fill> parts = wholeMessage();
-        parts[part] = [](mdt::MsgData& msg) { msg.writeData("ab", 2); };
+        parts[part] = bytes("ab");
         LogCapture log;
         EXPECT_EQ(deliver(parts), -1);
-        EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kMissing[part]}));
+        EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, kMissing[part]}));
     }
     EXPECT_THAT(m_recorder.calls, ::testing::IsEmpty());
 }
@@ -334,14 +333,14 @@ TEST_F(PreviewTool, anAbsentOrEmptyGroupIsAnEmptyOneAndANumberIsAFailedRead)
     std::vector<Fill> parts = wholeMessage();
     parts.pop_back();
     EXPECT_EQ(deliver(parts), 0);
-    parts.push_back([](mdt::MsgData& msg) { msg.writeData(nullptr, 0); });
+    parts.push_back(bytes(""));
     EXPECT_EQ(deliver(parts), 0);
     EXPECT_EQ(m_recorder.calls, (Lines{"171 -3 /out/a b.jpg 0", "171 -3 /out/a b.jpg 0"}));
 
     parts.back() = number(1);
     LogCapture log;
     EXPECT_EQ(deliver(parts), -1);
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, "Read 5th param failed! result=-71"}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"), (Lines{kName, "error: Read 5th param failed! result=-71"}));
     EXPECT_EQ(m_recorder.calls.size(), 2u);
 }
 
@@ -352,8 +351,8 @@ TEST_F(PreviewTool, aResultForAnotherToolIsDropped)
     parts[0] = number(0x4DE0);
     LogCapture log;
     EXPECT_EQ(deliver(parts), -1);
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"),
-              (Lines{kName, "PLID is not the same! plid=0x4DE0, this->plid=0x4DEF."}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"),
+              (Lines{kName, "error: PLID is not the same! plid=0x4DE0, this->plid=0x4DEF."}));
     EXPECT_THAT(m_recorder.calls, ::testing::IsEmpty());
 }
 
@@ -363,8 +362,8 @@ TEST_F(PreviewTool, unknownMessagesAreIgnoredAndNoneGivesMinusTwo)
     mdt::MsgData other(kCnid, kToolId, 0xA303, 1);
     EXPECT_EQ(m_tool.dispatch(&other), 0);
     EXPECT_EQ(m_tool.dispatch(nullptr), -2);
-    EXPECT_EQ(log.textsOf("OmcPreviewInfoTool::dispatch"),
-              (Lines{"Unknown Event! evt_id=msgId.", "Invalid Param! event=NULL!"}));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"),
+              (Lines{"error: Unknown Event! evt_id=msgId.", "error: Invalid Param! event=NULL!"}));
 }
 
 TEST_F(PreviewTool, theListenerMayAskTheService)
@@ -377,17 +376,38 @@ TEST_F(PreviewTool, theListenerMayAskTheService)
     EXPECT_EQ(id, 12u);
 }
 
-TEST_F(PreviewTool, aGroupThatIsNoneEndsTheProcess)
+TEST_F(PreviewTool, theIdOfAResultIsComparedWithTheVirtualGetters)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Renamed tool;
+    tool.setListener(&m_recorder);
     std::vector<Fill> parts = wholeMessage();
-    parts.back() = [](mdt::MsgData& msg) { msg.writeData("PR0000ED", 8); };
-    mdt::MsgData msg(kCnid, kToolId, 0xA302, 1);
-    for (Fill const& part : parts)
-    {
-        part(msg);
-    }
-    EXPECT_EXIT(m_tool.dispatch(&msg), ::testing::KilledBySignal(SIGABRT), "");
+    mdt::MsgData mine(kCnid, kToolId, 0xA302, 1);
+    whole(parts)(mine);
+    LogCapture log;
+    EXPECT_EQ(tool.dispatch(&mine), -1);
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::dispatch"),
+              (Lines{kName, "error: PLID is not the same! plid=0x4DEF, this->plid=0x4111."}));
+    EXPECT_THAT(m_recorder.calls, ::testing::IsEmpty());
+
+    parts[0] = number(0x4111);
+    mdt::MsgData its(kCnid, kToolId, 0xA302, 1);
+    whole(parts)(its);
+    EXPECT_EQ(tool.dispatch(&its), 0);
+    EXPECT_EQ(m_recorder.calls, Lines{"171 -3 /out/a b.jpg 1"});
+}
+
+TEST(PreviewToolUnconnected, aGroupThatIsNoneEndsTheProcess)
+{
+    expectAbort("[PRG][ERR] Invalid END! end=0ED\n",
+                []
+                {
+                    omc::OmcPreviewInfoTool tool(kCnid, kToolId);
+                    std::vector<Fill> parts = wholeMessage();
+                    parts.back() = bytes("PR0000ED");
+                    mdt::MsgData msg(kCnid, kToolId, 0xA302, 1);
+                    whole(parts)(msg);
+                    tool.dispatch(&msg);
+                });
 }
 
 } // namespace
