@@ -224,6 +224,15 @@ struct om_exif_info_t
     int32_t iso;
 };
 
+/// The parts of a media URI, NUL-terminated.
+struct alignas(4) om_uri_info_t
+{
+    char orign_uri[2048];
+    char pure_uri[2048]; ///< without the known parameters
+    char file_name[64];
+    char header[64]; ///< scheme and slashes
+};
+
 // A record that changes its layout no longer reads what the service writes.
 static_assert(sizeof(om_rational_t) == 8 && alignof(om_rational_t) == 4);
 static_assert(sizeof(om_resolution_t) == 8 && alignof(om_resolution_t) == 4);
@@ -262,5 +271,8 @@ static_assert(sizeof(om_exif_info_t) == 260 && alignof(om_exif_info_t) == 4);
 static_assert(offsetof(om_exif_info_t, camera_model) == 32 && offsetof(om_exif_info_t, color_space) == 160 &&
               offsetof(om_exif_info_t, date_taken) == 164 && offsetof(om_exif_info_t, gps) == 192 &&
               offsetof(om_exif_info_t, iso) == 256);
+static_assert(sizeof(om_uri_info_t) == 4224 && alignof(om_uri_info_t) == 4);
+static_assert(offsetof(om_uri_info_t, pure_uri) == 2048 && offsetof(om_uri_info_t, file_name) == 4096 &&
+              offsetof(om_uri_info_t, header) == 4160);
 
 } // namespace tz::orvane::om

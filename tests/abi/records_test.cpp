@@ -170,6 +170,15 @@ TEST(Records, exifInfo)
               (Offsets{32, 96, 160, 164, 192, 256}));
 }
 
+TEST(Records, uriInfo)
+{
+    using R = om_uri_info_t;
+    expectLayout<R>(4224, 4);
+    EXPECT_EQ((Offsets{offsetof(R, orign_uri), offsetof(R, pure_uri), offsetof(R, file_name), offsetof(R, header)}),
+              (Offsets{0, 2048, 4096, 4160}));
+    EXPECT_EQ(sizeof R::header, 64U);
+}
+
 TEST(Enumerations, travelAs32BitNumbers)
 {
     EXPECT_EQ((Offsets{sizeof(om_state_e), sizeof(om_play_speed_e), sizeof(om_display_rotate_e), sizeof(om_zoom_mode_e),

@@ -7,6 +7,7 @@
 #include "orvane/om_idrm_agent.h"
 #include "orvane/om_imediaplayer.h"
 #include "orvane/om_ipreview_tool.h"
+#include "orvane/om_itimer_listener.h"
 #include "orvane/om_property_group.h"
 #include "orvane/omc_client.h"
 #include "orvane/omc_listeners.h"
@@ -265,6 +266,13 @@ TEST(Slots, drmAgentListener)
     using Id = unsigned int;
     expectOrder(0, {slotOf<L, void(OmIDrmAgent*, Id, Id, unsigned int, unsigned long long, unsigned int, std::string)>(
                        &L::onReceivedEvent)});
+    EXPECT_EQ(slotCount<L>(), 1);
+}
+
+TEST(Slots, timerListener)
+{
+    using L = OmITimerListener;
+    expectOrder(0, {slotOf<L, void(unsigned int)>(&L::onTimeout)});
     EXPECT_EQ(slotCount<L>(), 1);
 }
 

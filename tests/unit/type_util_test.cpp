@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+// Helpers for the records: initial values, copies, rectangles from text, printable bytes.
+#include "orvane/om_type_util.h"
+
+#include "support/log_capture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <tuple>
+
+namespace tz::orvane::om
+{
+
+namespace
+{
+
+using platform::DebugLevel;
+using test::LogCapture;
+using ::testing::ElementsAre;
+
+std::tuple<int, int, int, int, int> fields(om_display_rect_t const& rect)
+{
+    return {rect.px, rect.py, rect.width, rect.height, rect.zoom};
+}
+
+TEST(OmTypeUtilReset, uriRecordIsZero)
+{
+    om_uri_info_t info;
+    std::memset(&info, 0x55, sizeof info);
+    LogCapture const log;
+    OmTypeUtil::reset(info);
+    om_uri_info_t const zero{};
+    EXPECT_EQ(std::memcmp(&info, &zero, sizeof info), 0);
+    EXPECT_THAT(log.textsOf("OmTypeUtil::reset"), ElementsAre("Called!"));
+    EXPECT_EQ(log.lines()[0].place, "om_type_util: OmTypeUtil::reset");
+    EXPECT_EQ(log.lines()[0].level, DebugLevel::debug);
+}
+
+TEST(OmTypeUtilCopy, uriRecordIsCopiedInFullLength)
+{
+    om_uri_info_t from;
+    for (std::size_t i = 0; i < sizeof from; ++i)
+    {
+        reinterpret_cast<unsigned char*>(&from)[i] = static_cast<unsigned char>(i * 7 + i / 256);
+    }
+    om_uri_info_t to{};
+    LogCapture const log;
+    OmTypeUtil::copy(from, to);
+    EXPECT_EQ(std::memcmp(&from, &to, sizeof from), 0);
+    EXPECT_THAT(log.textsOf("OmTypeUtil::copy"), ElementsAre("Called!"));
+}
+
+TEST(OmTypeUtilCopy, textIsCutToTheSmallerSizeWithoutNul)
+{
+    char to[8] = "zzzzzzz";
+    EXPECT_EQ(OmTypeUtil::copy("abcdefghij", 10, to, 4), 0);
+    EXPECT_STREQ(to, "abcdzzz");
+    EXPECT_EQ(OmTypeUtil::copy("AB", 2, to, 8), 0);
+    EXPECT_STREQ(to, "ABcdzzz");
+    EXPECT_EQ(OmTypeUtil::copy("AB", 3, to, 8), 0);
+    EXPECT_STREQ(to, "AB");
+}
+
+TEST(OmTypeUtilCopy, sizesBelowOneAreRefused)
+{
+    char to[8] = "zzzzzzz";
+    LogCapture const log;
+    EXPECT_EQ(OmTypeUtil::copy("abcd", 0, to, 4), -2);
+    EXPECT_EQ(OmTypeUtil::copy("abcd", 4, to, -1), -2);
+    EXPECT_EQ(OmTypeUtil::copy("abcd", 4, to, 0), -2);
+    EXPECT_EQ(OmTypeUtil::copy("abcd", -4, to, 4), -2);
+    EXPECT_EQ(OmTypeUtil::copy(nullptr, 0, nullptr, 0), -2);
+    EXPECT_STREQ(to, "zzzzzzz");
+    EXPECT_EQ(log.texts()[1], "Invalid! fsize=0, tsize=4.");
+    EXPECT_EQ(log.lines()[1].level, DebugLevel::error);
+    EXPECT_EQ(log.texts()[3], "Invalid! fsize=4, tsize=-1.");
+}
+
+TEST(OmTypeUtilCopy, bothSidesAreTold)
+{
+    char to[4] = "zz";
+    LogCapture const log;
+    EXPECT_EQ(OmTypeUtil::copy("ab", 3, to, 4), 0);
+    EXPECT_THAT(log.textsOf("OmTypeUtil::copy"), ElementsAre("Called! from=ab, fsize=3, to=zz, tsize=4",
+                                                             "from=ab, fsize=3, to=ab, tsize=4, min_size=3"));
+}
+
+TEST(OmTypeUtilCopy, textWithoutNulIsToldWithABound)
+{
+    // Blocks of exactly this size, so that a reader that goes on is caught by the sanitizer.
+    std::unique_ptr<char[]> const from(new char[3]{'a', 'b', 'c'});
+    std::unique_ptr<char[]> const to(new char[2]{'x', 'y'});
+    LogCapture const log;
+    EXPECT_EQ(OmTypeUtil::copy(from.get(), 3, to.get(), 2), 0);
+    EXPECT_THAT(log.texts(), ElementsAre("Called! from=abc, fsize=3, to=xy, tsize=2",
+                                         "from=abc, fsize=3, to=ab, tsize=2, min_size=2"));
+}
+
+TEST(OmTypeUtilConvert, readsLeftTopWidthAndHeight)
+{
+    om_display_rect_t rect{1, 2, 3, 4, 5};
+    LogCapture const log;
+    EXPECT_EQ(OmTypeUtil::convert("{10,20,640,480}", rect), 0);
+    EXPECT_EQ(fields(rect), std::make_tuple(10, 20, 640, 480, 5));
+    EXPECT_THAT(log.textsOf("OmTypeUtil::convert"),
+                ElementsAre("Called!", " OmDisplayRect_t-Convert: from={10,20,640,480}", " |- px=10", " |- py=20",
+                            " |- width=640", " |- height=480"));
+}
+
+TEST(OmTypeUtilConvert, partialTextSetsWhatItGives)
+{
+    struct
+    {
+        char const* text;
+        std::tuple<int, int, int, int, int> expected;
+    } const cases[] = {
+        {"{10,20}", {10, 20, 3, 4, 5}},
+        {"{10,20,", {10, 20, 3, 4, 5}},
+        {"{7", {7, 2, 3, 4, 5}},
+        {"abc", {1, 2, 3, 4, 5}},
+        {"{x", {1, 2, 3, 4, 5}},
+        {" {10,20,640,480}", {1, 2, 3, 4, 5}},
+        {"{ 10, 20,\t640,\n480", {10, 20, 640, 480, 5}},
+        {"{-1,+2,-3,4}trailing", {-1, 2, -3, 4, 5}},
+        {"{10 ,20}", {10, 2, 3, 4, 5}},
+        {"{1,2,3,4,9}", {1, 2, 3, 4, 5}},
+    };
+    for (auto const& c : cases)
+    {
+        om_display_rect_t rect{1, 2, 3, 4, 5};
+        EXPECT_EQ(OmTypeUtil::convert(c.text, rect), 0) << c.text;
+        EXPECT_EQ(fields(rect), c.expected) << c.text;
+    }
+}
+
+TEST(OmTypeUtilConvert, emptyTextFails)
+{
+    om_display_rect_t rect{1, 2, 3, 4, 5};
+    LogCapture const log;
+    EXPECT_EQ(OmTypeUtil::convert("", rect), -1);
+    EXPECT_EQ(fields(rect), std::make_tuple(1, 2, 3, 4, 5));
+    EXPECT_THAT(log.texts(), ElementsAre("Called!", " OmDisplayRect_t-Convert: from="));
+}
+
+TEST(OmTypeUtilConvert, textThatEndsBeforeANumberCouldFails)
+{
+    om_display_rect_t rect{1, 2, 3, 4, 5};
+    LogCapture const log(DebugLevel::error);
+    EXPECT_EQ(OmTypeUtil::convert("{", rect), -1);
+    EXPECT_EQ(OmTypeUtil::convert("{  ", rect), -1);
+    EXPECT_EQ(OmTypeUtil::convert(std::string(1, '\0') + "{1,2,3,4}", rect), -1);
+    EXPECT_EQ(fields(rect), std::make_tuple(1, 2, 3, 4, 5));
+    EXPECT_THAT(log.texts(), ElementsAre("string[{] format output fail.", "string[{  ] format output fail.",
+                                         "string[] format output fail."));
+}
+
+TEST(SerializeChar, zeroBytesBecomeStars)
+{
+    EXPECT_EQ(serializeChar("A\0B", 3), "A*B");
+    EXPECT_EQ(serializeChar("\0\0", 2), "**");
+}
+
+TEST(SerializeChar, theTextIsTheFirstWord)
+{
+    EXPECT_EQ(serializeChar("ab cd", 5), "ab");
+    EXPECT_EQ(serializeChar("  ab\tcd", 7), "ab");
+    for (char const space : {' ', '\t', '\n', '\v', '\f', '\r'})
+    {
+        std::string const text = space + std::string("ab") + space + "cd";
+        EXPECT_EQ(serializeChar(text.data(), static_cast<int>(text.size())), "ab") << static_cast<int>(space);
+    }
+    EXPECT_EQ(serializeChar("\x01\x7f\xa0\xff", 4), "\x01\x7f\xa0\xff");
+}
+
+TEST(SerializeChar, nothingGivesNothing)
+{
+    EXPECT_EQ(serializeChar("abc", 0), "");
+    EXPECT_EQ(serializeChar("abc", -1), "");
+    EXPECT_EQ(serializeChar(nullptr, 0), "");
+    EXPECT_EQ(serializeChar(" \t\n", 3), "");
+}
+
+TEST(SerializeChar, readsNoMoreThanItIsGiven)
+{
+    std::unique_ptr<char[]> const data(new char[2]{'a', 'b'});
+    EXPECT_EQ(serializeChar(data.get(), 2), "ab");
+    EXPECT_EQ(serializeChar(data.get(), 1), "a");
+}
+
+} // namespace
+
+} // namespace tz::orvane::om
