@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+// Plays elementary streams that an application pushes.
+#include "es_pipeline.h"
+
+#include "feed.h"
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+void linkDecoded(GstElement*, GstPad* pad, gpointer queue)
+{
+    ObjectPtr<GstPad> const sink(gst_element_get_static_pad(static_cast<GstElement*>(queue), "sink"));
+    if (gst_pad_is_linked(sink.get()) == FALSE)
+    {
+        gst_pad_link(pad, sink.get());
+    }
+}
+
+} // namespace
+
+EsPipeline::EsPipeline(std::vector<Stream> const& streams, GstElement* audioChain, GstElement* videoOutlet)
+    : Pipeline(gst_pipeline_new(nullptr), audioChain)
+{
+    // An outlet without a stream would keep the pipeline waiting for its first data.
+    ObjectPtr<GstElement> const audio(static_cast<GstElement*>(gst_object_ref_sink(audioChain)));
+    ObjectPtr<GstElement> const video(static_cast<GstElement*>(gst_object_ref_sink(videoOutlet)));
+    for (Stream const& stream : streams)
+    {
+        bool const isVideo = stream.kind == StreamPad::Kind::video;
+        addBranch(stream, isVideo ? video.get() : audio.get());
+    }
+}
+
+void EsPipeline::addBranch(Stream const& stream, GstElement* outlet)
+{
+    bool const isVideo = stream.kind == StreamPad::Kind::video;
+    GstElement* const source = gst_element_factory_make("appsrc", nullptr);
+    GstElement* const decoder = gst_element_factory_make("decodebin", nullptr);
+    GstElement* const queue = gst_element_factory_make("queue", nullptr);
+    GstElement* const convert = gst_element_factory_make(isVideo ? "videoconvert" : "audioconvert", nullptr);
+    gst_bin_add_many(GST_BIN(element()), source, decoder, queue, convert, outlet, nullptr);
+    gst_element_link(source, decoder);
+    gst_element_link_many(queue, convert, outlet, nullptr);
+    g_signal_connect_object(decoder, "pad-added", G_CALLBACK(linkDecoded), queue, static_cast<GConnectFlags>(0));
+    g_object_set(source, "caps", stream.caps.get(), nullptr);
+    stream.feed->attach(source);
+    m_branches.push_back({stream.kind, ObjectPtr<GstElement>(static_cast<GstElement*>(gst_object_ref(queue)))});
+}
+
+std::vector<StreamPad> EsPipeline::streams() const
+{
+    std::vector<StreamPad> found;
+    for (Branch const& branch : m_branches)
+    {
+        found.push_back(
+            {branch.kind, ObjectPtr<GstPad>(gst_element_get_static_pad(branch.queue.get(), "sink")), nullptr});
+    }
+    return found;
+}
+
+} // namespace tz::orvane::service

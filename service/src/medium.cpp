@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a player is asked to open.
+#include "medium.h"
+
+#include "orvane/om_service.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr std::chrono::milliseconds kOpenTimeout{10'000};
+constexpr std::chrono::milliseconds kPushedOpenTimeout{30'000};
+constexpr std::int64_t kLongestTimeout = 3'600'000;
+constexpr std::int64_t kShortestInterval = 20;
+constexpr std::int64_t kLongestInterval = 3'600'000;
+constexpr std::size_t kLongestUserAgent = 512;
+constexpr std::size_t kLongestUri = 8192;
+
+constexpr char const* kSchemes[] = {"file", "http", "https", "rtsp", "rtspt", "rtspu", "rtsps"};
+
+std::optional<std::int64_t> toNumber(std::string_view text, std::int64_t least, std::int64_t most)
+{
+    std::int64_t number = 0;
+    auto const result = std::from_chars(text.data(), text.data() + text.size(), number);
+    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+    return whole && number >= least && number <= most ? std::optional<std::int64_t>(number) : std::nullopt;
+}
+
+bool readOption(protocol::PropertyView::Entry const& entry, Medium& medium)
+{
+    if (entry.key == om::OM_PREPARE_KEY_PLAYTIME_INTERVAL)
+    {
+        auto const interval = toNumber(entry.value, 0, kLongestInterval);
+        medium.playTimeInterval = std::chrono::milliseconds(interval.value_or(0));
+        return interval.has_value() && (*interval == 0 || *interval >= kShortestInterval);
+    }
+    if (entry.key == om::OM_PREPARE_KEY_TIMEOUT)
+    {
+        auto const timeout = toNumber(entry.value, 1, kLongestTimeout);
+        medium.openTimeout = std::chrono::milliseconds(timeout.value_or(0));
+        return timeout.has_value();
+    }
+    if (entry.key == om::OM_PREPARE_KEY_SIZE)
+    {
+        auto const size = toNumber(entry.value, 1, INT64_MAX);
+        medium.size = size.value_or(-1);
+        return size.has_value();
+    }
+    if (entry.key == om::OM_PREPARE_KEY_USER_AGENT)
+    {
+        medium.userAgent = entry.value;
+        return entry.value.size() <= kLongestUserAgent && entry.value.find_first_of("\r\n") == std::string_view::npos;
+    }
+    medium.unknownOptions.emplace_back(entry.key);
+    return true;
+}
+
+bool readOptions(protocol::PropertyView const& properties, Medium& medium, std::string& reason)
+{
+    for (auto const entry : properties)
+    {
+        if (!readOption(entry, medium))
+        {
+            reason = "option " + std::string(entry.key);
+            return false;
+        }
+    }
+    if (medium.openTimeout.count() == 0)
+    {
+        medium.openTimeout = medium.kind == Medium::Kind::uri ? kOpenTimeout : kPushedOpenTimeout;
+    }
+    return true;
+}
+
+std::string schemeOf(std::string const& uri)
+{
+    auto const end = uri.find("://");
+    return end == std::string::npos ? std::string() : uri.substr(0, end);
+}
+
+/// @return an empty text for what is neither an absolute path nor a URI
+std::string normalized(std::string const& uri)
+{
+    if (uri.empty() || uri.size() > kLongestUri)
+    {
+        return {};
+    }
+    if (uri[0] == '/')
+    {
+        TextPtr const text(gst_filename_to_uri(uri.c_str(), nullptr));
+        return text == nullptr ? std::string() : text.get();
+    }
+    return gst_uri_is_valid(uri.c_str()) != FALSE && !schemeOf(uri).empty() ? uri : std::string();
+}
+
+bool readFormat(std::string_view bytes, std::optional<EsFormat>& format)
+{
+    if (bytes.empty())
+    {
+        return true;
+    }
+    if (bytes.size() < sizeof(om::om_es_format_t))
+    {
+        return false;
+    }
+    format.emplace();
+    std::memcpy(&format->record, bytes.data(), sizeof format->record);
+    format->codecData = bytes.substr(sizeof format->record);
+    return true;
+}
+
+} // namespace
+
+std::optional<Medium> readPrepare(std::string const& uri, protocol::PropertyView const& properties, unsigned int flags,
+                                  std::string& reason)
+{
+    if ((flags & ~(om::OM_PREPARE_AUTO_START | om::OM_PREPARE_PUSH)) != 0)
+    {
+        reason = "flag " + std::to_string(flags);
+        return std::nullopt;
+    }
+    Medium medium;
+    medium.autoStart = (flags & om::OM_PREPARE_AUTO_START) != 0;
+    medium.kind = (flags & om::OM_PREPARE_PUSH) != 0 ? Medium::Kind::container : Medium::Kind::uri;
+    if (medium.kind == Medium::Kind::uri)
+    {
+        medium.uri = normalized(uri);
+        if (medium.uri.empty())
+        {
+            reason = "neither an absolute path nor a URI";
+            return std::nullopt;
+        }
+    }
+    return readOptions(properties, medium, reason) ? std::optional<Medium>(std::move(medium)) : std::nullopt;
+}
+
+std::optional<Medium> readStreams(std::string_view video, std::string_view audio, std::string_view options,
+                                  std::string& reason)
+{
+    Medium medium;
+    medium.kind = Medium::Kind::streams;
+    if (!readFormat(video, medium.video) || !readFormat(audio, medium.audio))
+    {
+        reason = "a stream format is too short";
+        return std::nullopt;
+    }
+    if (!medium.video && !medium.audio)
+    {
+        reason = "no stream";
+        return std::nullopt;
+    }
+    protocol::PropertyView const properties(options.data(), static_cast<int>(options.size()));
+    if (!options.empty() && properties.fault() != protocol::PropertyFault::none)
+    {
+        reason = "the options are no property group";
+        return std::nullopt;
+    }
+    return readOptions(properties, medium, reason) ? std::optional<Medium>(std::move(medium)) : std::nullopt;
+}
+
+bool isKnownScheme(std::string const& uri)
+{
+    std::string const scheme = schemeOf(uri);
+    for (char const* const known : kSchemes)
+    {
+        if (g_ascii_strcasecmp(scheme.c_str(), known) == 0)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace tz::orvane::service

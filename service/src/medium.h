@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a player is asked to open.
+#pragma once
+
+#include "es_caps.h"
+
+#include "om_property_image.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tz::orvane::service
+{
+
+struct Medium
+{
+    enum class Kind
+    {
+        none,
+        uri,
+        container, ///< pushed by pushData
+        streams    ///< pushed by pushEsData
+    };
+
+    Kind kind = Kind::none;
+    std::string uri;
+    bool autoStart = false;
+    std::chrono::milliseconds playTimeInterval{250};
+    std::chrono::milliseconds openTimeout{0};
+    std::string userAgent;
+    std::int64_t size = -1;
+    std::vector<std::string> unknownOptions;
+    std::optional<EsFormat> video;
+    std::optional<EsFormat> audio;
+
+    bool fromNetwork() const { return kind == Kind::uri && uri.compare(0, 7, "file://") != 0; }
+};
+
+/// Reads the arguments of prepare.
+/// @param[out] reason what is wrong, when nothing is returned
+std::optional<Medium> readPrepare(std::string const& uri, protocol::PropertyView const& properties, unsigned int flags,
+                                  std::string& reason);
+
+/// Reads the buffers of openEsMedia.
+std::optional<Medium> readStreams(std::string_view video, std::string_view audio, std::string_view options,
+                                  std::string& reason);
+
+/// @return whether URIs of this kind are played: a service must not open everything that GStreamer would
+bool isKnownScheme(std::string const& uri);
+
+} // namespace tz::orvane::service

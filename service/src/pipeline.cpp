@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+// A GStreamer pipeline that a player drives, whatever feeds it.
+#include "pipeline.h"
+
+#include <gst/audio/audio.h>
+
+#include <cstring>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr char kVolumeName[] = "loudness";
+
+/// Counts the element's own threads that run; those of adaptive streaming do not show in its pads.
+bool isAtWork(GstElement* element)
+{
+    char const* const klass =
+        gst_element_class_get_metadata(GST_ELEMENT_GET_CLASS(element), GST_ELEMENT_METADATA_KLASS);
+    bool atWork = klass != nullptr && std::strstr(klass, "Adaptive") != nullptr;
+    GST_OBJECT_LOCK(element);
+    for (GList const* item = element->pads; item != nullptr; item = item->next)
+    {
+        GstPad* const pad = GST_PAD(item->data);
+        GST_OBJECT_LOCK(pad);
+        GstTask* const task = GST_PAD_TASK(pad);
+        atWork = atWork || (task != nullptr && gst_task_get_state(task) == GST_TASK_STARTED);
+        GST_OBJECT_UNLOCK(pad);
+    }
+    GST_OBJECT_UNLOCK(element);
+    return atWork;
+}
+
+} // namespace
+
+Pipeline::Pipeline(GstElement* element, GstElement* audioChain)
+    : m_element(static_cast<GstElement*>(gst_object_ref_sink(element)))
+    , m_volume(gst_bin_get_by_name(GST_BIN(audioChain), kVolumeName))
+{
+}
+
+Pipeline::~Pipeline()
+{
+    gst_element_set_state(m_element.get(), GST_STATE_NULL);
+}
+
+CallResult Pipeline::changeState(GstState state)
+{
+    switch (gst_element_set_state(m_element.get(), state))
+    {
+    case GST_STATE_CHANGE_SUCCESS:
+        return CallResult::done;
+    case GST_STATE_CHANGE_ASYNC:
+        return CallResult::async;
+    case GST_STATE_CHANGE_NO_PREROLL:
+        return CallResult::live;
+    default:
+        return CallResult::failed;
+    }
+}
+
+CallResult Pipeline::seek(double rate, std::int64_t milliseconds, int flags)
+{
+    auto const position = milliseconds * static_cast<std::int64_t>(GST_MSECOND);
+    bool const forward = rate > 0;
+    gboolean const sought =
+        gst_element_seek(m_element.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | flags),
+                         GST_SEEK_TYPE_SET, forward ? position : 0, forward ? GST_SEEK_TYPE_NONE : GST_SEEK_TYPE_SET,
+                         forward ? -1 : position);
+    return sought == FALSE ? CallResult::failed : CallResult::async;
+}
+
+std::optional<std::int64_t> Pipeline::position() const
+{
+    gint64 nanoseconds = -1;
+    if (gst_element_query_position(m_element.get(), GST_FORMAT_TIME, &nanoseconds) == FALSE || nanoseconds < 0)
+    {
+        return std::nullopt;
+    }
+    return nanoseconds / static_cast<std::int64_t>(GST_MSECOND);
+}
+
+bool Pipeline::settling() const
+{
+    return gst_element_get_state(m_element.get(), nullptr, nullptr, 0) == GST_STATE_CHANGE_ASYNC;
+}
+
+bool Pipeline::stalled() const
+{
+    IteratorPtr const elements(gst_bin_iterate_recurse(GST_BIN(m_element.get())));
+    bool atWork = false;
+    GstIteratorResult const result = gst_iterator_foreach(
+        elements.get(),
+        [](GValue const* item, gpointer answer)
+        {
+            bool& found = *static_cast<bool*>(answer);
+            found = found || isAtWork(GST_ELEMENT(g_value_get_object(item)));
+        },
+        &atWork);
+    return result == GST_ITERATOR_DONE && !atWork; // elements that come and go are at work
+}
+
+void Pipeline::setLoudness(Loudness const& loudness)
+{
+    // Hearing is not linear: half the number is to sound half as loud.
+    double const linear = gst_stream_volume_convert_volume(GST_STREAM_VOLUME_FORMAT_CUBIC,
+                                                           GST_STREAM_VOLUME_FORMAT_LINEAR, loudness.percent / 100.0);
+    g_object_set(m_volume.get(), "volume", linear, "mute", loudness.muted ? TRUE : FALSE, nullptr);
+}
+
+bool Pipeline::seekable() const
+{
+    QueryPtr const query(gst_query_new_seeking(GST_FORMAT_TIME));
+    gboolean answer = FALSE;
+    if (gst_element_query(m_element.get(), query.get()) != FALSE)
+    {
+        gst_query_parse_seeking(query.get(), nullptr, &answer, nullptr, nullptr);
+    }
+    return answer != FALSE;
+}
+
+GstElement* makeAudioChain(AudioOutput output)
+{
+    std::string const chain = std::string("audioconvert ! audioresample ! volume name=") + kVolumeName + " ! " +
+                              (output == AudioOutput::fake ? "fakeaudiosink" : "autoaudiosink");
+    return gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
+}
+
+GstElement* makeVideoOutlet(std::string const& channel)
+{
+    GstElement* const sink = gst_element_factory_make("intervideosink", nullptr);
+    g_object_set(sink, "channel", channel.c_str(), nullptr);
+    return sink;
+}
+
+} // namespace tz::orvane::service

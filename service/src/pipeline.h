@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+// A GStreamer pipeline that a player drives, whatever feeds it.
+#pragma once
+
+#include "gst_ptr.h"
+#include "settings.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tz::orvane::service
+{
+
+/// What a blocking call on a pipeline gave.
+enum class CallResult
+{
+    failed,
+    done,
+    async, ///< begun; the bus tells when it is done
+    live   ///< done, but a live source delivers nothing before it plays
+};
+
+/// One stream as it leaves its decoder.
+struct StreamPad
+{
+    enum class Kind
+    {
+        video,
+        audio,
+        text
+    };
+    Kind kind;
+    ObjectPtr<GstPad> pad; ///< upstream of it the compressed stream is found
+    TagListPtr tags;       ///< may be null
+};
+
+/// How loud a player is.
+struct Loudness
+{
+    int percent = 100;
+    bool muted = false;
+};
+
+/// Owner of one pipeline. Made on the loop's thread; everything that GStreamer may block belongs to the deck's worker.
+class Pipeline
+{
+public:
+    /// @param element    a GstPipeline
+    /// @param audioChain see makeAudioChain
+    Pipeline(GstElement* element, GstElement* audioChain);
+    Pipeline(Pipeline const&) = delete;
+    Pipeline& operator=(Pipeline const&) = delete;
+    virtual ~Pipeline();
+
+    GstElement* element() const { return m_element.get(); }
+
+    CallResult changeState(GstState state);
+
+    /// Seeks with a flush; backwards it plays from the position to the beginning.
+    /// @param rate 1.0 is normal speed @param flags of GstSeekFlags, without the flush
+    CallResult seek(double rate, std::int64_t milliseconds, int flags);
+
+    /// @return milliseconds; nothing while there is no answer
+    std::optional<std::int64_t> position() const;
+
+    /// @return whether a state change is still on its way
+    bool settling() const;
+
+    /// @return whether no thread of it has anything to do, so that it will never come further than it is
+    bool stalled() const;
+
+    void setLoudness(Loudness const& loudness);
+
+    /// All streams, in the order of their numbers.
+    virtual std::vector<StreamPad> streams() const = 0;
+
+    /// @return whether seeking to a time is possible
+    virtual bool seekable() const;
+
+    /// @return bytes of the medium, 0 when not known
+    virtual std::uint64_t fileSize() const { return 0; }
+
+private:
+    ObjectPtr<GstElement> m_element;
+    ObjectPtr<GstElement> m_volume;
+};
+
+/// The end of every sound: conversion, volume and the output that the settings name.
+/// @return a bin with a floating reference
+GstElement* makeAudioChain(AudioOutput output);
+
+/// The end of every picture: hands it to the screen. @return an element with a floating reference
+GstElement* makeVideoOutlet(std::string const& channel);
+
+} // namespace tz::orvane::service

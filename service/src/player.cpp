@@ -1,0 +1,384 @@
+// SPDX-License-Identifier: Apache-2.0
+// One player of a client: its commands, their order, and what its medium says unasked.
+#include "player.h"
+
+#include "orvane/platform/om_debug.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr char kLogFile[] = "player";
+constexpr char kLogClass[] = "Player";
+
+constexpr std::size_t kMostWaiting = 64;
+
+} // namespace
+
+Player::Player(PlayerHost const& host, PlayerEvents const& events)
+    : m_host(host)
+    , m_events(events)
+    , m_speed(om::OM_PLAY_SPEED_NORMAL)
+    , m_alive(std::make_shared<Player*>(this))
+{
+}
+
+Player::~Player()
+{
+    dropDeck();
+}
+
+void Player::prepare(Medium medium)
+{
+    dropDeck();
+    m_medium = std::move(medium);
+    m_info.reset();
+    m_speed = om::OM_PLAY_SPEED_NORMAL;
+    m_command = "prepare";
+    m_busy = true;
+    for (std::string const& option : m_medium.unknownOptions)
+    {
+        warn(om::OM_ERROR_NOT_SUPPORTED, "option " + option);
+    }
+    openMedium([this] { m_medium.autoStart ? beginPlaying() : finished(); });
+}
+
+void Player::stop()
+{
+    if (m_phase == Phase::none)
+    {
+        m_events.refusal(om::OM_ERROR_BAD_STATE, "stop", "nothing is open");
+        return;
+    }
+    dropDeck();
+    m_phase = Phase::stopped;
+    m_position = 0;
+    report();
+}
+
+void Player::start(std::int64_t position)
+{
+    enqueue("start", [this, position] { doStart(position); });
+}
+
+void Player::pause()
+{
+    enqueue("pause",
+            [this]
+            {
+                if (needsOpen())
+                {
+                    m_wantPlaying = false;
+                    settle([this] { finished(); });
+                }
+            });
+}
+
+void Player::resume()
+{
+    enqueue("resume",
+            [this]
+            {
+                if (!needsOpen())
+                {
+                    return;
+                }
+                if (m_ended)
+                {
+                    doStart(0);
+                    return;
+                }
+                beginPlaying();
+            });
+}
+
+void Player::seek(std::int64_t position, int flags)
+{
+    enqueue("seek", [this, position, flags] { doSeek(position, flags); });
+}
+
+void Player::setSpeed(int speed)
+{
+    enqueue("speed", [this, speed] { doSetSpeed(speed); });
+}
+
+void Player::setVolume(int percent)
+{
+    m_loudness.percent = percent;
+    applyLoudness();
+}
+
+void Player::setAudioMute(bool muted)
+{
+    m_loudness.muted = muted;
+    applyLoudness();
+}
+
+void Player::setVideoMute(bool muted)
+{
+    m_videoMuted = muted;
+    applyVisibility();
+}
+
+om::om_state_e Player::state() const
+{
+    switch (m_phase)
+    {
+    case Phase::none:
+        return om::OM_STATE_NULL;
+    case Phase::open:
+        return m_running ? om::OM_STATE_PLAYING : om::OM_STATE_PAUSED;
+    default:
+        return om::OM_STATE_READY;
+    }
+}
+
+void Player::report(int moreFlags)
+{
+    int flags = moreFlags;
+    flags |= m_phase == Phase::opening ? om::OM_ACT_OPENING : 0;
+    if (m_phase == Phase::open)
+    {
+        flags |= m_live ? om::OM_ACT_LIVE : 0;
+        flags |= m_ended ? om::OM_ACT_ENDED : 0;
+        flags |= m_wantPlaying && m_buffering ? om::OM_ACT_BUFFERING : 0;
+    }
+    m_events.state(state(), flags);
+}
+
+void Player::askPosition(std::function<void(std::int64_t)> answer)
+{
+    if (m_phase != Phase::open || m_deck->busy() || m_ended)
+    {
+        answer(m_position);
+        return;
+    }
+    m_deck->tell(
+        [loop = &m_host.loop, alive = std::weak_ptr<Player*>(m_alive), deck = std::weak_ptr<Deck>(m_deck),
+         answer = std::move(answer)](Pipeline& pipeline)
+        {
+            auto const position = pipeline.position();
+            loop->post(
+                [alive, deck, answer, position]
+                {
+                    auto const self = alive.lock();
+                    if (self == nullptr)
+                    {
+                        return;
+                    }
+                    Player& player = **self;
+                    bool const current = player.m_deck != nullptr && player.m_deck == deck.lock();
+                    if (current && position && !player.m_deck->busy() && !player.m_ended)
+                    {
+                        player.m_position = player.clamped(*position);
+                    }
+                    answer(player.m_position);
+                });
+        });
+}
+
+void Player::enqueue(char const* name, Then run)
+{
+    if (m_waiting.size() >= kMostWaiting)
+    {
+        m_events.refusal(om::OM_ERROR_LIMIT, name, "too many commands are waiting");
+        return;
+    }
+    append(name, std::move(run));
+}
+
+void Player::append(char const* name, Then run)
+{
+    m_waiting.push_back({name, std::move(run)});
+    runNext();
+}
+
+void Player::runNext()
+{
+    if (m_dispatching)
+    {
+        return;
+    }
+    m_dispatching = true;
+    while (!m_busy && !m_waiting.empty())
+    {
+        Command const command = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        m_busy = true;
+        m_command = command.name;
+        command.run();
+    }
+    m_dispatching = false;
+}
+
+void Player::finished()
+{
+    m_busy = false;
+    runNext();
+}
+
+/// Ends the command at hand with an error that changes nothing else.
+void Player::refuse(om::om_error_e code, std::string const& text)
+{
+    m_events.refusal(code, m_command, text);
+    finished();
+}
+
+void Player::warn(om::om_error_e code, std::string const& text, std::string const& codec)
+{
+    m_events.event(om::OM_EVENT_WARNING, {{om::OM_KEY_CODE, std::to_string(static_cast<unsigned int>(code))},
+                                          {om::OM_KEY_CODEC, codec},
+                                          {om::OM_KEY_TEXT, text}});
+}
+
+/// Ends the medium with an error.
+void Player::fail(Fault const& fault)
+{
+    ORVANE_LOG_INFO("error %u: %s", fault.code, fault.text.c_str());
+    dropDeck();
+    m_phase = Phase::none;
+    m_events.fault(fault);
+    report();
+}
+
+void Player::dropDeck()
+{
+    m_waiting.clear();
+    m_busy = false;
+    closeDeck();
+}
+
+/// Forgets the medium at hand, but not the commands that wait for another one.
+void Player::closeDeck()
+{
+    m_wantPlaying = false;
+    m_running = false;
+    m_live = false;
+    m_buffering = false;
+    m_ended = false;
+    m_endArrived = false;
+    m_durationChanged = false;
+    m_videoFeed.reset();
+    m_audioFeed.reset();
+    m_overflowReported = false;
+    m_host.loop.cancelTimer(m_tick);
+    m_tick = 0;
+    if (m_deck != nullptr)
+    {
+        m_host.yard.take(std::move(m_deck));
+    }
+}
+
+void Player::onDeckFault(Fault const& fault)
+{
+    fail(fault);
+}
+
+void Player::onDeckEnd()
+{
+    bool const still = m_info && m_info->media.media_type == om::OM_MEDIA_TYPE_PHOTO;
+    if (m_phase == Phase::open && !still)
+    {
+        m_endArrived = true;
+        append("end", [this] { doEnd(); });
+    }
+}
+
+void Player::onDeckBuffering(int percent)
+{
+    if (m_live)
+    {
+        return; // holding up a live source loses what it sends
+    }
+    m_events.event(om::OM_EVENT_BUFFERING, {{om::OM_KEY_PERCENT, std::to_string(percent)}});
+    bool const buffering = percent < 100;
+    if (buffering == m_buffering)
+    {
+        return;
+    }
+    m_buffering = buffering;
+    if (m_phase == Phase::open && m_wantPlaying)
+    {
+        append("buffering", [this] { settle([this] { finished(); }); });
+    }
+}
+
+void Player::onDeckDuration()
+{
+    if (m_phase == Phase::open && !std::exchange(m_durationChanged, true))
+    {
+        append("duration",
+               [this]
+               {
+                   m_durationChanged = false;
+                   probe([this] { finished(); });
+               });
+    }
+}
+
+void Player::applyLoudness()
+{
+    if (m_deck != nullptr)
+    {
+        m_deck->tell([loudness = m_loudness](Pipeline& pipeline) { pipeline.setLoudness(loudness); });
+    }
+}
+
+void Player::applyVisibility()
+{
+    if (m_deck != nullptr)
+    {
+        bool const hasPicture = m_info && m_info->container.video_count > 0;
+        m_deck->input().show(hasPicture && !m_videoMuted);
+    }
+}
+
+void Player::armTick()
+{
+    if (m_medium.playTimeInterval.count() == 0)
+    {
+        return;
+    }
+    auto const now = platform::EventLoop::Clock::now();
+    if (m_tick == 0)
+    {
+        m_nextTick = now;
+    }
+    m_nextTick = std::max(m_nextTick + m_medium.playTimeInterval, now);
+    auto const delay = std::chrono::ceil<std::chrono::milliseconds>(m_nextTick - now);
+    m_tick = m_host.loop.addTimer(delay, [this] { onTick(); });
+}
+
+void Player::onTick()
+{
+    if (!m_running)
+    {
+        m_tick = 0;
+        return;
+    }
+    armTick();
+    if (!m_deck->busy())
+    {
+        askPosition(
+            [this](std::int64_t position)
+            {
+                if (m_running)
+                {
+                    m_events.playTime(position);
+                }
+            });
+    }
+}
+
+std::int64_t Player::clamped(std::int64_t position) const
+{
+    std::int64_t const duration = m_info ? m_info->media.duration : -1;
+    return std::max<std::int64_t>(0, duration >= 0 ? std::min(position, duration) : position);
+}
+
+} // namespace tz::orvane::service

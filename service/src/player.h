@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+// One player of a client: its states, and the commands that move it from one to the next.
+#pragma once
+
+#include "deck.h"
+#include "deck_yard.h"
+#include "feed.h"
+#include "media_info.h"
+#include "medium.h"
+#include "player_events.h"
+#include "screen.h"
+#include "settings.h"
+
+#include "orvane/om_enums.h"
+#include "orvane/platform/om_event_loop.h"
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tz::orvane::service
+{
+
+/// What all players share.
+struct PlayerHost
+{
+    platform::EventLoop& loop;
+    Screen& screen;
+    DeckYard& yard;
+    Settings const& settings;
+};
+
+/// A player. Loop thread.
+///
+/// Commands are carried out one after another, each when the one before is complete. Prepare and stop do not wait: they
+/// discard what waits, and end an operation that is under way. A medium that was stopped or failed is closed behind the
+/// player's back, so that nothing that hangs holds up what comes next.
+class Player final : private DeckListener
+{
+public:
+    Player(PlayerHost const& host, PlayerEvents const& events);
+    Player(Player const&) = delete;
+    Player& operator=(Player const&) = delete;
+    ~Player();
+
+    void prepare(Medium medium);
+    void start(std::int64_t position);
+    void stop();
+    void pause();
+    void resume();
+    void seek(std::int64_t position, int flags);
+
+    /// @param speed sixteenths of the normal one
+    void setSpeed(int speed);
+    void setVolume(int percent);
+    void setAudioMute(bool muted);
+    void setVideoMute(bool muted);
+
+    /// Container data. @param data copied
+    void push(void const* data, std::size_t size);
+
+    /// An access unit. @param data copied
+    void push(om::om_es_unit_t const& unit, void const* data, std::size_t size);
+
+    /// What is pushed from now on begins at this byte. @return 0 or a negative errno value
+    int pushFrom(std::int64_t offset);
+
+    /// All was pushed. @return 0 or a negative errno value
+    int endOfData();
+
+    om::om_state_e state() const;
+    int speed() const { return m_speed; }
+    bool audioMuted() const { return m_loudness.muted; }
+    bool videoMuted() const { return m_videoMuted; }
+
+    /// Gives the position now or later; not at all when this player is destroyed first.
+    void askPosition(std::function<void(std::int64_t)> answer);
+
+    /// @return null while nothing is known of the medium
+    MediaInfo const* info() const { return m_info ? &*m_info : nullptr; }
+    PlayerEvents const& events() const { return m_events; }
+
+private:
+    using Then = std::function<void()>;
+
+    enum class Phase
+    {
+        none, ///< nothing was prepared, or it failed
+        opening,
+        stopped,
+        open
+    };
+
+    struct Command
+    {
+        char const* name;
+        Then run;
+    };
+
+    void onDeckFault(Fault const& fault) override;
+    void onDeckEnd() override;
+    void onDeckBuffering(int percent) override;
+    void onDeckDuration() override;
+
+    // player_operations.cpp: what commands are made of
+    void openMedium(Then then);
+    std::unique_ptr<Pipeline> makePipeline(ScreenInput const& input);
+    void becomeOpen();
+    void probe(Then then);
+    void settle(Then then);
+    void moveTo(int speed, std::optional<std::int64_t> position, int flags, Then then);
+    void readPosition(Then then);
+    bool isSeekable() const { return m_info && m_info->seekable; }
+    std::chrono::milliseconds deadline() const;
+    void doStart(std::int64_t position);
+    void startOpened(std::optional<std::int64_t> position);
+    void reopen(Then then);
+    void doSeek(std::int64_t position, int flags);
+    void doSetSpeed(int speed);
+    void doEnd();
+    void beginPlaying();
+    bool needsOpen();
+
+    // player_feeding.cpp
+    void makeFeeds();
+    void onFeedNews(om::om_stream_type_e stream, FeedNews const& news);
+    std::shared_ptr<Feed> makeFeed(om::om_stream_type_e stream, Feed::Format format);
+    Feed* feedOf(std::int32_t stream) const;
+    void answerPush(Feed::Taken taken, char const* command, Properties more);
+
+    void enqueue(char const* name, Then run);
+    void append(char const* name, Then run);
+    void runNext();
+    void finished();
+    void refuse(om::om_error_e code, std::string const& text);
+    void warn(om::om_error_e code, std::string const& text, std::string const& codec = {});
+    void fail(Fault const& fault);
+    void dropDeck();
+    void closeDeck();
+    void report(int moreFlags = 0);
+    void applyLoudness();
+    void applyVisibility();
+    void armTick();
+    void onTick();
+    std::int64_t clamped(std::int64_t position) const;
+
+    PlayerHost m_host;
+    PlayerEvents m_events;
+    Medium m_medium;
+    Phase m_phase = Phase::none;
+    std::shared_ptr<Deck> m_deck;
+    std::optional<MediaInfo> m_info;
+
+    std::deque<Command> m_waiting;
+    char const* m_command = "";
+    bool m_busy = false;
+    bool m_dispatching = false;
+
+    bool m_wantPlaying = false;
+    bool m_running = false; ///< as the pipeline is
+    bool m_live = false;
+    bool m_buffering = false;
+    bool m_ended = false;
+    bool m_endArrived = false;
+    bool m_durationChanged = false;
+    bool m_fresh = false; ///< open and not moved yet
+    std::int64_t m_position = 0;
+    int m_speed;
+    Loudness m_loudness;
+    bool m_videoMuted = false;
+
+    platform::EventLoop::TimerId m_tick = 0;
+    platform::EventLoop::Clock::time_point m_nextTick{};
+
+    std::shared_ptr<Feed> m_videoFeed; ///< also of a pushed container
+    std::shared_ptr<Feed> m_audioFeed;
+    bool m_overflowReported = false;
+
+    /// Dies with the player: what is on its way to the loop looks here first.
+    std::shared_ptr<Player*> m_alive;
+};
+
+} // namespace tz::orvane::service

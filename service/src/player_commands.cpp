@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: Apache-2.0
+// The messages that a player takes.
+#include "player_commands.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <memory>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr int kLoudest = 100;
+
+void announce(Player&, Request&) {}
+
+void prepare(Player& player, Request& request)
+{
+    std::string const group = request.bytes(1);
+    protocol::PropertyView const properties(group.data(), static_cast<int>(group.size()));
+    std::string reason;
+    auto medium = readPrepare(request.text(0), properties, request.number(2), reason);
+    if (medium)
+    {
+        player.prepare(std::move(*medium));
+    }
+    else
+    {
+        player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "prepare", reason);
+    }
+}
+
+void openEsMedia(Player& player, Request& request)
+{
+    std::string reason;
+    auto medium = readStreams(request.bytes(0), request.bytes(1), request.bytes(2), reason);
+    if (medium)
+    {
+        player.prepare(std::move(*medium));
+    }
+    else
+    {
+        player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "openEsMedia", reason);
+    }
+}
+
+void start(Player& player, Request& request)
+{
+    player.start(request.longNumber(0));
+}
+
+void stop(Player& player, Request&)
+{
+    player.stop();
+}
+
+void pause(Player& player, Request&)
+{
+    player.pause();
+}
+
+void resume(Player& player, Request&)
+{
+    player.resume();
+}
+
+void seek(Player& player, Request& request)
+{
+    player.seek(request.longNumber(0), static_cast<int>(request.number(1)));
+}
+
+void pushData(Player& player, Request& request)
+{
+    std::string_view const data = request.block(0);
+    player.push(data.data(), data.size());
+}
+
+void pushEsData(Player& player, Request& request)
+{
+    std::string const unit = request.bytes(2);
+    std::string_view const data = request.block(1);
+    std::uint32_t const size = request.number(0);
+    om::om_es_unit_t record{};
+    if (unit.size() != sizeof record || size > data.size())
+    {
+        player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "pushEsData", "sizes do not fit");
+        return;
+    }
+    if (!request.block(3).empty())
+    {
+        player.events().refusal(om::OM_ERROR_KEY_MISSING, "pushEsData", "protected data cannot be played");
+        return;
+    }
+    if (!request.block(4).empty())
+    {
+        player.events().refusal(om::OM_ERROR_NOT_SUPPORTED, "pushEsData", "extra data have no meaning");
+        return;
+    }
+    std::memcpy(&record, unit.data(), sizeof record);
+    player.push(record, data.data(), size);
+}
+
+void setSpeed(Player& player, Request& request)
+{
+    player.setSpeed(static_cast<int>(request.number(0)));
+}
+
+void getSpeed(Player& player, Request& request)
+{
+    request.reply(static_cast<std::uint32_t>(player.speed()));
+}
+
+void isSeekable(Player& player, Request& request)
+{
+    request.reply(std::uint32_t{player.info() != nullptr && player.info()->seekable});
+}
+
+void setVolume(Player& player, Request& request)
+{
+    int const volume = static_cast<int>(request.number(0));
+    if (volume < 0 || volume > kLoudest)
+    {
+        player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "setVolume", "not 0 to 100");
+        return;
+    }
+    player.setVolume(volume);
+}
+
+void setAudioMute(Player& player, Request& request)
+{
+    player.setAudioMute(request.number(0) != 0);
+}
+
+void isAudioMute(Player& player, Request& request)
+{
+    request.reply(std::uint32_t{player.audioMuted()});
+}
+
+void setVideoMute(Player& player, Request& request)
+{
+    player.setVideoMute(request.number(0) != 0);
+}
+
+void isVideoMute(Player& player, Request& request)
+{
+    request.reply(std::uint32_t{player.videoMuted()});
+}
+
+void getState(Player& player, Request& request)
+{
+    request.reply(static_cast<std::uint32_t>(player.state()));
+}
+
+void getCurPosition(Player& player, Request& request)
+{
+    player.askPosition(
+        [&messenger = request.messenger(), connection = request.connection(), object = request.object(),
+         code = request.code(), call = request.postpone()](std::int64_t position)
+        {
+            mdt::MsgData answer;
+            Request::head(answer, connection, object, code);
+            answer.writeSInt64(position);
+            if (call.wantsReply())
+            {
+                messenger.reply(call, 0, answer);
+            }
+        });
+}
+
+void getMediaInfo(Player& player, Request& request)
+{
+    player.info() == nullptr ? request.reply(-ENODATA) : request.replyRecord(player.info()->media);
+}
+
+void getContainerInfo(Player& player, Request& request)
+{
+    player.info() == nullptr ? request.reply(-ENODATA) : request.replyRecord(player.info()->container);
+}
+
+template <StreamPad::Kind kind> void getTrackInfo(Player& player, Request& request)
+{
+    player.info() == nullptr ? request.reply(-ENODATA)
+                             : request.replyRecord(trackGroup(player.info()->container, kind));
+}
+
+void getAudioTrackNo(Player& player, Request& request)
+{
+    int const selected = player.info() == nullptr ? -1 : player.info()->container.audio_selected;
+    selected < 0 ? request.reply(-ENODATA) : request.reply(static_cast<std::uint32_t>(selected));
+}
+
+int pushFrom(Player& player, protocol::PropertyView const& properties)
+{
+    std::string_view const text = properties.get(om::OM_KEY_OFFSET);
+    std::int64_t offset = -1;
+    auto const result = std::from_chars(text.data(), text.data() + text.size(), offset);
+    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+    return whole ? player.pushFrom(offset) : -EINVAL;
+}
+
+void extendCommand(Player& player, Request& request)
+{
+    std::string const command = request.text(0);
+    std::string const group = request.bytes(1);
+    protocol::PropertyView const properties(group.data(), static_cast<int>(group.size()));
+    int result = -EOPNOTSUPP;
+    if (command == om::OM_COMMAND_PUSH_FROM)
+    {
+        result = pushFrom(player, properties);
+    }
+    else if (command == om::OM_COMMAND_END_OF_DATA)
+    {
+        result = player.endOfData();
+    }
+    if (result < 0)
+    {
+        request.reply(result);
+        return;
+    }
+    request.replyBytes(group.data(), static_cast<std::uint16_t>(group.size())); // the caller's group stays as it is
+}
+
+struct Row
+{
+    int code;
+    PlayerCommand command;
+};
+
+constexpr Row kRows[] = {
+    {protocol::kCmdInitMediaPlayer, announce},
+    {protocol::kCmdPrepare, prepare},
+    {protocol::kCmdOpenEsMedia, openEsMedia},
+    {protocol::kCmdStart, start},
+    {protocol::kCmdStop, stop},
+    {protocol::kCmdPause, pause},
+    {protocol::kCmdResume, resume},
+    {protocol::kCmdSeek, seek},
+    {protocol::kCmdPushData, pushData},
+    {protocol::kCmdPushEsData, pushEsData},
+    {protocol::kCmdSpeed, setSpeed},
+    {protocol::kCmdGetSpeed, getSpeed},
+    {protocol::kCmdIsSeekable, isSeekable},
+    {protocol::kCmdIsSpeedable, isSeekable},
+    {protocol::kCmdSetVolume, setVolume},
+    {protocol::kCmdSetAudioMute, setAudioMute},
+    {protocol::kCmdIsAudioMute, isAudioMute},
+    {protocol::kCmdSetVideoMute, setVideoMute},
+    {protocol::kCmdIsVideoMute, isVideoMute},
+    {protocol::kCmdGetState, getState},
+    {protocol::kCmdGetCurPosition, getCurPosition},
+    {protocol::kCmdGetMediaInfo, getMediaInfo},
+    {protocol::kCmdGetContainerInfo, getContainerInfo},
+    {protocol::kCmdGetVideoTrackInfo, getTrackInfo<StreamPad::Kind::video>},
+    {protocol::kCmdGetAudioTrackInfo, getTrackInfo<StreamPad::Kind::audio>},
+    {protocol::kCmdGetSubtitleTrackInfo, getTrackInfo<StreamPad::Kind::text>},
+    {protocol::kCmdGetAudioTrackNo, getAudioTrackNo},
+    {protocol::kCmdPlayerExtendCommand, extendCommand},
+};
+
+} // namespace
+
+PlayerCommand findPlayerCommand(int code)
+{
+    for (Row const& row : kRows)
+    {
+        if (row.code == code)
+        {
+            return row.command;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace tz::orvane::service

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+// One player of a client: the data that its application pushes.
+#include "player.h"
+
+#include <cerrno>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr std::int64_t kNanosecondsPerMicrosecond = 1000;
+
+constexpr GstClockTime toClockTime(std::int64_t microseconds)
+{
+    bool const fits = microseconds >= 0 && microseconds < INT64_MAX / kNanosecondsPerMicrosecond;
+    return fits ? static_cast<GstClockTime>(microseconds * kNanosecondsPerMicrosecond) : GST_CLOCK_TIME_NONE;
+}
+
+BufferPtr makeUnit(om::om_es_unit_t const& unit, void const* data, std::size_t size)
+{
+    BufferPtr buffer(gst_buffer_new_memdup(data, size));
+    GST_BUFFER_PTS(buffer.get()) = toClockTime(unit.pts);
+    GST_BUFFER_DTS(buffer.get()) = toClockTime(unit.dts);
+    GST_BUFFER_DURATION(buffer.get()) = toClockTime(unit.duration);
+    if ((unit.flags & om::OM_ES_DISCONTINUITY) != 0)
+    {
+        GST_BUFFER_FLAG_SET(buffer.get(), GST_BUFFER_FLAG_DISCONT);
+    }
+    if (unit.stream_type == om::OM_STREAM_TYPE_VIDEO && (unit.flags & om::OM_ES_KEY_FRAME) == 0)
+    {
+        GST_BUFFER_FLAG_SET(buffer.get(), GST_BUFFER_FLAG_DELTA_UNIT);
+    }
+    return buffer;
+}
+
+} // namespace
+
+std::shared_ptr<Feed> Player::makeFeed(om::om_stream_type_e stream, Feed::Format format)
+{
+    return std::make_shared<Feed>(m_host.loop, format, format == Feed::Format::bytes ? m_medium.size : -1,
+                                  [this, stream](FeedNews const& news) { onFeedNews(stream, news); });
+}
+
+void Player::makeFeeds()
+{
+    if (m_medium.kind == Medium::Kind::container)
+    {
+        m_videoFeed = makeFeed(om::OM_STREAM_TYPE_UNKNOWN, Feed::Format::bytes);
+        return;
+    }
+    if (m_medium.video)
+    {
+        m_videoFeed = makeFeed(om::OM_STREAM_TYPE_VIDEO, Feed::Format::time);
+    }
+    if (m_medium.audio)
+    {
+        m_audioFeed = makeFeed(om::OM_STREAM_TYPE_AUDIO, Feed::Format::time);
+    }
+}
+
+void Player::onFeedNews(om::om_stream_type_e stream, FeedNews const& news)
+{
+    bool const isContainer = stream == om::OM_STREAM_TYPE_UNKNOWN;
+    std::string const name = isContainer ? std::string() : std::to_string(static_cast<int>(stream));
+    if (news.kind == FeedNews::Kind::enough)
+    {
+        m_events.event(om::OM_EVENT_ENOUGH_DATA, {{om::OM_KEY_STREAM, name}});
+    }
+    else if (isContainer)
+    {
+        m_events.event(om::OM_EVENT_NEED_DATA, {{om::OM_KEY_OFFSET, std::to_string(news.from)}});
+    }
+    else
+    {
+        auto const position = news.from < 0 ? news.from : news.from / static_cast<std::int64_t>(GST_MSECOND);
+        m_events.event(om::OM_EVENT_NEED_DATA,
+                       {{om::OM_KEY_STREAM, name}, {om::OM_KEY_POSITION, std::to_string(position)}});
+    }
+}
+
+Feed* Player::feedOf(std::int32_t stream) const
+{
+    if (m_medium.kind != Medium::Kind::streams)
+    {
+        return nullptr;
+    }
+    return stream == om::OM_STREAM_TYPE_VIDEO   ? m_videoFeed.get()
+           : stream == om::OM_STREAM_TYPE_AUDIO ? m_audioFeed.get()
+                                                : nullptr;
+}
+
+/// One error for a burst: what follows the first piece that was lost is lost as well.
+void Player::answerPush(Feed::Taken taken, char const* command, Properties more)
+{
+    bool const refused = taken == Feed::Taken::full || taken == Feed::Taken::ended;
+    if (refused && !m_overflowReported)
+    {
+        bool const full = taken == Feed::Taken::full;
+        m_events.refusal(full ? om::OM_ERROR_LIMIT : om::OM_ERROR_BAD_STATE, command,
+                         full ? "too much data waits" : "the end was announced", more);
+    }
+    m_overflowReported = refused;
+}
+
+void Player::push(void const* data, std::size_t size)
+{
+    if (m_medium.kind != Medium::Kind::container || m_videoFeed == nullptr)
+    {
+        m_events.refusal(om::OM_ERROR_BAD_STATE, "pushData", "no container is open that is pushed");
+        return;
+    }
+    auto const offset = std::to_string(m_videoFeed->offset());
+    auto const taken = m_videoFeed->push(size, [&] { return BufferPtr(gst_buffer_new_memdup(data, size)); });
+    answerPush(taken, "pushData", {{om::OM_KEY_OFFSET, offset}});
+}
+
+void Player::push(om::om_es_unit_t const& unit, void const* data, std::size_t size)
+{
+    Feed* const feed = feedOf(unit.stream_type);
+    if (feed == nullptr)
+    {
+        m_events.refusal(om::OM_ERROR_BAD_STATE, "pushEsData", "no such stream is open");
+        return;
+    }
+    bool const ends = (unit.flags & om::OM_ES_END_OF_STREAM) != 0;
+    if (size == 0 && !ends)
+    {
+        m_events.refusal(om::OM_ERROR_BAD_ARGUMENT, "pushEsData", "an access unit without bytes");
+        return;
+    }
+    if ((unit.flags & om::OM_ES_DISCONTINUITY) != 0)
+    {
+        feed->restart();
+    }
+    if (size > 0)
+    {
+        answerPush(feed->push(size, [&] { return makeUnit(unit, data, size); }), "pushEsData",
+                   {{om::OM_KEY_STREAM, std::to_string(unit.stream_type)}});
+    }
+    if (ends && !feed->awaitsRestart())
+    {
+        feed->end();
+    }
+}
+
+int Player::pushFrom(std::int64_t offset)
+{
+    if (m_medium.kind != Medium::Kind::container || m_videoFeed == nullptr)
+    {
+        return -ENODATA;
+    }
+    return m_videoFeed->restart(offset) ? 0 : -EINVAL;
+}
+
+int Player::endOfData()
+{
+    if (m_medium.kind != Medium::Kind::container || m_videoFeed == nullptr)
+    {
+        return -ENODATA;
+    }
+    m_videoFeed->end();
+    return 0;
+}
+
+} // namespace tz::orvane::service

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the leak checker is to overlook: memory that other people's libraries keep until the process ends.
+//
+// Those libraries are built without frame pointers, so that only the slow unwinder sees which of them it was.
+extern "C"
+{
+    char const* __asan_default_options();
+    char const* __lsan_default_suppressions();
+
+    __attribute__((visibility("default"))) char const* __asan_default_options()
+    {
+        return "fast_unwind_on_malloc=0";
+    }
+
+    __attribute__((visibility("default"))) char const* __lsan_default_suppressions()
+    {
+        return "leak:call_init\n"      // tables that GLib makes while it is being loaded
+               "leak:libgstsoup.so\n"; // an object that waits for a main loop, which this service has none of
+    }
+}

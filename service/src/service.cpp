@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+// The service as a whole: connections come, send messages and go.
+#include "service.h"
+
+#include "om_protocol.h"
+
+#include "orvane/platform/om_debug.h"
+
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr char kLogFile[] = "service";
+constexpr char kLogClass[] = "Service";
+
+} // namespace
+
+Service::Service(platform::EventLoop& loop, Settings const& settings)
+    : m_loop(loop)
+    , m_settings(settings)
+    , m_screen(loop, m_settings)
+{
+}
+
+Service::~Service()
+{
+    m_loop.cancelTimer(m_idleTimer);
+}
+
+int Service::start(std::function<void()> idle)
+{
+    m_idle = std::move(idle);
+    if (int const result = m_screen.start(); result < 0)
+    {
+        return result;
+    }
+    mdt::MdtsHandler& handler = *this;
+    m_messenger = std::make_unique<mdt::MdtsMessenger>(m_loop, handler);
+    if (int const result = m_messenger->listen(protocol::kServiceName); result < 0)
+    {
+        return result;
+    }
+    waitForClients();
+    return 0;
+}
+
+void Service::shutDown(std::function<void()> closed)
+{
+    m_loop.cancelTimer(m_idleTimer);
+    m_idleTimer = 0;
+    m_sessions.clear();
+    m_messenger.reset();
+    m_yard.whenEmpty(std::move(closed));
+}
+
+int Service::onConnect(mdt::MdtsPeer const& peer)
+{
+    ORVANE_LOG_INFO("0x%04X: %s, process %d", static_cast<unsigned int>(peer.cnid), peer.name.c_str(), peer.pid);
+    m_loop.cancelTimer(m_idleTimer);
+    m_idleTimer = 0;
+    PlayerHost const host{m_loop, m_screen, m_yard, m_settings};
+    m_sessions[peer.cnid] = std::make_unique<Session>(host, *m_messenger, m_ids, peer.cnid);
+    return 0;
+}
+
+void Service::onDisconnect(int cnid)
+{
+    ORVANE_LOG_INFO("0x%04X is gone", static_cast<unsigned int>(cnid));
+    m_sessions.erase(cnid);
+    waitForClients();
+}
+
+void Service::onMessage(mdt::MsgData& message, mdt::MdtsCall const& call)
+{
+    auto const session = m_sessions.find(call.cnid());
+    if (session != m_sessions.end())
+    {
+        session->second->handle(message, call);
+    }
+}
+
+void Service::waitForClients()
+{
+    if (m_sessions.empty() && m_settings.idleExit.count() > 0)
+    {
+        m_loop.cancelTimer(m_idleTimer);
+        m_idleTimer = m_loop.addTimer(m_settings.idleExit, [this] { m_idle(); });
+    }
+}
+
+} // namespace tz::orvane::service

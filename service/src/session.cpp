@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: Apache-2.0
+// One connection: its objects, and where its messages go.
+#include "session.h"
+
+#include "player_commands.h"
+
+#include "orvane/platform/om_debug.h"
+
+#include <cerrno>
+#include <string>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr char kLogFile[] = "session";
+constexpr char kLogClass[] = "Session";
+
+constexpr std::size_t kMostPlayers = 32;
+constexpr std::size_t kMostPlayersOfOne = 8;
+
+protocol::ObjectClass classOf(Request const& request)
+{
+    unsigned int const object = request.object();
+    if (protocol::kPreviewToolIds.contains(object))
+    {
+        return protocol::ObjectClass::preview;
+    }
+    if (protocol::kDrmAgentIds.contains(object))
+    {
+        return protocol::ObjectClass::drm;
+    }
+
+    // A player announces itself before it uses its id.
+    bool const isClients = object == 0 && request.code() != protocol::kCmdCreateMediaPlayer;
+    return isClients ? protocol::ObjectClass::client : protocol::ObjectClass::player;
+}
+
+} // namespace
+
+unsigned int PlayerIds::take()
+{
+    if (m_used.size() >= kMostPlayers)
+    {
+        return 0;
+    }
+    unsigned int id = 0;
+    do
+    {
+        id = m_next;
+        m_next = m_next == protocol::kPlayerIds.last ? protocol::kPlayerIds.first : m_next + 1;
+    } while (m_used.count(id) != 0);
+    m_used.insert(id);
+    return id;
+}
+
+struct Session::Row
+{
+    int code;
+    void (Session::*handle)(Request&);
+};
+
+Session::Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerIds& ids, int cnid)
+    : m_host(host)
+    , m_messenger(messenger)
+    , m_ids(ids)
+    , m_cnid(cnid)
+{
+}
+
+Session::~Session()
+{
+    while (!m_players.empty())
+    {
+        destroy(m_players.begin()->first);
+    }
+}
+
+void Session::handle(mdt::MsgData& message, mdt::MdtsCall const& call)
+{
+    Request request(m_messenger, message, call);
+    protocol::ObjectClass const object = classOf(request);
+    auto const* const row = protocol::findMessage(object, protocol::Direction::toService, request.code());
+    if (row == nullptr)
+    {
+        refuse(request, -ENOSYS, om::OM_ERROR_BAD_ARGUMENT, "unknown command");
+    }
+    else if (!fitArguments(message, *row))
+    {
+        refuse(request, -EINVAL, om::OM_ERROR_BAD_ARGUMENT, "wrong arguments");
+    }
+    else if (object == protocol::ObjectClass::client)
+    {
+        handleOwn(request);
+    }
+    else if (object == protocol::ObjectClass::player)
+    {
+        handlePlayer(request, *row);
+    }
+    else
+    {
+        refuse(request, -ENOENT, om::OM_ERROR_BAD_STATE, "no such object");
+    }
+    if (request.wantsReply())
+    {
+        request.reply(0); // a command whose sender waits for it to be taken
+    }
+}
+
+void Session::handleOwn(Request& request)
+{
+    static constexpr Row kRows[] = {
+        {protocol::kCmdSetConfig, &Session::setConfig},
+        {protocol::kCmdCreatePlayer, &Session::createPlayer},
+        {protocol::kCmdDestroyPlayer, &Session::destroyPlayer},
+        {protocol::kCmdDestroyPlayerAll, &Session::destroyPlayerAll},
+        {protocol::kCmdDestroyClient, &Session::destroyPlayerAll},
+        {protocol::kCmdStopPlayerAll, &Session::stopPlayerAll},
+        {protocol::kCmdDestroyPreviewTool, &Session::accept},
+        {protocol::kCmdDestroyDrmAgentById, &Session::accept},
+        {protocol::kCmdDestroyDrmAgent, &Session::accept},
+    };
+    for (Row const& row : kRows)
+    {
+        if (row.code == request.code())
+        {
+            (this->*row.handle)(request);
+            return;
+        }
+    }
+    refuse(request, -EOPNOTSUPP, om::OM_ERROR_NOT_SUPPORTED, "not offered by this service");
+}
+
+void Session::handlePlayer(Request& request, protocol::Message const& row)
+{
+    // Both messages come a second time where an object is destroyed, or before it is known.
+    if (request.code() == protocol::kCmdCreateMediaPlayer)
+    {
+        return;
+    }
+    if (request.code() == protocol::kCmdReleaseMediaPlayer)
+    {
+        destroy(request.object());
+        return;
+    }
+    auto const found = m_players.find(request.object());
+    if (found == m_players.end())
+    {
+        refuse(request, -ENOENT, om::OM_ERROR_BAD_STATE, "no such player");
+        return;
+    }
+    PlayerCommand const command = findPlayerCommand(row.code);
+    if (command == nullptr)
+    {
+        refuse(request, -EOPNOTSUPP, om::OM_ERROR_NOT_SUPPORTED, "not offered by this service");
+        return;
+    }
+    command(*found->second, request);
+}
+
+/// Says no where it is heard: in the answer, at the player, or else at the connection.
+void Session::refuse(Request& request, int status, om::om_error_e code, char const* text)
+{
+    auto const* const row = protocol::findMessage(classOf(request), protocol::Direction::toService, request.code());
+    char const* const command = row == nullptr ? "unknown" : row->name;
+    ORVANE_LOG_INFO("0x%04X, 0x%04X: %s (0x%04X) refused, %s", static_cast<unsigned int>(m_cnid), request.object(),
+                    command, static_cast<unsigned int>(request.code()), text);
+    auto const player = m_players.find(request.object());
+    if (request.wantsReply())
+    {
+        request.reply(status);
+    }
+    else if (player != m_players.end())
+    {
+        player->second->events().refusal(code, command, text);
+    }
+    else
+    {
+        tellRefusal(code, command, text);
+    }
+}
+
+void Session::tellRefusal(om::om_error_e code, char const* command, std::string const& text)
+{
+    om::OmPropertyGroup group;
+    addAll(group, {{om::OM_KEY_CODE, std::to_string(static_cast<unsigned int>(code))},
+                   {om::OM_KEY_COMMAND, command},
+                   {om::OM_KEY_TEXT, text}});
+    mdt::MsgData event(m_cnid, 0, protocol::kMsgEvent, protocol::kTypeCommand);
+    event.writeUInt32(static_cast<unsigned int>(m_cnid));
+    event.writeUInt32(om::OM_CLIENT_EVENT_REFUSED);
+    writeGroup(event, group);
+    m_messenger.postEvent(event);
+}
+
+/// No key has a meaning yet where this is called; the sender is told so.
+void Session::warnOfKeys(Request& request, char const* command)
+{
+    std::string const group = request.bytes(0);
+    for (auto const entry : protocol::PropertyView(group.data(), static_cast<int>(group.size())))
+    {
+        tellRefusal(om::OM_ERROR_NOT_SUPPORTED, command, "key " + std::string(entry.key));
+    }
+}
+
+void Session::setConfig(Request& request)
+{
+    warnOfKeys(request, "setConfig");
+}
+
+void Session::createPlayer(Request& request)
+{
+    unsigned int const plid = m_players.size() < kMostPlayersOfOne ? m_ids.take() : 0;
+    if (plid == 0)
+    {
+        ORVANE_LOG_WARNING("0x%04X: too many players", static_cast<unsigned int>(m_cnid));
+        request.reply(-EDQUOT);
+        return;
+    }
+    warnOfKeys(request, "createPlayer");
+    m_players.emplace(plid, std::make_unique<Player>(m_host, PlayerEvents(m_messenger, m_cnid, plid)));
+    request.reply(std::uint32_t{plid});
+}
+
+void Session::destroyPlayer(Request& request)
+{
+    destroy(request.number(0));
+}
+
+void Session::destroyPlayerAll(Request&)
+{
+    while (!m_players.empty())
+    {
+        destroy(m_players.begin()->first);
+    }
+}
+
+void Session::stopPlayerAll(Request&)
+{
+    for (auto const& entry : m_players)
+    {
+        entry.second->stop();
+    }
+}
+
+/// There is nothing to destroy.
+void Session::accept(Request&) {}
+
+/// Of two messages that destroy a player the second finds none.
+void Session::destroy(unsigned int plid)
+{
+    if (m_players.erase(plid) != 0)
+    {
+        m_ids.giveBack(plid);
+    }
+}
+
+} // namespace tz::orvane::service

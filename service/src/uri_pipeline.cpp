@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+// Plays what a URI names, or a container whose bytes an application pushes.
+#include "uri_pipeline.h"
+
+#include "feed.h"
+
+#include <string_view>
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+// The soft-volume flag stays out: its element leaks, and the audio chain brings a volume of its own.
+constexpr unsigned int kPlayVideo = 1;
+constexpr unsigned int kPlayAudio = 2;
+
+constexpr unsigned int kHttpTimeoutSeconds = 10;
+constexpr unsigned int kRtspLatencyMilliseconds = 200;
+constexpr guint64 kRtspTimeoutMicroseconds = 5'000'000;
+
+bool hasProperty(GstElement* element, char const* name)
+{
+    return g_object_class_find_property(G_OBJECT_GET_CLASS(element), name) != nullptr;
+}
+
+bool isFactory(GstElement* element, std::string_view name)
+{
+    GstElementFactory* const factory = gst_element_get_factory(element);
+    return factory != nullptr && name == gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory));
+}
+
+struct StreamKind
+{
+    StreamPad::Kind kind;
+    char const* count;
+    char const* getPad;
+    char const* getTags;
+};
+
+constexpr StreamKind kKinds[] = {
+    {StreamPad::Kind::video, "n-video", "get-video-pad", "get-video-tags"},
+    {StreamPad::Kind::audio, "n-audio", "get-audio-pad", "get-audio-tags"},
+    {StreamPad::Kind::text, "n-text", "get-text-pad", "get-text-tags"},
+};
+
+ObjectPtr<GstElement> sourceOf(GstElement* playbin)
+{
+    GstElement* source = nullptr;
+    g_object_get(playbin, "source", &source, nullptr);
+    return ObjectPtr<GstElement>(source);
+}
+
+/// A seek on a server that does not serve ranges fails the whole pipeline: it must not be tried.
+bool serverRefusesRanges(GstElement* source)
+{
+    ObjectPtr<GstPad> const pad(gst_element_get_static_pad(source, "src"));
+    for (guint index = 0; pad != nullptr; ++index)
+    {
+        EventPtr const event(gst_pad_get_sticky_event(pad.get(), GST_EVENT_CUSTOM_DOWNSTREAM_STICKY, index));
+        if (event == nullptr)
+        {
+            break;
+        }
+        GstStructure const* const headers = gst_event_get_structure(event.get());
+        if (gst_structure_has_name(headers, "http-headers") == FALSE)
+        {
+            continue;
+        }
+        GstStructure* answer = nullptr;
+        gst_structure_get(headers, "response-headers", GST_TYPE_STRUCTURE, &answer, nullptr);
+        if (answer == nullptr)
+        {
+            continue;
+        }
+        bool offered = false;
+        for (int field = 0; field < gst_structure_n_fields(answer); ++field)
+        {
+            char const* const name = gst_structure_nth_field_name(answer, static_cast<guint>(field));
+            char const* const value = gst_structure_get_string(answer, name);
+            bool const isOffer = g_ascii_strcasecmp(name, "Accept-Ranges") == 0 && value != nullptr &&
+                                 g_ascii_strcasecmp(value, "bytes") == 0;
+            offered = offered || isOffer || g_ascii_strcasecmp(name, "Content-Range") == 0;
+        }
+        gst_structure_free(answer);
+        return !offered;
+    }
+    return false;
+}
+
+/// Subtitles that are not shown wait for their time on the clock, and no change of state wakes them: closing would take
+/// as long as the wait. Waiting for the other streams does as well.
+void setUpSelector(GstElement*, GstElement* element, gpointer)
+{
+    if (isFactory(element, "input-selector"))
+    {
+        gst_util_set_object_arg(G_OBJECT(element), "sync-mode", "active-segment");
+    }
+}
+
+GstElement* makePlaybin(std::string const& uri, GstElement* audioChain, GstElement* videoOutlet)
+{
+    GstElement* const playbin = gst_element_factory_make("playbin", nullptr);
+    g_object_set(playbin, "uri", uri.c_str(), "flags", kPlayVideo | kPlayAudio, "audio-sink", audioChain, "video-sink",
+                 videoOutlet, nullptr);
+    g_signal_connect(playbin, "element-setup", G_CALLBACK(setUpSelector), nullptr);
+    return playbin;
+}
+
+} // namespace
+
+UriPipeline::UriPipeline(std::string const& uri, std::string userAgent, GstElement* audioChain, GstElement* videoOutlet)
+    : Pipeline(makePlaybin(uri, audioChain, videoOutlet), audioChain)
+    , m_userAgent(std::move(userAgent))
+{
+    g_signal_connect(element(), "source-setup", G_CALLBACK(onSourceSetup), this);
+}
+
+UriPipeline::UriPipeline(std::shared_ptr<Feed> const& feed, GstElement* audioChain, GstElement* videoOutlet)
+    : Pipeline(makePlaybin("appsrc://", audioChain, videoOutlet), audioChain)
+    , m_feed(feed)
+    , m_seekableSource(feed->seekable())
+{
+    g_signal_connect(element(), "source-setup", G_CALLBACK(onSourceSetup), this);
+}
+
+void UriPipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self)
+{
+    static_cast<UriPipeline*>(self)->setUp(source);
+}
+
+void UriPipeline::setUp(GstElement* source)
+{
+    if (auto const feed = m_feed.lock())
+    {
+        feed->attach(source);
+        return;
+    }
+    if (isFactory(source, "rtspsrc"))
+    {
+        g_object_set(source, "latency", kRtspLatencyMilliseconds, "tcp-timeout", kRtspTimeoutMicroseconds, nullptr);
+        return;
+    }
+    if (isFactory(source, "souphttpsrc"))
+    {
+        g_object_set(source, "timeout", kHttpTimeoutSeconds, nullptr);
+    }
+    if (!m_userAgent.empty() && hasProperty(source, "user-agent"))
+    {
+        g_object_set(source, "user-agent", m_userAgent.c_str(), nullptr);
+    }
+}
+
+std::vector<StreamPad> UriPipeline::streams() const
+{
+    std::vector<StreamPad> found;
+    for (StreamKind const& kind : kKinds)
+    {
+        int count = 0;
+        g_object_get(element(), kind.count, &count, nullptr);
+        for (int index = 0; index < count; ++index)
+        {
+            GstPad* pad = nullptr;
+            GstTagList* tags = nullptr;
+            g_signal_emit_by_name(element(), kind.getPad, index, &pad);
+            g_signal_emit_by_name(element(), kind.getTags, index, &tags);
+            found.push_back({kind.kind, ObjectPtr<GstPad>(pad), TagListPtr(tags)});
+        }
+    }
+    return found;
+}
+
+bool UriPipeline::seekable() const
+{
+    if (!m_seekableSource)
+    {
+        return false; // a demuxer would say yes and do nothing
+    }
+    auto const source = sourceOf(element());
+    return Pipeline::seekable() && (source == nullptr || !serverRefusesRanges(source.get()));
+}
+
+std::uint64_t UriPipeline::fileSize() const
+{
+    gint64 bytes = -1;
+    auto const source = sourceOf(element());
+    bool const known =
+        source != nullptr && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &bytes) != FALSE && bytes > 0;
+    return known ? static_cast<std::uint64_t>(bytes) : 0;
+}
+
+} // namespace tz::orvane::service
