@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+// The shortest program that plays something: connect, make a player, open, wait for the end.
+#include <orvane/omc.h>
+
+#include <future>
+#include <iostream>
+
+using namespace tz::orvane;
+
+struct Listener final : omc::OmcIMediaPlayerListener // its methods run on the library's thread
+{
+    void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int event, om::OmPropertyGroup const&) override
+    {
+        if (event == om::OM_EVENT_END_OF_STREAM)
+        {
+            end.set_value("played");
+        }
+    }
+
+    void onError(om::OmIMediaPlayer*, unsigned int, unsigned int, om::OmPropertyGroup const& properties) override
+    {
+        end.set_value(properties.get("text"));
+    }
+
+    std::promise<std::string> end;
+};
+
+int main(int argc, char** argv)
+{
+    om::OmIConnection* connection = omc::OmcClientAccess::getApp(0)->createConnection("first_play");
+    om::OmIMediaPlayer* player = connection == nullptr ? nullptr : connection->createPlayer(nullptr);
+    if (player == nullptr || argc != 2)
+    {
+        std::cerr << "usage: first_play URI (the media service must be running)\n";
+        return 1;
+    }
+    Listener listener;
+    player->addListener(&listener);
+    om::OmPropertyGroup properties;
+    player->prepare(argv[1], properties, om::OM_PREPARE_AUTO_START);
+    std::cout << listener.end.get_future().get() << "\n";
+    omc::OmcClientAccess::getApp(0)->destroyConnection(connection); // the player goes with it
+}

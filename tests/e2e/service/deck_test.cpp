@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// A pipeline whose call never returns is given up, and everything else goes on.
+#include "deck_yard.h"
+
+#include "support/process_state.h"
+#include "support/wait.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+
+namespace tz::orvane::service
+{
+namespace
+{
+
+class PlainPipeline final : public Pipeline
+{
+public:
+    PlainPipeline()
+        : PlainPipeline(makeAudioChain(AudioOutput::fake))
+    {
+    }
+
+    std::vector<StreamPad> streams() const override { return {}; }
+
+private:
+    explicit PlainPipeline(GstElement* audio)
+        : Pipeline(gst_pipeline_new(nullptr), audio)
+    {
+        gst_bin_add(GST_BIN(element()), audio);
+    }
+};
+
+class FaultKeeper final : public DeckListener
+{
+public:
+    explicit FaultKeeper(std::function<void()> came)
+        : m_came(std::move(came))
+    {
+    }
+
+    Fault fault;
+
+private:
+    void onDeckFault(Fault const& reported) override
+    {
+        fault = reported;
+        m_came();
+    }
+    void onDeckEnd() override {}
+    void onDeckBuffering(int) override {}
+    void onDeckDuration() override {}
+
+    std::function<void()> m_came;
+};
+
+class DeckTest : public testing::Test
+{
+protected:
+    DeckTest()
+    {
+        gst_init(nullptr, nullptr);
+        m_deck = std::make_shared<Deck>(m_loop, std::make_unique<PlainPipeline>(), nullptr, false);
+        m_deck->setListener(&m_listener);
+        EXPECT_EQ(m_deck->start(), 0);
+    }
+
+    platform::EventLoop m_loop;
+    DeckYard m_yard;
+    FaultKeeper m_listener{[this] { m_loop.stop(); }};
+    std::shared_ptr<Deck> m_deck;
+};
+
+constexpr std::chrono::milliseconds kShort{100};
+constexpr std::chrono::seconds kLong{30};
+
+TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultAndTheThreadIsGivenUp)
+{
+    std::promise<void> release;
+    auto const released = release.get_future().share();
+    m_deck->operate(
+        Deck::Kind::query, kShort,
+        [released](Pipeline&)
+        {
+            released.wait();
+            return CallResult::done;
+        },
+        [](Deck::Outcome) { FAIL() << "it has not returned"; });
+    m_loop.run();
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_INTERNAL);
+
+    m_yard.take(std::move(m_deck), kShort);
+    EXPECT_EQ(m_yard.closing(), 1);
+    m_yard.whenEmpty([this] { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(m_yard.abandoned(), 1);
+
+    // Should the call come back one day, the thread cleans up behind itself.
+    int const threads = test::runningThreads();
+    release.set_value();
+    EXPECT_TRUE(test::eventually([threads] { return test::runningThreads() < threads; }));
+}
+
+TEST_F(DeckTest, anOperationWhoseEndNeverComesTimesOut)
+{
+    m_deck->operate(
+        Deck::Kind::seek, kShort, [](Pipeline&) { return CallResult::async; },
+        [](Deck::Outcome) { FAIL() << "nothing has happened"; });
+    m_loop.run();
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_TIMED_OUT);
+    EXPECT_FALSE(m_deck->busy());
+}
+
+TEST_F(DeckTest, aRefusedSeekIsNoFault)
+{
+    auto outcome = Deck::Outcome::done;
+    m_deck->operate(
+        Deck::Kind::seek, kLong, [](Pipeline&) { return CallResult::failed; },
+        [&](Deck::Outcome result)
+        {
+            outcome = result;
+            m_loop.stop();
+        });
+    m_loop.run();
+    EXPECT_EQ(outcome, Deck::Outcome::refused);
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_NONE);
+}
+
+TEST_F(DeckTest, aPipelineThatEndsLeavesNothingBehind)
+{
+    m_yard.take(std::move(m_deck), kLong);
+    m_yard.whenEmpty([this] { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(m_yard.closing(), 0);
+    EXPECT_EQ(m_yard.abandoned(), 0);
+}
+
+} // namespace
+} // namespace tz::orvane::service

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the player tells scripts when it ends.
+#pragma once
+
+namespace tz::orvane::tools
+{
+
+inline constexpr int kExitPlayed = 0;
+inline constexpr int kExitNotPlayed = 1;
+inline constexpr int kExitUsage = 2;
+inline constexpr int kExitNoService = 3;
+inline constexpr int kExitSignalBase = 128; ///< plus the number of the signal
+
+} // namespace tz::orvane::tools

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// The player's command line.
+#pragma once
+
+#include "common/service_launcher.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tz::orvane::tools
+{
+
+struct Options
+{
+    std::vector<std::string> media; ///< URIs, and absolute paths
+    bool info = false;
+    long long start = 0; ///< milliseconds
+    int volume = 100;
+    LaunchOptions launch;
+};
+
+struct ParsedOptions
+{
+    std::optional<Options> options;
+    int exitStatus = 0; ///< where there are no options: help was asked for, or the usage was wrong
+};
+
+/// Parses the command line; help goes to standard output, faults to standard error.
+ParsedOptions parseOptions(int argc, char** argv);
+
+} // namespace tz::orvane::tools
