@@ -14,7 +14,7 @@ extern "C"
 
     __attribute__((visibility("default"))) char const* __lsan_default_suppressions()
     {
-        return "leak:call_init\n"      // tables that GLib makes while it is being loaded
+        return "leak:ld-linux\n"       // tables that GLib makes while it is being loaded
                "leak:libgstsoup.so\n"; // an object that waits for a main loop, which this service has none of
     }
 }
