@@ -3,14 +3,17 @@
 #pragma once
 
 #include "orvane/om_timer.h"
+#include "support/log_capture.h"
 #include "support/wait.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <condition_variable>
+#include <cstdio>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -137,10 +140,18 @@ private:
 /// OmTimer uses a thread whose ticks the test makes.
 class HandTimedTest : public ::testing::Test
 {
+private:
+    std::optional<LogCapture> m_startLog{std::in_place};
+
 protected:
+    /// The lines of the thread's start do not get into what a test collects.
     HandTimedTest()
         : former(om::OmTimerThread::exchangeInstance(&thread))
     {
+        char start[80];
+        std::snprintf(start, sizeof start, "<timer> start (thr=%p)", static_cast<void*>(&thread));
+        EXPECT_TRUE(eventually([&] { return m_startLog->contains(start); }));
+        m_startLog.reset();
     }
 
     ~HandTimedTest() override

@@ -278,7 +278,7 @@ TEST(OmTimerThread, endsTheProcessWhenNoThreadCanBeMade)
             // No process has room for a stack of that size.
             pthread_attr_t attributes;
             pthread_attr_init(&attributes);
-            pthread_attr_setstacksize(&attributes, (SIZE_MAX / 2) & ~static_cast<std::size_t>(0xFFFF));
+            pthread_attr_setstacksize(&attributes, (SIZE_MAX / 16 * 15) & ~static_cast<std::size_t>(0xFFFF));
             pthread_setattr_default_np(&attributes);
             OmTimerThread const thread;
         },

@@ -20,12 +20,11 @@ namespace tz::orvane::om
 namespace
 {
 
+using namespace std::string_literals;
 using platform::DebugLevel;
 using test::LogCapture;
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Not;
 
 om_uri_info_t infoOf(UriEntity const& entity)
 {
@@ -251,17 +250,15 @@ TEST(UriEntity, parametersBeyondAPropertyGroupEndTheProcess)
 
 TEST(UriEntity, embeddedNulIsAnOrdinaryCharacterOfTheUri)
 {
-    std::string const uri("file:///a\0b.mp4?wid\0th=1&width=2\0"
-                          "3&pos=\0x",
-                          44);
+    std::string const uri = "file:///a\0b.mp4?wid\0th=1&width=2\0-3&pos=\0x"s;
     UriEntity const entity(uri);
     EXPECT_TRUE(entity.isValid());
     om_uri_info_t const info = infoOf(entity);
     EXPECT_EQ(std::string(info.orign_uri, uri.size() + 1), uri + '\0');
-    EXPECT_EQ(std::string(info.file_name, 8), std::string("a\0b.mp4\0", 8));
+    EXPECT_EQ(std::string(info.file_name, 8), "a\0b.mp4\0"s);
     EXPECT_EQ(entity.getProperty("width"), "2") << "texts of a group end at a NUL";
     EXPECT_EQ(entity.getProperty("pos"), "") << "nothing is left before the NUL";
-    std::string const pure("file:///a\0b.mp4?wid\0th=1", 24);
+    std::string const pure = "file:///a\0b.mp4?wid\0th=1"s;
     EXPECT_EQ(std::string(info.pure_uri, pure.size() + 1), pure + '\0');
 }
 

@@ -120,7 +120,7 @@ int UriEntity::parseUri(OmString const& uri)
 
     // The known parameters.
     ORVANE_LOG_INFO("totalSize=%d, arraySize=%d, keySize=%d", static_cast<int>(sizeof kKeys),
-                    static_cast<int>(std::size(kKeys)), static_cast<int>(sizeof kKeys[0]));
+                    static_cast<int>(std::size(kKeys)), static_cast<int>(sizeof(OmString)));
     OmString pure = uri;
     for (OmString const& key : kKeys)
     {
