@@ -7,22 +7,35 @@
 
 using namespace tz::orvane;
 
-struct Listener final : omc::OmcIMediaPlayerListener // its methods run on the library's thread
+struct Listener final : omc::OmcIMediaPlayerListener, omc::OmcIConnectionListener // called on the library's thread
 {
     void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int event, om::OmPropertyGroup const&) override
     {
         if (event == om::OM_EVENT_END_OF_STREAM)
         {
-            end.set_value("played");
+            finish("played");
         }
     }
 
     void onError(om::OmIMediaPlayer*, unsigned int, unsigned int, om::OmPropertyGroup const& properties) override
     {
-        end.set_value(properties.get("text"));
+        finish(properties.get("text"));
+    }
+
+    void onConnectionChanged(om::OmIConnection*, int) override { finish("the media service is gone"); }
+    void onEvent(om::OmIConnection*, int, om::OmPropertyGroup&) override {}
+
+    void finish(std::string const& result)
+    {
+        if (!finished) // an error may be followed by another
+        {
+            finished = true;
+            end.set_value(result);
+        }
     }
 
     std::promise<std::string> end;
+    bool finished = false;
 };
 
 int main(int argc, char** argv)
@@ -35,6 +48,7 @@ int main(int argc, char** argv)
         return 1;
     }
     Listener listener;
+    connection->addListener(&listener);
     player->addListener(&listener);
     om::OmPropertyGroup properties;
     player->prepare(argv[1], properties, om::OM_PREPARE_AUTO_START);

@@ -303,11 +303,15 @@ MediaInfo probeMedia(Pipeline const& pipeline, bool live)
         }
     }
     om::om_container_info_t& container = info.container;
-    container.video_selected = container.video_count > 0 ? 0 : kUnknown;
-    container.audio_selected = container.audio_count > 0 ? 0 : kUnknown;
     info.media.video_track_num = container.video_count;
     info.media.audio_track_num = container.audio_count;
     info.media.text_track_num = container.text_count;
+    // Whoever walks a list up to its count must not leave it.
+    container.video_count = std::min<std::int32_t>(container.video_count, om::om_container_info_t::kVideoCapacity);
+    container.audio_count = std::min<std::int32_t>(container.audio_count, om::om_container_info_t::kAudioCapacity);
+    container.text_count = std::min<std::int32_t>(container.text_count, om::om_container_info_t::kTextCapacity);
+    container.video_selected = container.video_count > 0 ? 0 : kUnknown;
+    container.audio_selected = container.audio_count > 0 ? 0 : kUnknown;
     readWhole(pipeline, live, info);
     if (bitRateKnown && bitRate > 0 && bitRate <= INT32_MAX)
     {

@@ -38,7 +38,6 @@ void Player::prepare(Medium medium)
     dropDeck();
     m_medium = std::move(medium);
     m_info.reset();
-    m_speed = om::OM_PLAY_SPEED_NORMAL;
     m_command = "prepare";
     m_busy = true;
     for (std::string const& option : m_medium.unknownOptions)
@@ -377,8 +376,10 @@ void Player::onTick()
 
 std::int64_t Player::clamped(std::int64_t position) const
 {
+    // In nanoseconds, as GStreamer counts, it must still be a number.
+    constexpr std::int64_t kLatest = INT64_MAX / 1'000'000;
     std::int64_t const duration = m_info ? m_info->media.duration : -1;
-    return std::max<std::int64_t>(0, duration >= 0 ? std::min(position, duration) : position);
+    return std::clamp<std::int64_t>(position, 0, duration >= 0 ? duration : kLatest);
 }
 
 } // namespace tz::orvane::service

@@ -50,6 +50,7 @@ public:
     void prepare(Medium medium);
     void start(std::int64_t position);
     void stop();
+    bool isOpen() const { return m_phase != Phase::none; }
     void pause();
     void resume();
     void seek(std::int64_t position, int flags);

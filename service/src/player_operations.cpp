@@ -89,6 +89,7 @@ void Player::openMedium(Then then)
 {
     m_phase = Phase::opening;
     m_info.reset();
+    m_speed = om::OM_PLAY_SPEED_NORMAL;
     m_position = 0;
     report();
     if (m_medium.kind == Medium::Kind::uri && !isKnownScheme(m_medium.uri))

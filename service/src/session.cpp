@@ -241,7 +241,10 @@ void Session::stopPlayerAll(Request&)
 {
     for (auto const& entry : m_players)
     {
-        entry.second->stop();
+        if (entry.second->isOpen())
+        {
+            entry.second->stop();
+        }
     }
 }
 

@@ -73,7 +73,9 @@ void Playback::on(StateChanged const& event)
     m_started = m_started || m_state == om::OM_STATE_PLAYING;
     if (!m_opened && hasPicture && (m_flags & om::OM_ACT_OPENING) == 0)
     {
-        begin();
+        // A live source tells what it carries only once it plays.
+        bool const waitsForPlaying = (m_flags & om::OM_ACT_LIVE) != 0 && m_state == om::OM_STATE_PAUSED;
+        waitsForPlaying ? send(m_player->start(0)) : begin();
     }
     else if (m_opened && m_state == om::OM_STATE_NULL)
     {
@@ -87,8 +89,11 @@ void Playback::begin()
     m_deadline.reset();
     OpenedMedium medium;
     medium.uri = m_uri;
-    m_player->getMediaInfo(medium.info);
-    m_player->getContainerInfo(medium.container);
+    if (m_player->getMediaInfo(medium.info) < 0 || m_player->getContainerInfo(medium.container) < 0)
+    {
+        fail("the media service does not tell what it is");
+        return;
+    }
     m_duration = medium.info.duration;
     m_isPhoto = medium.info.media_type == om::OM_MEDIA_TYPE_PHOTO;
     m_surroundings.view.opened(medium);
@@ -104,7 +109,10 @@ void Playback::begin()
     }
     m_position = m_surroundings.options.start;
     send(m_player->setVolume(m_surroundings.options.volume));
-    send(m_player->start(m_position));
+    if (m_state != om::OM_STATE_PLAYING)
+    {
+        send(m_player->start(m_position));
+    }
 }
 
 void Playback::on(PlayTime const& event)
