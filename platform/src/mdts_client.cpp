@@ -185,10 +185,10 @@ void ServiceClient::hangUp()
 // may be unread, and of those the last ones.
 std::size_t ServiceClient::unreadBytes(Outlet& outlet)
 {
-    constexpr int kSmallestFrame = 512;
+    constexpr std::size_t kSmallestFrame = 512;
     int unread = 0;
     ::ioctl(outlet.socket.get(), SIOCOUTQ, &unread);
-    auto const frames = static_cast<std::size_t>(unread / kSmallestFrame + 1);
+    std::size_t const frames = static_cast<std::size_t>(unread) / kSmallestFrame + 1;
     while (unread == 0 ? !outlet.recent.empty() : outlet.recent.size() > frames)
     {
         outlet.recent.pop_front();
