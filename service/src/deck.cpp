@@ -59,9 +59,7 @@ int Deck::start()
 void Deck::operate(Kind kind, std::chrono::milliseconds deadline, Call call, Done done)
 {
     ++m_serial;
-    m_operation.emplace();
-    m_operation->kind = kind;
-    m_operation->done = std::move(done);
+    m_operation.emplace(kind, std::move(done));
     m_operation->deadline = m_loop.addTimer(deadline, [this] { expire(); });
     watchForStall();
     askWorker(std::move(call), [](Deck& deck, CallResult result) { deck.onReturned(result); });

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tz::orvane::service
@@ -87,9 +88,15 @@ public:
 private:
     struct Operation
     {
+        Operation(Kind how, Done callback)
+            : kind(how)
+            , done(std::move(callback))
+        {
+        }
+
         Kind kind;
         Done done;
-        platform::EventLoop::TimerId deadline;
+        platform::EventLoop::TimerId deadline = 0;
         platform::EventLoop::TimerId stallCheck = 0;
         int stalls = 0; ///< checks in a row that found nothing at work
         bool returned = false;

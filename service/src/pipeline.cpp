@@ -13,6 +13,8 @@ namespace
 {
 
 constexpr char kVolumeName[] = "loudness";
+constexpr char kFakeAudioSink[] = "fakeaudiosink";
+constexpr char kAudioSink[] = "autoaudiosink";
 
 /// Counts the element's own threads that run; those of adaptive streaming do not show in its pads.
 bool isAtWork(GstElement* element)
@@ -121,10 +123,25 @@ bool Pipeline::seekable() const
     return answer != FALSE;
 }
 
+char const* missingElement(AudioOutput output)
+{
+    char const* const audioSink = output == AudioOutput::fake ? kFakeAudioSink : kAudioSink;
+    for (char const* const name : {"playbin", "decodebin", "appsrc", "audioconvert", "audioresample", "volume",
+                                   "videoconvert", "intervideosink", "intervideosrc", audioSink})
+    {
+        ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
+        if (factory == nullptr)
+        {
+            return name;
+        }
+    }
+    return nullptr;
+}
+
 GstElement* makeAudioChain(AudioOutput output)
 {
     std::string const chain = std::string("audioconvert ! audioresample ! volume name=") + kVolumeName + " ! " +
-                              (output == AudioOutput::fake ? "fakeaudiosink" : "autoaudiosink");
+                              (output == AudioOutput::fake ? kFakeAudioSink : kAudioSink);
     return gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
 }
 

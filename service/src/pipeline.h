@@ -88,6 +88,9 @@ private:
     ObjectPtr<GstElement> m_volume;
 };
 
+/// @return the name of an element that every pipeline needs and that is not installed; null when all are there
+char const* missingElement(AudioOutput output);
+
 /// The end of every sound: conversion, volume and the output that the settings name.
 /// @return a bin with a floating reference
 GstElement* makeAudioChain(AudioOutput output);

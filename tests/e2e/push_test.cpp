@@ -5,12 +5,12 @@
 #include "support/viewer.h"
 
 #include "orvane/om_enums.h"
+#include "orvane/omc_listeners.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
+#include <utility>
 
 namespace tz::orvane::test
 {
@@ -28,7 +28,7 @@ class Push : public WithService
 };
 
 /// Pushes a container as the service asks for it, from inside the listener.
-class ContainerFeeder
+class ContainerFeeder final : public omc::OmcIMediaPlayerListener
 {
 public:
     ContainerFeeder(Viewer& viewer, std::string const& file, bool tellsSize)
@@ -36,11 +36,11 @@ public:
         , m_bytes(fileContent(file))
         , m_tellsSize(tellsSize)
     {
-        m_viewer.recorder().onNote = [this](Note const& note) { onNote(note); };
+        m_viewer.player().addListener(this);
     }
     ContainerFeeder(ContainerFeeder const&) = delete;
     ContainerFeeder& operator=(ContainerFeeder const&) = delete;
-    ~ContainerFeeder() { m_viewer.recorder().onNote = nullptr; }
+    ~ContainerFeeder() { m_viewer.player().removeListener(this); }
 
     void prepare()
     {
@@ -53,13 +53,13 @@ public:
     }
 
 private:
-    void onNote(Note const& note)
+    void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int evt, om::OmPropertyGroup const& props) override
     {
-        if (note.kind != Note::Kind::event || note.code != om::OM_EVENT_NEED_DATA)
+        if (evt != om::OM_EVENT_NEED_DATA)
         {
             return;
         }
-        long long const from = note.number(om::OM_KEY_OFFSET);
+        long long const from = std::stoll(props.get(om::OM_KEY_OFFSET));
         if (from >= 0)
         {
             m_at = static_cast<std::size_t>(from);
@@ -174,7 +174,7 @@ TEST_F(Push, dataBeyondTheBoundAreRefusedAndCanBePushedLater)
 }
 
 /// Pushes elementary streams as the service asks for them, from inside the listener.
-class StreamFeeder
+class StreamFeeder final : public omc::OmcIMediaPlayerListener
 {
 public:
     explicit StreamFeeder(Viewer& viewer)
@@ -182,11 +182,11 @@ public:
         , m_video{readH264(media("v.h264"))}
         , m_audio{readAdts(media("v.aac"))}
     {
-        m_viewer.recorder().onNote = [this](Note const& note) { onNote(note); };
+        m_viewer.player().addListener(this);
     }
     StreamFeeder(StreamFeeder const&) = delete;
     StreamFeeder& operator=(StreamFeeder const&) = delete;
-    ~StreamFeeder() { m_viewer.recorder().onNote = nullptr; }
+    ~StreamFeeder() { m_viewer.player().removeListener(this); }
 
     void open()
     {
@@ -209,23 +209,14 @@ private:
         std::vector<AccessUnit> units;
         std::size_t next = 0;
         bool restarted = false;
-        bool wanted = false;
     };
 
-    void onNote(Note const& note)
+    void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int evt, om::OmPropertyGroup const& props) override
     {
-        if (note.kind != Note::Kind::event)
+        if (evt == om::OM_EVENT_NEED_DATA)
         {
-            return;
-        }
-        if (note.code == om::OM_EVENT_NEED_DATA || note.code == om::OM_EVENT_ENOUGH_DATA)
-        {
-            bool const isVideo = note.number(om::OM_KEY_STREAM) == om::OM_STREAM_TYPE_VIDEO;
-            Stream& stream = isVideo ? m_video : m_audio;
-            if (note.code == om::OM_EVENT_NEED_DATA)
-            {
-                onNeed(stream, note.number(om::OM_KEY_POSITION) * 1'000);
-            }
+            bool const isVideo = std::stoi(props.get(om::OM_KEY_STREAM)) == om::OM_STREAM_TYPE_VIDEO;
+            onNeed(isVideo ? m_video : m_audio, std::stoll(props.get(om::OM_KEY_POSITION)) * 1'000);
         }
     }
 

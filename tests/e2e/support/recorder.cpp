@@ -2,6 +2,8 @@
 // Keeps what a player tells, in order, and waits for what is to come.
 #include "support/recorder.h"
 
+#include <utility>
+
 namespace tz::orvane::test
 {
 
@@ -106,15 +108,9 @@ void Recorder::add(Note note, om::OmPropertyGroup const& props)
     {
         note.properties.emplace(props.keyAt(index), props.valueAt(index));
     }
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_notes.push_back(note);
-        m_came.notify_all();
-    }
-    if (onNote)
-    {
-        onNote(note);
-    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_notes.push_back(std::move(note));
+    m_came.notify_all();
 }
 
 void Recorder::onStateChanged(om::OmIMediaPlayer*, unsigned int, om::om_state_e state, int actFlags,

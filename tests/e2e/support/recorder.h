@@ -46,9 +46,6 @@ class Recorder final : public omc::OmcIMediaPlayerListener
 public:
     using Wanted = std::function<bool(Note const&)>;
 
-    /// Called on the receive thread behind each note; set before the player is used.
-    std::function<void(Note const&)> onNote;
-
     std::vector<Note> notes() const;
 
     /// The states that were told, "READY+1" with flags, repetitions left out.

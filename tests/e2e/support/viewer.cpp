@@ -12,6 +12,8 @@ namespace tz::orvane::test
 namespace
 {
 
+constexpr char kService[] = ORVANE_E2E_BINARIES "/service/orvane-media-service";
+
 void fill(om::OmPropertyGroup& group, Viewer::Options const& options)
 {
     for (auto const& [key, value] : options)
@@ -29,13 +31,7 @@ std::string media(std::string const& name)
 
 std::vector<std::string> serviceCommand(std::vector<std::string> const& more)
 {
-    std::vector<std::string> command{ORVANE_E2E_BINARIES "/service/orvane-media-service",
-                                     "--video",
-                                     "none",
-                                     "--audio",
-                                     "fake",
-                                     "--screen",
-                                     "320x180"};
+    std::vector<std::string> command{kService, "--video", "none", "--audio", "fake", "--screen", "320x180"};
     command.insert(command.end(), more.begin(), more.end());
     return command;
 }
