@@ -451,7 +451,7 @@ TEST(PlayerEventsUnconnected, aGroupThatIsNoneEndsTheProcess)
                 {
                     omc::OmcMediaPlayer player(kCnid, kPlid);
                     mdt::MsgData msg(kCnid, kPlid, 0xC214, 1);
-                    whole({number(kPlid), number(kReqId), number(1), bytes(std::string("XX0000ED", 9))})(msg);
+                    whole({number(kPlid), number(kReqId), number(1), bytes(std::string("XX0000ED\0", 9))})(msg);
                     player.dispatch(&msg);
                 });
 }
