@@ -107,7 +107,7 @@ TEST(ExtendCommandAlone, anAnswerThatIsNoGroupEndsTheProcess)
                 {
                     ScriptedService service;
                     WireConnection const connection(service);
-                    service.answer(0xA228, bytes(std::string("PR0000EX", 9)));
+                    service.answer(0xA228, bytes(std::string("PR0000EX\0", 9)));
                     omc::OmcMediaPlayer player(kCnid, kPlid);
                     OmPropertyGroup props;
                     player.doExtendCommand("c", props);
