@@ -2,6 +2,7 @@
 // Where decks go that nobody uses any more.
 #include "deck_yard.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tz::orvane::service
@@ -11,7 +12,26 @@ void DeckYard::take(std::shared_ptr<Deck> deck, std::chrono::milliseconds deadli
 {
     Deck* const key = deck.get();
     m_closing.insert(std::move(deck));
-    key->shutDown(deadline, [this, key](bool ended) { remove(key, ended); });
+
+    // The deck's thread keeps the callback, and so the trace, until it has ended the pipeline.
+    key->shutDown(deadline,
+                  [this, key, trace = std::make_shared<char>()](bool ended)
+                  {
+                      if (!ended)
+                      {
+                          ++m_abandoned;
+                          m_hanging.push_back(trace);
+                      }
+                      remove(key);
+                  });
+}
+
+int DeckYard::leftovers()
+{
+    m_hanging.erase(
+        std::remove_if(m_hanging.begin(), m_hanging.end(), [](auto const& trace) { return trace.expired(); }),
+        m_hanging.end());
+    return closing() + static_cast<int>(m_hanging.size());
 }
 
 void DeckYard::whenEmpty(std::function<void()> empty)
@@ -23,9 +43,8 @@ void DeckYard::whenEmpty(std::function<void()> empty)
     }
 }
 
-void DeckYard::remove(Deck* deck, bool ended)
+void DeckYard::remove(Deck* deck)
 {
-    m_abandoned += ended ? 0 : 1;
     m_closing.erase(deck->shared_from_this());
     if (m_closing.empty() && m_empty)
     {

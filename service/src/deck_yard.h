@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <set>
+#include <vector>
 
 namespace tz::orvane::service
 {
@@ -25,7 +26,10 @@ public:
 
     int closing() const { return static_cast<int>(m_closing.size()); }
 
-    /// Pipelines and threads that were given up; a process that has some cannot end in order.
+    /// Decks that are closing, and those that were given up and hang still.
+    int leftovers();
+
+    /// Pipelines and threads that were given up, come back or not; a process that has some cannot end in order.
     int abandoned() const { return m_abandoned; }
 
     /// Calls back once, as soon as nothing is closing: now, perhaps.
@@ -34,10 +38,11 @@ public:
 private:
     static constexpr std::chrono::milliseconds kDeadline{5'000};
 
-    void remove(Deck* deck, bool ended);
+    void remove(Deck* deck);
 
     std::set<std::shared_ptr<Deck>> m_closing;
     int m_abandoned = 0;
+    std::vector<std::weak_ptr<void>> m_hanging; ///< gone when the thread has come back
     std::function<void()> m_empty;
 };
 

@@ -17,6 +17,9 @@ constexpr guint64 kEnoughBytes = 2u << 20;
 constexpr guint64 kEnoughTime = GST_SECOND;
 constexpr guint kNeedPercent = 50;
 
+/// What a buffer costs beside its data: tiny pieces must not pass the bound.
+constexpr std::size_t kBufferCost = 512;
+
 } // namespace
 
 /// What the streaming threads and the loop share.
@@ -43,6 +46,16 @@ struct Feed::Link
                     call(*alive);
                 }
             });
+    }
+
+    /// Hands the source to the call, unless what the loop knows of it is outdated.
+    template <class Call> void withSource(Call call)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (source != nullptr && seeks == 0)
+        {
+            call(source.get());
+        }
     }
 
     static Link& of(gpointer data) { return **static_cast<std::shared_ptr<Link>*>(data); }
@@ -110,7 +123,7 @@ void Feed::attach(GstElement* source)
 
 Feed::Taken Feed::push(std::size_t bytes, std::function<BufferPtr()> const& make)
 {
-    if (m_state == State::seeking || m_state == State::awaiting)
+    if (m_state == State::seeking || awaitsRestart())
     {
         return Taken::dropped;
     }
@@ -118,11 +131,13 @@ Feed::Taken Feed::push(std::size_t bytes, std::function<BufferPtr()> const& make
     {
         return Taken::ended;
     }
-    std::size_t const queued =
-        m_state == State::starting ? m_pendingBytes : gst_app_src_get_current_level_bytes(m_link->source.get());
-    if (queued + bytes > kFeedBytes)
+    if (queued() + bytes > kFeedBytes)
     {
-        if (m_format == Format::bytes)
+        if (m_format == Format::bytes && m_state == State::starting)
+        {
+            m_overflowed = true;
+        }
+        else if (m_format == Format::bytes)
         {
             m_state = State::awaiting;
             m_target = m_offset;
@@ -157,6 +172,7 @@ bool Feed::restart()
     {
         return false;
     }
+    m_overflowed = false;
     if (m_state == State::awaiting)
     {
         m_state = State::flowing;
@@ -170,7 +186,7 @@ void Feed::end()
     m_ended = true;
     if (m_state == State::flowing)
     {
-        gst_app_src_end_of_stream(m_link->source.get());
+        deliverEnd();
     }
 }
 
@@ -178,7 +194,9 @@ void Feed::onNeed()
 {
     if (m_state == State::starting)
     {
-        m_state = State::flowing;
+        m_state = m_overflowed ? State::awaiting : State::flowing;
+        m_target = m_offset;
+        m_overflowed = false;
         flush();
     }
     else if (m_state == State::seeking)
@@ -215,6 +233,7 @@ void Feed::onSeek(std::int64_t target)
     m_state = State::seeking;
     m_target = target;
     m_ended = false;
+    m_overflowed = false;
     m_pending.clear();
     m_pendingBytes = 0;
 }
@@ -228,17 +247,29 @@ void Feed::flush()
     m_pendingBytes = 0;
     if (m_ended)
     {
-        gst_app_src_end_of_stream(m_link->source.get());
+        deliverEnd();
     }
 }
 
 void Feed::deliver(BufferPtr buffer)
 {
-    std::lock_guard<std::mutex> lock(m_link->mutex);
-    if (m_link->seeks == 0)
+    m_link->withSource([&](GstAppSrc* source) { gst_app_src_push_buffer(source, buffer.release()); });
+}
+
+void Feed::deliverEnd()
+{
+    m_link->withSource([](GstAppSrc* source) { gst_app_src_end_of_stream(source); });
+}
+
+std::size_t Feed::queued() const
+{
+    if (m_state == State::starting)
     {
-        gst_app_src_push_buffer(m_link->source.get(), buffer.release());
+        return m_pendingBytes + m_pending.size() * kBufferCost;
     }
+    std::lock_guard<std::mutex> lock(m_link->mutex);
+    GstAppSrc* const source = m_link->source.get();
+    return gst_app_src_get_current_level_bytes(source) + gst_app_src_get_current_level_buffers(source) * kBufferCost;
 }
 
 } // namespace tz::orvane::service

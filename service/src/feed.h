@@ -27,7 +27,8 @@ struct FeedNews
     std::int64_t from; ///< with need: where to push from (bytes, or nanoseconds), -1 to go on
 };
 
-/// Bytes that one source keeps at most; the application was told to wait long before.
+/// Bytes that one source keeps at most, what each piece costs beside its data included; the application was told to
+/// wait long before.
 inline constexpr std::size_t kFeedBytes = 64u << 20;
 
 /// Feeds one appsrc. All members but attach belong to the loop's thread.
@@ -71,7 +72,7 @@ public:
     void end();
 
     /// @return whether data are dropped until restart
-    bool awaitsRestart() const { return m_state == State::awaiting; }
+    bool awaitsRestart() const { return m_state == State::awaiting || m_overflowed; }
 
     /// @return the byte that is expected next
     std::int64_t offset() const { return m_offset; }
@@ -94,12 +95,15 @@ private:
     void onSeek(std::int64_t target);
     void flush();
     void deliver(BufferPtr buffer);
+    void deliverEnd();
+    std::size_t queued() const;
 
     std::shared_ptr<Link> m_link;
     Format m_format;
     std::int64_t m_size;
     std::function<void(FeedNews)> m_news;
     State m_state = State::starting;
+    bool m_overflowed = false; ///< while starting: what follows is dropped until a restart
     bool m_toldNeed = false;
     bool m_ended = false;
     std::int64_t m_target = 0;

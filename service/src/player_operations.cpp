@@ -102,7 +102,7 @@ void Player::openMedium(Then then)
         fail({om::OM_ERROR_UNSUPPORTED_CODEC, "no such stream can be pushed", {}});
         return;
     }
-    if (m_host.yard.closing() + m_host.yard.abandoned() >= kMostLeftovers)
+    if (m_host.yard.leftovers() >= kMostLeftovers)
     {
         fail({om::OM_ERROR_LIMIT, "too many media are being closed", {}});
         return;

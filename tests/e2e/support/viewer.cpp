@@ -64,6 +64,11 @@ void Viewer::prepare(std::string const& uri, unsigned int flags, Options const& 
 bool Viewer::open(std::string const& uri, unsigned int flags, Options const& options)
 {
     prepare(uri, flags, options);
+    // What the medium before this one still reports comes in front of its opening.
+    if (!m_recorder.takeState(om::OM_STATE_READY, om::OM_ACT_OPENING))
+    {
+        return false;
+    }
     return m_recorder
         .take([](Note const& note) { return note.kind == Note::Kind::state && note.code >= om::OM_STATE_PAUSED; })
         .has_value();
