@@ -55,6 +55,7 @@ private:
     int introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& heldIds, int eventEnd, int sendRing,
                   int receiveRing);
     int send(FrameWriter& frame, Deadline const& deadline);
+    int sendPlanned(FrameWriter& frame, Deadline const& deadline);
     int sendOutOfLine(FrameWriter& frame, Deadline const& deadline);
     int placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadline);
     int transmit(FrameWriter& frame, Deadline const& deadline);

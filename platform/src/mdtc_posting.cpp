@@ -83,7 +83,7 @@ int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadli
         }
     }
     m_calls.giveLeadAway(call);
-    result = frame.outOfLineCount() == 0 ? transmit(frame, deadline) : sendOutOfLine(frame, deadline);
+    result = sendPlanned(frame, deadline);
     if (result >= 0)
     {
         m_calls.markSent(call);
@@ -150,10 +150,11 @@ int Connection::takeReply(Call& call, bool wait)
 int Connection::send(FrameWriter& frame, Deadline const& deadline)
 {
     int const result = frame.plan();
-    if (result != 0)
-    {
-        return result;
-    }
+    return result != 0 ? result : sendPlanned(frame, deadline);
+}
+
+int Connection::sendPlanned(FrameWriter& frame, Deadline const& deadline)
+{
     return frame.outOfLineCount() == 0 ? transmit(frame, deadline) : sendOutOfLine(frame, deadline);
 }
 
