@@ -2,10 +2,10 @@
 // The messages that a player takes.
 #include "player_commands.h"
 
+#include "extended_commands.h"
+
 #include <cerrno>
-#include <charconv>
 #include <cstring>
-#include <memory>
 
 namespace tz::orvane::service
 {
@@ -156,18 +156,7 @@ void getState(Player& player, Request& request)
 
 void getCurPosition(Player& player, Request& request)
 {
-    player.askPosition(
-        [&messenger = request.messenger(), connection = request.connection(), object = request.object(),
-         code = request.code(), call = request.postpone()](std::int64_t position)
-        {
-            mdt::MsgData answer;
-            Request::head(answer, connection, object, code);
-            answer.writeSInt64(position);
-            if (call.wantsReply())
-            {
-                messenger.reply(call, 0, answer);
-            }
-        });
+    player.askPosition([answer = request.postpone()](std::int64_t position) mutable { answer.reply(position); });
 }
 
 void getMediaInfo(Player& player, Request& request)
@@ -192,44 +181,7 @@ void getAudioTrackNo(Player& player, Request& request)
     selected < 0 ? request.reply(-ENODATA) : request.reply(static_cast<std::uint32_t>(selected));
 }
 
-int pushFrom(Player& player, protocol::PropertyView const& properties)
-{
-    std::string_view const text = properties.get(om::OM_KEY_OFFSET);
-    std::int64_t offset = -1;
-    auto const result = std::from_chars(text.data(), text.data() + text.size(), offset);
-    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
-    return whole ? player.pushFrom(offset) : -EINVAL;
-}
-
-void extendCommand(Player& player, Request& request)
-{
-    std::string const command = request.text(0);
-    std::string const group = request.bytes(1);
-    protocol::PropertyView const properties(group.data(), static_cast<int>(group.size()));
-    int result = -EOPNOTSUPP;
-    if (command == om::OM_COMMAND_PUSH_FROM)
-    {
-        result = pushFrom(player, properties);
-    }
-    else if (command == om::OM_COMMAND_END_OF_DATA)
-    {
-        result = player.endOfData();
-    }
-    if (result < 0)
-    {
-        request.reply(result);
-        return;
-    }
-    request.replyBytes(group.data(), static_cast<std::uint16_t>(group.size())); // the caller's group stays as it is
-}
-
-struct Row
-{
-    int code;
-    PlayerCommand command;
-};
-
-constexpr Row kRows[] = {
+constexpr PlayerCommandRow kRows[] = {
     {protocol::kCmdInitMediaPlayer, announce},
     {protocol::kCmdPrepare, prepare},
     {protocol::kCmdOpenEsMedia, openEsMedia},
@@ -264,14 +216,7 @@ constexpr Row kRows[] = {
 
 PlayerCommand findPlayerCommand(int code)
 {
-    for (Row const& row : kRows)
-    {
-        if (row.code == code)
-        {
-            return row.command;
-        }
-    }
-    return nullptr;
+    return findIn(kRows, code);
 }
 
 } // namespace tz::orvane::service

@@ -80,50 +80,59 @@ std::string_view Request::block(int index) const
                  : std::string_view();
 }
 
-void Request::head(mdt::MsgData& answer, int connection, unsigned int object, int code)
+Answer::Answer(mdt::MdtsMessenger& messenger, mdt::MsgData const& message, mdt::MdtsCall const& call)
+    : m_messenger(&messenger)
+    , m_call(call)
+    , m_connection(message.readPid())
+    , m_object(static_cast<unsigned int>(message.readUid()))
+    , m_code(message.readMsg())
 {
-    answer.writePid(connection);
-    answer.writeUid(static_cast<int>(object));
-    answer.writeMsg(code);
-    answer.writeType(protocol::kTypeQuery);
 }
 
-void Request::send(int status, mdt::MsgData const& answer)
+template <class Write> void Answer::send(int status, Write write)
 {
     if (wantsReply())
     {
-        m_messenger.reply(m_call, status, answer);
+        mdt::MsgData answer(m_connection, static_cast<int>(m_object), m_code, protocol::kTypeQuery);
+        write(answer);
+        m_messenger->reply(m_call, status, answer);
     }
     m_answered = true;
 }
 
-void Request::reply(int status)
+void Answer::reply(int status)
 {
-    mdt::MsgData answer;
-    head(answer, connection(), object(), code());
-    send(status, answer);
+    send(status, [](mdt::MsgData&) {});
 }
 
-void Request::reply(std::uint32_t value)
+void Answer::reply(std::uint32_t value)
 {
-    mdt::MsgData answer;
-    head(answer, connection(), object(), code());
-    answer.writeUInt32(value);
-    send(0, answer);
+    send(0, [value](mdt::MsgData& answer) { answer.writeUInt32(value); });
 }
 
-void Request::replyBytes(char const* data, std::uint16_t size)
+void Answer::reply(std::int64_t value)
 {
-    mdt::MsgData answer;
-    head(answer, connection(), object(), code());
-    answer.writeData(data, size);
-    send(0, answer);
+    send(0, [value](mdt::MsgData& answer) { answer.writeSInt64(value); });
 }
 
-mdt::MdtsCall Request::postpone()
+void Answer::reply(om::OmPropertyGroup const& group)
 {
+    char* data = nullptr;
+    int length = 0;
+    group.getData(&data, &length);
+    replyBytes(data, static_cast<std::uint16_t>(length));
+}
+
+void Answer::replyBytes(char const* data, std::uint16_t size)
+{
+    send(0, [data, size](mdt::MsgData& answer) { answer.writeData(data, size); });
+}
+
+Answer Answer::postpone()
+{
+    Answer const later = *this;
     m_answered = true;
-    return m_call;
+    return later;
 }
 
 bool fitArguments(mdt::MsgData const& message, protocol::Message const& row)
