@@ -14,7 +14,7 @@ packages_of() {
     demo) echo gstreamer1.0-tools ;;
     test)
         packages_of play
-        echo googletest libbenchmark-dev libgstrtspserver-1.0-dev ffmpeg
+        echo googletest libbenchmark-dev libgstrtspserver-1.0-dev ffmpeg libimage-exiftool-perl
         ;;
     arm) echo g++-arm-linux-gnueabihf qemu-user ;;
     fuzz) echo clang libclang-rt-14-dev ;;
