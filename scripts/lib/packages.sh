@@ -27,7 +27,8 @@ packages_of() {
 }
 
 is_installed() {
-    [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+    # One line for each architecture that it is known of.
+    dpkg-query -W -f '${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
 }
 
 # Runs apt-get as root, without ever asking a question that nobody can answer.
