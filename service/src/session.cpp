@@ -72,10 +72,7 @@ Session::Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerId
 
 Session::~Session()
 {
-    while (!m_players.empty())
-    {
-        destroy(m_players.begin()->first);
-    }
+    destroyPlayers();
 }
 
 void Session::handle(mdt::MsgData& message, mdt::MdtsCall const& call)
@@ -231,10 +228,7 @@ void Session::destroyPlayer(Request& request)
 
 void Session::destroyPlayerAll(Request&)
 {
-    while (!m_players.empty())
-    {
-        destroy(m_players.begin()->first);
-    }
+    destroyPlayers();
 }
 
 void Session::stopPlayerAll(Request&)
@@ -250,6 +244,14 @@ void Session::stopPlayerAll(Request&)
 
 /// There is nothing to destroy.
 void Session::accept(Request&) {}
+
+void Session::destroyPlayers()
+{
+    while (!m_players.empty())
+    {
+        destroy(m_players.begin()->first);
+    }
+}
 
 /// Of two messages that destroy a player the second finds none.
 void Session::destroy(unsigned int plid)

@@ -53,6 +53,7 @@ private:
     void destroyPlayerAll(Request& request);
     void stopPlayerAll(Request& request);
     void accept(Request& request);
+    void destroyPlayers();
     void destroy(unsigned int plid);
 
     PlayerHost m_host;
