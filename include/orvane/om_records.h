@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records that cross the protocol as raw images: sizes, order and offsets of their fields are binding.
+// Text ends in a NUL unless it fills its field. 64-bit numbers are aligned to 8 bytes on every target.
 #pragma once
 
 #include <cstddef>
@@ -168,6 +169,68 @@ struct om_media_info_t
     om_tag_info_t tag;
 };
 
+/// The parts of a media URI, NUL-terminated.
+struct alignas(4) om_uri_info_t
+{
+    char orign_uri[2048];
+    char pure_uri[2048]; ///< without the known parameters
+    char file_name[64];
+    char header[64]; ///< scheme and slashes
+};
+
+/// How a medium is shown and heard.
+struct om_setting_info_t
+{
+    om_display_rect_t disp_rect;
+    int32_t disp_rotate; ///< om_display_rotate_e
+    int32_t zoom_mode;   ///< om_zoom_mode_e
+    int32_t zoom_ratio;  ///< om_zoom_ratio_e
+    int32_t play_speed;  ///< om_play_speed_e
+    int32_t volume;
+};
+
+/// A request to play a medium, and how far it has come.
+struct om_request_info_t
+{
+    int32_t req_id;                  ///< offset 0
+    om_uri_info_t uri;               ///< offset 4: the medium
+    int32_t stage;                   ///< offset 4228: how far the request has come
+    int32_t result;                  ///< offset 4232: what became of it, 0 while nothing went wrong
+    int32_t err_detail;              ///< offset 4236: the service's reason for `result`
+    char reserved[4];                ///< offset 4240
+    om_uri_info_t subtitle_uri;      ///< offset 4244: subtitles from elsewhere
+    int32_t app_type;                ///< offset 8468: kind of the asking application
+    int32_t auto_start;              ///< offset 8472: 1 plays as soon as the medium is open
+    int32_t play_scene;              ///< offset 8476: what it is played for
+    int32_t video_play_mode;         ///< offset 8480
+    om_display_rect_t disp_rect;     ///< offset 8484
+    alignas(8) int64_t start_pos;    ///< offset 8504: milliseconds
+    alignas(8) int64_t end_pos;      ///< offset 8512: milliseconds, -1 for the end of the medium
+    int32_t bg_music;                ///< offset 8520: how music goes on behind other applications
+    int32_t m_smallWindowMode;       ///< offset 8524: 1 plays in a small window
+    alignas(8) int64_t request_time; ///< offset 8528: milliseconds since 1970
+};
+
+/// All that is known of a medium that is being played.
+struct om_contents_info_t
+{
+    om_request_info_t request;       ///< offset 0
+    om_media_info_t media;           ///< offset 8536
+    om_container_info_t container;   ///< offset 9520
+    char reserved[260];              ///< offset 28436
+    om_setting_info_t setting;       ///< offset 28696
+    alignas(8) int64_t curr_pos;     ///< offset 28736: milliseconds
+    alignas(8) int64_t buffered_pos; ///< offset 28744: milliseconds up to which the data have come
+};
+
+/// A subtitle track to choose.
+struct om_subtiltile_info_t
+{
+    int32_t index;  ///< offset 0: number of the track, -1 when none is chosen
+    char name[256]; ///< offset 4
+    int32_t type;   ///< offset 260: 0 from the medium itself, 1 from a file of its own
+};
+
 /// Look of subtitles; -1 leaves the service's default.
 struct om_subtiltile_style_t
 {
@@ -182,6 +245,94 @@ struct om_subtiltile_style_t
     int32_t subtitle_charset;
 };
 
+/// Where subtitles stand.
+struct om_subtiltile_layout_t
+{
+    int32_t horizontal;   ///< offset 0: 0 left, 1 middle, 2 right
+    int32_t vertical;     ///< offset 4: 0 top, 1 bottom
+    int32_t line_spacing; ///< offset 8: pixels, -1 leaves the service's default
+};
+
+/// A request for one picture of a medium.
+struct om_thumbnail_request_info_t
+{
+    char path[2048];                   ///< offset 0: path or URI that the picture goes to
+    int32_t time_mode;                 ///< offset 2048: om_location_mode_e, the unit of `target_pos`
+    alignas(8) int64_t target_pos;     ///< offset 2056: -1 leaves the choice to the service
+    om_resolution_t target_resolution; ///< offset 2064: -1 keeps the medium's size
+    int32_t color_space;               ///< offset 2072
+    int32_t format;                    ///< offset 2076: file format of the picture
+    int32_t flags;                     ///< offset 2080: as requestPreviewInfo takes them
+};
+
+/// The picture that was made.
+struct om_thumbnail_data_info_t
+{
+    char path[2048];            ///< offset 0: path or URI that it went to
+    alignas(8) int64_t pos;     ///< offset 2048: its position in milliseconds, -1 when not known
+    om_resolution_t resolution; ///< offset 2056
+    int32_t color_space;        ///< offset 2064
+    int32_t format;             ///< offset 2068: its file format
+};
+
+/// A request for a preview of a medium.
+struct om_preview_request_info_t
+{
+    int32_t req_id;                        ///< offset 0
+    int32_t media_type;                    ///< offset 4: om_media_type_e of om_service.h
+    int32_t reserved;                      ///< offset 8
+    om_uri_info_t uri;                     ///< offset 12: the medium
+    int32_t scale;                         ///< offset 4236: how the picture is fitted into its size
+    om_thumbnail_request_info_t thumbnail; ///< offset 4240
+    int32_t stage;                         ///< offset 6328: how far the request has come
+    char app_name[28];                     ///< offset 6332: who asks
+};
+
+/// What a preview tells of a medium.
+struct om_preview_constents_info_t
+{
+    om_preview_request_info_t request;  ///< offset 0: what was asked for
+    om_thumbnail_data_info_t thumbnail; ///< offset 6360
+    alignas(8) int64_t duration;        ///< offset 8432: milliseconds, -1 when not known
+    alignas(8) uint64_t file_size;      ///< offset 8440: bytes
+    om_date_t create_time;              ///< offset 8448
+    om_resolution_t resolution;         ///< offset 8476
+    char artist[256];                   ///< offset 8484
+    char album[256];                    ///< offset 8740
+};
+
+/// Why something failed.
+struct om_error_detail_t
+{
+    int32_t err_code; ///< OM_ERROR_... of om_service.h
+    char err_str[256];
+};
+
+/// How opening a medium ended.
+struct om_open_detail_t
+{
+    om_error_detail_t error;       ///< offset 0
+    om_media_info_t media;         ///< offset 264
+    om_container_info_t container; ///< offset 1248
+};
+
+/// How a seek ended; positions in milliseconds.
+struct om_seek_detail_t
+{
+    om_error_detail_t error;       ///< offset 0
+    alignas(8) int64_t start_pos;  ///< offset 264: where it began
+    alignas(8) int64_t target_pos; ///< offset 272: where it was to go
+    alignas(8) int64_t result_pos; ///< offset 280: where it ended
+};
+
+/// A change of state.
+struct om_state_detail_t
+{
+    int32_t old_state; ///< offset 0: om_state_e
+    int32_t new_state; ///< offset 4: om_state_e
+    int32_t act_flags; ///< offset 8: OM_ACT_... of om_service.h
+};
+
 /// A track that was switched to.
 struct alignas(8) om_track_detail_t
 {
@@ -190,32 +341,37 @@ struct alignas(8) om_track_detail_t
     int32_t track_no;   ///< offset 476: its number in the list of its kind
 };
 
-/// One 8-byte pair of an EXIF record: a ratio.
-struct om_exif_rational_t
+/// A picture in memory. It holds an address: it has its 284 bytes where addresses have 4, and never crosses the
+/// process border.
+struct om_thumbnail_detail_t
 {
-    int32_t num;
-    int32_t den;
+    om_error_detail_t error;    ///< offset 0
+    int32_t color_space;        ///< offset 260
+    int32_t format;             ///< offset 264
+    om_resolution_t resolution; ///< offset 268: -1 when not known
+    char* data;                 ///< offset 276: a block that the caller owns
+    int32_t size;               ///< offset 280: bytes in it
 };
 
 /// Where a photo was taken.
 struct om_gps_info_t
 {
-    om_exif_rational_t latitude[3];  ///< offset 0: degrees, minutes, seconds
-    om_exif_rational_t longitude[3]; ///< offset 24: degrees, minutes, seconds
-    om_exif_rational_t altitude;     ///< offset 48: metres
-    char latitude_ref[2];            ///< offset 56: "N" or "S"
-    char longitude_ref[2];           ///< offset 58: "E" or "W"
-    int32_t altitude_ref;            ///< offset 60: 0 above, 1 below sea level
+    om_rational_t latitude[3];  ///< offset 0: degrees, minutes, seconds
+    om_rational_t longitude[3]; ///< offset 24: degrees, minutes, seconds
+    om_rational_t altitude;     ///< offset 48: metres
+    char latitude_ref[2];       ///< offset 56: "N" or "S"
+    char longitude_ref[2];      ///< offset 58: "E" or "W"
+    int32_t altitude_ref;       ///< offset 60: 0 above, 1 below sea level
 };
 
 /// What a photo's EXIF data tell.
 struct om_exif_info_t
 {
-    int32_t rotation;                 ///< degrees clockwise
-    int32_t mirror;                   ///< 1 when the picture is mirrored
-    om_exif_rational_t exposure_time; ///< offset 8: seconds
-    om_exif_rational_t f_number;      ///< offset 16
-    om_exif_rational_t focal_length;  ///< offset 24: millimetres
+    int32_t rotation;            ///< degrees clockwise
+    int32_t mirror;              ///< 1 when the picture is mirrored
+    om_rational_t exposure_time; ///< offset 8: seconds
+    om_rational_t f_number;      ///< offset 16
+    om_rational_t focal_length;  ///< offset 24: millimetres
     char camera_model[64];
     char camera_maker[64]; ///< offset 96
     int32_t color_space;
@@ -224,55 +380,40 @@ struct om_exif_info_t
     int32_t iso;
 };
 
-/// The parts of a media URI, NUL-terminated.
-struct alignas(4) om_uri_info_t
+/// What a player holds of one kind of resource.
+struct om_resrc_entry_t
 {
-    char orign_uri[2048];
-    char pure_uri[2048]; ///< without the known parameters
-    char file_name[64];
-    char header[64]; ///< scheme and slashes
+    int32_t type;
+    int32_t limit_num; ///< how many it may hold
+    int32_t req_num;   ///< how many it asked for
+    int32_t curr_num;  ///< how many it has
 };
 
-// A record that changes its layout no longer reads what the service writes.
-static_assert(sizeof(om_rational_t) == 8 && alignof(om_rational_t) == 4);
-static_assert(sizeof(om_resolution_t) == 8 && alignof(om_resolution_t) == 4);
-static_assert(sizeof(om_display_rect_t) == 20 && alignof(om_display_rect_t) == 4);
-static_assert(sizeof(om_chapter_info_t) == 288 && alignof(om_chapter_info_t) == 8);
-static_assert(offsetof(om_chapter_info_t, name) == 16 && offsetof(om_chapter_info_t, lang) == 272);
-static_assert(sizeof(om_time_t) == 12 && alignof(om_time_t) == 4);
-static_assert(sizeof(om_date_t) == 28 && alignof(om_date_t) == 4 && offsetof(om_date_t, time) == 16);
-static_assert(sizeof(om_stream_info_t) == 472 && alignof(om_stream_info_t) == 4);
-static_assert(offsetof(om_stream_info_t, mime_type) == 8 && offsetof(om_stream_info_t, reserved) == 40);
-static_assert(offsetof(om_stream_info_t, detail) == 108 && offsetof(om_stream_info_t, video.fps) == 116);
-static_assert(offsetof(om_stream_info_t, audio.codec) == 124 && offsetof(om_stream_info_t, audio.audio_format) == 136);
-static_assert(offsetof(om_stream_info_t, subtitle.lang) == 172 &&
-              offsetof(om_stream_info_t, subtitle.drawtype) == 188 &&
-              offsetof(om_stream_info_t, subtitle.embtype) == 192);
-static_assert(sizeof(om_stream_info_group_t) == 11340 && offsetof(om_stream_info_group_t, streams) == 4);
-static_assert(offsetof(om_stream_info_group_t, reserved) == 11332);
-static_assert(sizeof(om_container_info_t) == 18916 && alignof(om_container_info_t) == 4);
-static_assert(offsetof(om_container_info_t, video_count) == 944 &&
-              offsetof(om_container_info_t, audios_detail) == 956 &&
-              offsetof(om_container_info_t, audio_count) == 9452);
-static_assert(offsetof(om_container_info_t, subtitle_detail) == 9464 &&
-              offsetof(om_container_info_t, text_count) == 18904 && offsetof(om_container_info_t, text_muted) == 18912);
-static_assert(sizeof(om_tag_info_t) == 800 && alignof(om_tag_info_t) == 4 && offsetof(om_tag_info_t, year) == 768);
-static_assert(sizeof(om_media_info_t) == 984 && alignof(om_media_info_t) == 8);
-static_assert(offsetof(om_media_info_t, file_size) == 8 && offsetof(om_media_info_t, mime_type) == 24 &&
-              offsetof(om_media_info_t, resolution) == 88 && offsetof(om_media_info_t, frame_rate) == 96);
-static_assert(offsetof(om_media_info_t, audio_codec) == 112 && offsetof(om_media_info_t, disp_rotation) == 132 &&
-              offsetof(om_media_info_t, par) == 136 && offsetof(om_media_info_t, create_date) == 152);
-static_assert(offsetof(om_media_info_t, cap_flags) == 180 && offsetof(om_media_info_t, tag) == 184);
-static_assert(sizeof(om_subtiltile_style_t) == 36 && offsetof(om_subtiltile_style_t, subtitle_color) == 20);
-static_assert(sizeof(om_track_detail_t) == 480 && alignof(om_track_detail_t) == 8);
-static_assert(offsetof(om_track_detail_t, track_type) == 472);
-static_assert(sizeof(om_gps_info_t) == 64 && alignof(om_gps_info_t) == 4);
-static_assert(sizeof(om_exif_info_t) == 260 && alignof(om_exif_info_t) == 4);
-static_assert(offsetof(om_exif_info_t, camera_model) == 32 && offsetof(om_exif_info_t, color_space) == 160 &&
-              offsetof(om_exif_info_t, date_taken) == 164 && offsetof(om_exif_info_t, gps) == 192 &&
-              offsetof(om_exif_info_t, iso) == 256);
-static_assert(sizeof(om_uri_info_t) == 4224 && alignof(om_uri_info_t) == 4);
-static_assert(offsetof(om_uri_info_t, pure_uri) == 2048 && offsetof(om_uri_info_t, file_name) == 4096 &&
-              offsetof(om_uri_info_t, header) == 4160);
+/// The resources of a player.
+struct om_resrc_info_t
+{
+    static constexpr int kCapacity = 3;
+
+    int32_t enable;                        ///< offset 0: 1 when resources are managed for this player
+    uint32_t appId;                        ///< offset 4
+    uint32_t cnid;                         ///< offset 8
+    uint32_t plid;                         ///< offset 12
+    uint32_t msgId;                        ///< offset 16: message that the resources were last asked for with
+    int32_t priority;                      ///< offset 20
+    int32_t state;                         ///< offset 24
+    int32_t count;                         ///< offset 28: entries in use
+    om_resrc_entry_t resources[kCapacity]; ///< offset 32
+    char reserved[8];                      ///< offset 80
+};
+
+/// How many of one kind of resource the players of each priority may hold.
+struct om_resrc_cfg_info_t
+{
+    static constexpr int kCapacity = 3;
+
+    int32_t type;           ///< offset 0
+    int32_t count;          ///< offset 4: entries in use
+    int32_t num[kCapacity]; ///< offset 8: highest priority first
+};
 
 } // namespace tz::orvane::om

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Helpers for the records: initial values, copies, rectangles from text, printable bytes.
+// Helpers for text: bounded copy, rectangles from text, printable bytes.
 #include "orvane/om_type_util.h"
 
 #include "support/log_capture.h"
@@ -7,8 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -28,34 +26,7 @@ std::tuple<int, int, int, int, int> fields(om_display_rect_t const& rect)
     return {rect.px, rect.py, rect.width, rect.height, rect.zoom};
 }
 
-TEST(OmTypeUtilReset, uriRecordIsZero)
-{
-    om_uri_info_t info;
-    std::memset(&info, 0x55, sizeof info);
-    LogCapture const log;
-    OmTypeUtil::reset(info);
-    om_uri_info_t const zero{};
-    EXPECT_EQ(std::memcmp(&info, &zero, sizeof info), 0);
-    EXPECT_THAT(log.textsOf("OmTypeUtil::reset"), ElementsAre("Called!"));
-    EXPECT_EQ(log.lines()[0].place, "om_type_util: OmTypeUtil::reset");
-    EXPECT_EQ(log.lines()[0].level, DebugLevel::debug);
-}
-
-TEST(OmTypeUtilCopy, uriRecordIsCopiedInFullLength)
-{
-    om_uri_info_t from;
-    for (std::size_t i = 0; i < sizeof from; ++i)
-    {
-        reinterpret_cast<unsigned char*>(&from)[i] = static_cast<unsigned char>(i * 7 + i / 256);
-    }
-    om_uri_info_t to{};
-    LogCapture const log;
-    OmTypeUtil::copy(from, to);
-    EXPECT_EQ(std::memcmp(&from, &to, sizeof from), 0);
-    EXPECT_THAT(log.textsOf("OmTypeUtil::copy"), ElementsAre("Called!"));
-}
-
-TEST(OmTypeUtilCopy, textIsCutToTheSmallerSizeWithoutNul)
+TEST(BoundedCopy, textIsCutToTheSmallerSizeWithoutNul)
 {
     char to[8] = "zzzzzzz";
     EXPECT_EQ(OmTypeUtil::copy("abcdefghij", 10, to, 4), 0);
@@ -66,7 +37,7 @@ TEST(OmTypeUtilCopy, textIsCutToTheSmallerSizeWithoutNul)
     EXPECT_STREQ(to, "AB");
 }
 
-TEST(OmTypeUtilCopy, sizesBelowOneAreRefused)
+TEST(BoundedCopy, sizesBelowOneAreRefused)
 {
     char to[8] = "zzzzzzz";
     LogCapture const log;
@@ -81,7 +52,7 @@ TEST(OmTypeUtilCopy, sizesBelowOneAreRefused)
     EXPECT_EQ(log.texts()[3], "Invalid! fsize=4, tsize=-1.");
 }
 
-TEST(OmTypeUtilCopy, bothSidesAreTold)
+TEST(BoundedCopy, bothSidesAreTold)
 {
     char to[4] = "zz";
     LogCapture const log;
@@ -90,7 +61,7 @@ TEST(OmTypeUtilCopy, bothSidesAreTold)
                                                              "from=ab, fsize=3, to=ab, tsize=4, min_size=3"));
 }
 
-TEST(OmTypeUtilCopy, textWithoutNulIsToldWithABound)
+TEST(BoundedCopy, textWithoutNulIsToldWithABound)
 {
     // Blocks of exactly this size, so that a reader that goes on is caught by the sanitizer.
     std::unique_ptr<char[]> const from(new char[3]{'a', 'b', 'c'});

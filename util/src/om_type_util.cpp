@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Helpers for the records: initial values, copies, and text to and from them.
+// Helpers for text: bounded copy, rectangles from text, printable bytes.
 #include "orvane/om_type_util.h"
 
-#include "orvane/platform/om_debug.h"
+#include "om_type_util_log.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace tz::orvane::om
 {
@@ -14,33 +13,12 @@ namespace tz::orvane::om
 namespace
 {
 
-constexpr char kLogFile[] = "om_type_util";
-constexpr char kLogClass[] = "OmTypeUtil";
-
 constexpr int kFailed = -1;
 constexpr int kBadArgument = -2;
 
 constexpr char kWhiteSpace[] = " \t\n\v\f\r";
 
-/// A text field need not end in a NUL. @return how many of its characters may be put out
-int shownLength(char const* text, int size)
-{
-    return size > 0 ? static_cast<int>(strnlen(text, static_cast<std::size_t>(size))) : 0;
-}
-
 } // namespace
-
-void OmTypeUtil::reset(om_uri_info_t& record)
-{
-    ORVANE_LOG_DEBUG("Called!");
-    record = {};
-}
-
-void OmTypeUtil::copy(om_uri_info_t const& from, om_uri_info_t& to)
-{
-    ORVANE_LOG_DEBUG("Called!");
-    to = from;
-}
 
 int OmTypeUtil::copy(char const* from, int fsize, char* to, int tsize)
 {
@@ -71,10 +49,7 @@ int OmTypeUtil::convert(OmString const& from, om_display_rect_t& rect)
         ORVANE_LOG_ERROR("string[%s] format output fail.", from.c_str());
         return kFailed;
     }
-    ORVANE_LOG_DEBUG(" |- px=%d", rect.px);
-    ORVANE_LOG_DEBUG(" |- py=%d", rect.py);
-    ORVANE_LOG_DEBUG(" |- width=%d", rect.width);
-    ORVANE_LOG_DEBUG(" |- height=%d", rect.height);
+    logEdges(FieldLog(ORVANE_LOG_SITE), rect);
     return 0;
 }
 
