@@ -17,7 +17,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     explicit Deadline(int milliseconds)
-        : m_at(Clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0)))
+        : m_at(coarseNow() + (milliseconds > 0 ? kCoarseTick + std::chrono::milliseconds(milliseconds) : kNoTime))
     {
     }
 
@@ -43,6 +43,17 @@ public:
     }
 
 private:
+    // Every post begins with a deadline and few ever wait for it: this clock costs a fraction of the other and lags
+    // behind it by a tick at most.
+    static constexpr std::chrono::milliseconds kCoarseTick{10};
+    static constexpr std::chrono::milliseconds kNoTime{0};
+    static Clock::time_point coarseNow()
+    {
+        timespec time{};
+        ::clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+        return Clock::time_point(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
+    }
+
     Clock::time_point m_at;
 };
 

@@ -21,6 +21,7 @@ enum class FrameKind : std::uint16_t
     query = 4,
     reply = 5,
     event = 6,
+    descriptorsFollow = 7, ///< from now on frames of a command socket may bring descriptors; once for each direction
 };
 
 struct FrameHeader
@@ -67,9 +68,11 @@ inline constexpr int kMaxReferences = 4;  ///< blocks of a message that are not 
 inline constexpr int kMaxOutOfLine = 8;   ///< arguments of a frame that travel outside of it
 inline constexpr int kMaxDescriptors = 8; ///< of a frame
 
+inline constexpr std::size_t kAlignment = 8; ///< of everything in a frame
+
 constexpr std::size_t padded(std::size_t bytes)
 {
-    return (bytes + 7) & ~static_cast<std::size_t>(7);
+    return (bytes + kAlignment - 1) & ~(kAlignment - 1);
 }
 
 } // namespace tz::orvane::mdt

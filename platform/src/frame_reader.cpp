@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <poll.h>
 #include <sys/socket.h>
 #include <utility>
 
@@ -26,7 +27,8 @@ bool isArgKind(std::uint8_t kind)
 
 bool isFrameKind(std::uint16_t kind)
 {
-    return kind >= static_cast<std::uint16_t>(FrameKind::hello) && kind <= static_cast<std::uint16_t>(FrameKind::event);
+    return kind >= static_cast<std::uint16_t>(FrameKind::hello) &&
+           kind <= static_cast<std::uint16_t>(FrameKind::descriptorsFollow);
 }
 
 void takeDescriptors(msghdr& message, std::vector<platform::UniqueFd>& descriptors)
@@ -47,9 +49,16 @@ void takeDescriptors(msghdr& message, std::vector<platform::UniqueFd>& descripto
     }
 }
 
+// Nothing was received: is it the end, or an empty frame?
+bool hasEnded(int socket)
+{
+    pollfd end{socket, POLLRDHUP, 0};
+    return ::poll(&end, 1, 0) != 0;
+}
+
 } // namespace
 
-char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_t descriptors)
+char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_t descriptors, bool* whole)
 {
     FrameHeader header;
     if (bytes < sizeof header)
@@ -83,6 +92,7 @@ char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_
     }
     std::size_t offset = sizeof header;
     std::size_t values = 0;
+    bool allInside = true;
     for (std::uint32_t i = 0; i < header.argCount; ++i)
     {
         ArgHeader argument;
@@ -107,11 +117,19 @@ char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_
         {
             return "argument outside of the frame";
         }
-        if (argument.storage != Storage::inlined && argument.length == 0)
+        if (argument.storage != Storage::inlined)
         {
-            return "empty argument outside of the frame";
+            allInside = false;
+            if (argument.length == 0)
+            {
+                return "empty argument outside of the frame";
+            }
         }
         offset += stored;
+    }
+    if (whole != nullptr)
+    {
+        *whole = allInside;
     }
     return offset == bytes ? nullptr : "bytes behind the last argument";
 }
@@ -130,7 +148,40 @@ bool FrameReader::fail(char const* reason)
 
 ssize_t FrameReader::receive(int socket, bool wait)
 {
-    m_descriptors.clear();
+    int const flags = wait ? 0 : MSG_DONTWAIT;
+    ssize_t received = 0;
+    do
+    {
+        m_descriptors.clear();
+        m_reason = "receiving failed";
+        received = m_descriptorsMayCome ? receiveWithDescriptors(socket, flags)
+                                        : receiveBytes(socket, m_buffer.get(), kMaxFrameBytes, flags);
+        // A peer that closed with unread data of ours is reported once, in front of what it still had sent.
+    } while (received == -ECONNRESET || (received == -EINTR && !wait));
+    if (received < 0 || (received == 0 && hasEnded(socket)))
+    {
+        return received;
+    }
+    auto const bytes = static_cast<std::size_t>(received);
+    char const* const fault = bytes > kMaxFrameBytes
+                                  ? "longer than a frame may be"
+                                  : checkFrame(m_buffer.get(), bytes, m_descriptors.size(), &m_whole);
+    m_reason = fault != nullptr ? fault : "not a frame that belongs here";
+    if (fault != nullptr)
+    {
+        return -EPROTO;
+    }
+    // Whoever announces time and again does not belong here.
+    if (kind() == FrameKind::descriptorsFollow && !m_descriptorsMayCome)
+    {
+        m_descriptorsMayCome = true;
+        return -EAGAIN;
+    }
+    return received;
+}
+
+ssize_t FrameReader::receiveWithDescriptors(int socket, int flags)
+{
     iovec part{m_buffer.get(), kMaxFrameBytes};
     alignas(cmsghdr) unsigned char control[kControlBytes];
     msghdr message{};
@@ -138,33 +189,18 @@ ssize_t FrameReader::receive(int socket, bool wait)
     message.msg_iovlen = 1;
     message.msg_control = control;
     message.msg_controllen = sizeof control;
-    ssize_t received = 0;
-    do
-    {
-        received = receiveParts(socket, message, wait ? 0 : MSG_DONTWAIT);
-        // A peer that closed with unread data of ours is reported once, in front of what it still had sent.
-    } while (received == -ECONNRESET || (received == -EINTR && !wait));
-    m_reason = "receiving failed";
-    if (received <= 0)
+    ssize_t const received = receiveParts(socket, message, flags);
+    if (received < 0)
     {
         return received;
     }
     takeDescriptors(message, m_descriptors);
-    char const* fault = nullptr;
     if ((message.msg_flags & MSG_CTRUNC) != 0)
     {
-        fault = "descriptors were lost";
+        m_reason = "descriptors were lost";
+        return -EPROTO;
     }
-    else if ((message.msg_flags & MSG_TRUNC) != 0)
-    {
-        fault = "longer than a frame may be";
-    }
-    else
-    {
-        fault = checkFrame(m_buffer.get(), static_cast<std::size_t>(received), m_descriptors.size());
-    }
-    m_reason = fault != nullptr ? fault : "not a frame that belongs here";
-    return fault == nullptr ? received : -EPROTO;
+    return received;
 }
 
 platform::UniqueFd FrameReader::takeDescriptor(std::size_t index)
@@ -204,7 +240,7 @@ unsigned char* FrameReader::locate(detail::MsgArgument const& argument, SharedRi
     return m_mappings.back().data();
 }
 
-bool FrameReader::resolve(SharedRing* ring)
+bool FrameReader::locateValues(SharedRing* ring)
 {
     std::size_t const size = header().size - sizeof(FrameHeader);
     for (std::size_t offset = 0; offset < size;)
@@ -235,10 +271,13 @@ bool FrameReader::resolve(SharedRing* ring)
 
 void FrameReader::fill(MsgData& msg, bool own)
 {
-    detail::MsgAccess::assign(msg, header(), arguments(), header().size - sizeof(FrameHeader), own);
+    using Ownership = detail::MsgAccess::Ownership;
+    Ownership const copied = m_whole ? Ownership::copiedAsOne : Ownership::copied;
+    detail::MsgAccess::assign(msg, header(), arguments(), header().size - sizeof(FrameHeader),
+                              own ? copied : Ownership::borrowed);
 }
 
-void FrameReader::finish(SharedRing* ring)
+void FrameReader::release(SharedRing* ring)
 {
     if (m_ringUsed)
     {

@@ -16,8 +16,9 @@ namespace tz::orvane::mdt
 {
 
 /// Checks header and arguments of a frame without looking outside of it.
+/// @param[out] whole when it is well-formed: whether all of its values are in it
 /// @return null when it is well-formed, else what is wrong with it
-char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_t descriptors);
+char const* checkFrame(unsigned char const* frame, std::size_t bytes, std::size_t descriptors, bool* whole = nullptr);
 
 /// The receiving side of one socket: a buffer, the frame in it and what came with it. One thread at a time.
 class FrameReader
@@ -27,9 +28,13 @@ public:
 
     /// Receives one frame.
     /// @param wait as long as the socket's own receive timeout says, or until a signal; otherwise never
-    /// @return bytes; 0 at the end of the connection; -EAGAIN when there is nothing; -EPROTO for a malformed frame,
-    /// whose fault `reason` then names; another negative errno value
+    /// @return bytes; 0 at the end of the connection; -EAGAIN when there is nothing for the caller; -EPROTO for a
+    /// malformed frame, whose fault `reason` then names; another negative errno value
     ssize_t receive(int socket, bool wait = false);
+
+    /// From now on frames bring no descriptors before one announces them: receiving costs less then, and the kernel
+    /// closes those that come all the same.
+    void awaitAnnouncement() { m_descriptorsMayCome = false; }
 
     char const* reason() const { return m_reason; }
     FrameHeader const& header() const
@@ -46,25 +51,36 @@ public:
     /// out of it, because it will be parsed.
     /// @param ring of this direction, null when it has none
     /// @return false when a place is not where the sender may write; `reason` then says so
-    bool resolve(SharedRing* ring);
+    bool resolve(SharedRing* ring) { return m_whole || locateValues(ring); }
 
     /// Fills a message from the frame; see MsgAccess::assign.
     void fill(MsgData& msg, bool own);
 
     /// Gives up what the frame occupied: ring, mappings, copies. The message filled from it must not be read any more
     /// unless it owns its bytes.
-    void finish(SharedRing* ring);
+    void finish(SharedRing* ring)
+    {
+        if (!m_whole || !m_descriptors.empty())
+        {
+            release(ring);
+        }
+    }
 
 private:
     unsigned char* arguments() const { return m_buffer.get() + sizeof(FrameHeader); }
+    bool locateValues(SharedRing* ring);
+    void release(SharedRing* ring);
     unsigned char* locate(detail::MsgArgument const& argument, SharedRing* ring);
     bool fail(char const* reason);
+    ssize_t receiveWithDescriptors(int socket, int flags);
 
     std::unique_ptr<unsigned char[]> m_buffer;
     std::vector<platform::UniqueFd> m_descriptors;
     std::vector<Mapping> m_mappings;
     std::vector<std::unique_ptr<unsigned char[]>> m_copies;
+    bool m_descriptorsMayCome = true;
     char const* m_reason = "";
+    bool m_whole = true; ///< nothing of the frame is elsewhere
     bool m_ringUsed = false;
     std::uint32_t m_ringPosition = 0;
     std::uint32_t m_ringLength = 0;

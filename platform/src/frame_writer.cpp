@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Turns a message into one sendmsg, without copying its arguments.
+// Turns a message into one frame, sent at once and without copying its arguments.
 #include "frame_writer.h"
 
 #include "shared_ring.h"
@@ -23,15 +23,16 @@ constexpr unsigned char kPadding[8] = {};
 
 FrameWriter::FrameWriter(FrameKind kind, MsgData const& msg)
     : m_msg(msg)
+    , m_header(new (detail::MsgAccess::headerRoom(msg)) FrameHeader{})
 {
-    m_header.magic = kFrameMagic;
-    m_header.version = kFrameVersion;
-    m_header.kind = static_cast<std::uint16_t>(kind);
-    m_header.argCount = static_cast<std::uint32_t>(msg.argCount());
-    m_header.pid = msg.readPid();
-    m_header.uid = msg.readUid();
-    m_header.msg = msg.readMsg();
-    m_header.type = msg.readType();
+    m_header->magic = kFrameMagic;
+    m_header->version = kFrameVersion;
+    m_header->kind = static_cast<std::uint16_t>(kind);
+    m_header->argCount = static_cast<std::uint32_t>(msg.argCount());
+    m_header->pid = msg.readPid();
+    m_header->uid = msg.readUid();
+    m_header->msg = msg.readMsg();
+    m_header->type = msg.readType();
 }
 
 int FrameWriter::plan()
@@ -40,60 +41,67 @@ int FrameWriter::plan()
     {
         return -EINVAL; // its bytes are a receiver's, which still needs them
     }
-    std::size_t const size = detail::MsgAccess::size(m_msg);
-    std::size_t total = sizeof(FrameHeader) + size;
+    std::size_t const total = sizeof(FrameHeader) + detail::MsgAccess::size(m_msg);
     if (detail::MsgAccess::referenceCount(m_msg) > 0 || total > kMaxFrameBytes)
     {
-        detail::MsgArgument arguments[kMaxArguments];
-        bool outside[kMaxArguments] = {};
-        int count = 0;
-        auto* const bytes = const_cast<unsigned char*>(detail::MsgAccess::bytes(m_msg)); // only read
-        total = sizeof(FrameHeader);
-        for (std::size_t offset = 0; offset < size; offset = arguments[count - 1].end)
-        {
-            arguments[count] = detail::MsgAccess::argumentAt(bytes, offset);
-            total += sizeof(ArgHeader) + padded(arguments[count].length);
-            ++count;
-        }
-        while (total > kMaxFrameBytes)
-        {
-            int largest = -1;
-            for (int i = 0; i < count; ++i)
-            {
-                if (!outside[i] && (largest < 0 || arguments[i].length > arguments[largest].length))
-                {
-                    largest = i;
-                }
-            }
-            if (m_outOfLineCount == kMaxOutOfLine || arguments[largest].length <= kPlaceBytes)
-            {
-                return -EMSGSIZE;
-            }
-            outside[largest] = true;
-            ++m_outOfLineCount;
-            total -= padded(arguments[largest].length) - kPlaceBytes;
-        }
-        int outOfLine = 0;
+        return planPatches();
+    }
+    m_header->size = static_cast<std::uint32_t>(total);
+    return 0;
+}
+
+int FrameWriter::planPatches()
+{
+    std::size_t const size = detail::MsgAccess::size(m_msg);
+    detail::MsgArgument arguments[kMaxArguments];
+    bool outside[kMaxArguments] = {};
+    int count = 0;
+    auto* const bytes = const_cast<unsigned char*>(detail::MsgAccess::bytes(m_msg)); // only read
+    std::size_t total = sizeof(FrameHeader);
+    for (std::size_t offset = 0; offset < size; offset = arguments[count - 1].end)
+    {
+        arguments[count] = detail::MsgAccess::argumentAt(bytes, offset);
+        total += sizeof(ArgHeader) + padded(arguments[count].length);
+        ++count;
+    }
+    while (total > kMaxFrameBytes)
+    {
+        int largest = -1;
         for (int i = 0; i < count; ++i)
         {
-            detail::MsgArgument const& argument = arguments[i];
-            if (!outside[i] && argument.storage == Storage::inlined)
+            if (!outside[i] && (largest < 0 || arguments[i].length > arguments[largest].length))
             {
-                continue;
-            }
-            Patch& patch = m_patches[m_patchCount++];
-            patch.header = {static_cast<std::uint8_t>(argument.kind), Storage::inlined, 0, argument.length};
-            patch.offset = argument.offset;
-            patch.end = argument.end;
-            patch.value = argument.value;
-            patch.outOfLine = outside[i] ? outOfLine : -1;
-            if (outside[i])
-            {
-                m_outOfLine[outOfLine++] = {argument.value, argument.length, Storage::inlined, 0};
+                largest = i;
             }
         }
+        if (m_outOfLineCount == kMaxOutOfLine || arguments[largest].length <= kPlaceBytes)
+        {
+            return -EMSGSIZE;
+        }
+        outside[largest] = true;
+        ++m_outOfLineCount;
+        total -= padded(arguments[largest].length) - kPlaceBytes;
     }
-    m_header.size = static_cast<std::uint32_t>(total);
+    int outOfLine = 0;
+    for (int i = 0; i < count; ++i)
+    {
+        detail::MsgArgument const& argument = arguments[i];
+        if (!outside[i] && argument.storage == Storage::inlined)
+        {
+            continue;
+        }
+        Patch& patch = m_patches[m_patchCount++];
+        patch.header = {static_cast<std::uint8_t>(argument.kind), Storage::inlined, 0, argument.length};
+        patch.offset = argument.offset;
+        patch.end = argument.end;
+        patch.value = argument.value;
+        patch.outOfLine = outside[i] ? outOfLine : -1;
+        if (outside[i])
+        {
+            m_outOfLine[outOfLine++] = {argument.value, argument.length, Storage::inlined, 0};
+        }
+    }
+    m_header->size = static_cast<std::uint32_t>(total);
     return 0;
 }
 
@@ -113,8 +121,8 @@ int FrameWriter::placeInDescriptor(OutOfLine& value)
 
 int FrameWriter::addDescriptor(int fd)
 {
-    m_descriptors[m_header.descriptorCount] = fd;
-    return static_cast<int>(m_header.descriptorCount++);
+    m_descriptors[m_header->descriptorCount] = fd;
+    return static_cast<int>(m_header->descriptorCount++);
 }
 
 void FrameWriter::addPart(void const* data, std::size_t bytes)
@@ -130,7 +138,7 @@ void FrameWriter::assemble()
     unsigned char const* const bytes = detail::MsgAccess::bytes(m_msg);
     std::size_t sent = 0;
     m_partCount = 0;
-    addPart(&m_header, sizeof m_header);
+    addPart(m_header, sizeof *m_header);
     for (int i = 0; i < m_patchCount; ++i)
     {
         Patch& patch = m_patches[i];
@@ -154,26 +162,19 @@ void FrameWriter::assemble()
 
 ssize_t FrameWriter::send(int socket, int flags)
 {
-    if (m_patchCount == 0 && m_header.descriptorCount == 0)
+    if (m_patchCount == 0 && m_header->descriptorCount == 0)
     {
-        unsigned char* const frame = detail::MsgAccess::headerRoom(m_msg);
-        std::memcpy(frame, &m_header, sizeof m_header);
-        ssize_t sent = 0;
-        do
-        {
-            sent = sendBytes(socket, frame, m_header.size, flags);
-        } while (sent == -EINTR);
-        return sent;
+        return sendBytes(socket, m_header, m_header->size, flags);
     }
     assemble();
-    return sendFrame(socket, m_parts, m_partCount, m_descriptors, static_cast<int>(m_header.descriptorCount), flags);
+    return sendFrame(socket, m_parts, m_partCount, m_descriptors, static_cast<int>(m_header->descriptorCount), flags);
 }
 
 std::vector<unsigned char> FrameWriter::flatten()
 {
     assemble();
     std::vector<unsigned char> frame;
-    frame.reserve(m_header.size);
+    frame.reserve(m_header->size);
     for (int i = 0; i < m_partCount; ++i)
     {
         auto const* const part = static_cast<unsigned char const*>(m_parts[i].iov_base);
@@ -184,7 +185,7 @@ std::vector<unsigned char> FrameWriter::flatten()
 
 int FrameWriter::duplicateDescriptors(std::vector<platform::UniqueFd>& descriptors) const
 {
-    for (std::uint32_t i = 0; i < m_header.descriptorCount; ++i)
+    for (std::uint32_t i = 0; i < m_header->descriptorCount; ++i)
     {
         platform::UniqueFd copy(::fcntl(m_descriptors[i], F_DUPFD_CLOEXEC, 0));
         if (!copy)
@@ -213,12 +214,7 @@ ssize_t sendFrame(int socket, iovec* parts, int partCount, int const* descriptor
         header->cmsg_len = CMSG_LEN(bytes);
         std::memcpy(CMSG_DATA(header), descriptors, bytes);
     }
-    ssize_t sent = 0;
-    do
-    {
-        sent = sendParts(socket, message, flags);
-    } while (sent == -EINTR);
-    return sent;
+    return sendParts(socket, message, flags);
 }
 
 } // namespace tz::orvane::mdt

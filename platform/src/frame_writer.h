@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Turns a message into one sendmsg, without copying its arguments.
+// Turns a message into one frame, sent at once and without copying its arguments.
 #pragma once
 
 #include "frame.h"
@@ -22,7 +22,7 @@ public:
     FrameWriter(FrameWriter const&) = delete;
     FrameWriter& operator=(FrameWriter const&) = delete;
 
-    FrameHeader& header() { return m_header; }
+    FrameHeader& header() { return *m_header; }
 
     /// Decides what travels in the frame and what outside of it: the largest values go out until the rest fits.
     /// @return 0, or -EMSGSIZE
@@ -47,7 +47,7 @@ public:
     int addDescriptor(int fd);
 
     /// Bytes of the frame on the socket.
-    std::size_t size() const { return m_header.size; }
+    std::size_t size() const { return m_header->size; }
 
     /// Sends the frame, whole or not at all. @return bytes sent or a negative errno value
     ssize_t send(int socket, int flags);
@@ -59,6 +59,7 @@ public:
     int duplicateDescriptors(std::vector<platform::UniqueFd>& descriptors) const;
 
 private:
+    int planPatches();
     void assemble();
     void addPart(void const* data, std::size_t bytes);
 
@@ -75,7 +76,7 @@ private:
     static constexpr int kMaxParts = 2 + 4 * (kMaxReferences + kMaxOutOfLine);
 
     MsgData const& m_msg;
-    FrameHeader m_header{};
+    FrameHeader* m_header; ///< in front of the arguments; a received message has its own there, which is spent
     Patch m_patches[kMaxReferences + kMaxOutOfLine];
     OutOfLine m_outOfLine[kMaxOutOfLine];
     std::vector<platform::UniqueFd> m_blocks; ///< that this frame has made

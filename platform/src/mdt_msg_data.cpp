@@ -105,6 +105,21 @@ MsgData::~MsgData()
     }
 }
 
+void MsgData::grow(std::size_t needed)
+{
+    std::size_t capacity = 0;
+    std::unique_ptr<unsigned char[]> larger = t_spares.take(kHeaderRoom + std::max(needed, 2 * m_capacity), capacity);
+    std::memcpy(larger.get() + kHeaderRoom, m_bytes, m_size);
+    m_heap.swap(larger);
+    if (larger != nullptr)
+    {
+        t_spares.give(std::move(larger), m_heapCapacity);
+    }
+    m_bytes = m_heap.get() + kHeaderRoom;
+    m_capacity = capacity - kHeaderRoom;
+    m_heapCapacity = capacity;
+}
+
 unsigned char* MsgData::append(MsgArgType kind, int storage, std::size_t length, std::size_t stored)
 {
     std::size_t const needed = m_size + sizeof(ArgHeader) + padded(stored);
@@ -114,24 +129,16 @@ unsigned char* MsgData::append(MsgArgType kind, int storage, std::size_t length,
     }
     if (needed > m_capacity)
     {
-        std::size_t capacity = 0;
-        std::unique_ptr<unsigned char[]> larger =
-            t_spares.take(kHeaderRoom + std::max(needed, 2 * m_capacity), capacity);
-        std::memcpy(larger.get() + kHeaderRoom, m_bytes, m_size);
-        m_heap.swap(larger);
-        if (larger != nullptr)
-        {
-            t_spares.give(std::move(larger), m_heapCapacity);
-        }
-        m_bytes = m_heap.get() + kHeaderRoom;
-        m_capacity = capacity - kHeaderRoom;
-        m_heapCapacity = capacity;
+        grow(needed);
     }
     ArgHeader const header{static_cast<std::uint8_t>(kind), static_cast<Storage>(storage), 0,
                            static_cast<std::uint32_t>(length)};
     std::memcpy(m_bytes + m_size, &header, sizeof header);
     unsigned char* const value = m_bytes + m_size + sizeof header;
-    std::memset(value + stored, 0, padded(stored) - stored);
+    if (padded(stored) != stored)
+    {
+        std::memset(value + padded(stored) - kAlignment, 0, kAlignment);
+    }
     m_size = needed;
     m_valueBytes += length;
     ++m_argCount;
@@ -375,13 +382,8 @@ MsgArgument MsgAccess::argumentAt(unsigned char* bytes, std::size_t offset)
     return argument;
 }
 
-bool MsgAccess::isBorrowed(MsgData const& msg)
-{
-    return msg.m_bytes != msg.m_inline + MsgData::kHeaderRoom &&
-           (msg.m_heap == nullptr || msg.m_bytes != msg.m_heap.get() + MsgData::kHeaderRoom);
-}
-
-void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size, bool own)
+void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size,
+                       Ownership ownership)
 {
     msg.m_pid = header.pid;
     msg.m_uid = header.uid;
@@ -394,7 +396,7 @@ void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* a
     msg.m_nextOffset = 0;
     msg.m_valueBytes = 0;
     msg.m_size = 0;
-    if (!own)
+    if (ownership == Ownership::borrowed)
     {
         msg.m_bytes = arguments;
         msg.m_size = size;
@@ -406,6 +408,18 @@ void MsgAccess::assign(MsgData& msg, FrameHeader const& header, unsigned char* a
     {
         msg.m_bytes = msg.m_inline + MsgData::kHeaderRoom;
         msg.m_capacity = MsgData::kInlineBytes;
+    }
+    if (ownership == Ownership::copiedAsOne)
+    {
+        if (size > msg.m_capacity)
+        {
+            msg.grow(size);
+        }
+        std::memcpy(msg.m_bytes, arguments, size);
+        msg.m_size = size;
+        msg.m_valueBytes = size;
+        msg.m_argCount = static_cast<int>(header.argCount);
+        return;
     }
     for (std::size_t offset = 0; offset < size;)
     {

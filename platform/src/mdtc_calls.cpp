@@ -7,18 +7,10 @@
 namespace tz::orvane::mdt
 {
 
-namespace
-{
-
-// Never reused, also not by another connection: a late reply finds nobody.
-std::atomic<std::uint64_t> s_lastId{0};
-
-} // namespace
-
 void CallTable::enter(Call& call)
 {
-    call.id = s_lastId.fetch_add(1, std::memory_order_relaxed) + 1;
     std::lock_guard<std::mutex> lock(m_mutex);
+    call.id = ++m_lastId;
     if (m_closedStatus != 0)
     {
         complete(call, m_closedStatus);
@@ -44,9 +36,9 @@ void CallTable::giveLeadAway(Call& call)
             return;
         }
         successor = passLead(call);
-        if (call.state == Call::leading)
+        if (call.currentState() == Call::leading)
         {
-            call.state = Call::waiting;
+            call.change(Call::waiting);
         }
     }
     wakeUp(successor);
@@ -56,7 +48,7 @@ void CallTable::markSent(Call& call)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     call.sent = true;
-    if (!m_led && call.state == Call::waiting)
+    if (!m_led && call.currentState() == Call::waiting)
     {
         takeLead(call);
     }
@@ -76,9 +68,9 @@ void CallTable::remove(Call& call)
     wakeUp(successor);
 }
 
-bool CallTable::sleep(Call& call, Deadline const& deadline)
+bool CallTable::sleepUntil(Call& call, Deadline const& deadline)
 {
-    while (call.state.load() == Call::waiting)
+    while (call.currentState() == Call::waiting)
     {
         int const milliseconds = deadline.milliseconds();
         if (milliseconds == 0)
@@ -117,14 +109,14 @@ void CallTable::complete(Call& call, int status)
 {
     unlink(call);
     call.status = status;
-    call.state = Call::done;
+    call.change(Call::done);
 }
 
 void CallTable::takeLead(Call& call)
 {
     m_led = true;
     call.leads = true;
-    call.state = Call::leading;
+    call.change(Call::leading);
 }
 
 // Only to a caller whose message has left: one that still waits for room could not read.

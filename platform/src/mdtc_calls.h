@@ -27,6 +27,11 @@ struct Call
     {
     }
 
+    // Whoever sees a state sees what was done before it: the reply stored, the socket left by its former reader.
+
+    State currentState() const { return static_cast<State>(state.load(std::memory_order_acquire)); }
+    void change(State to) { state.store(to, std::memory_order_release); }
+
     std::uint64_t id = 0;
     MsgData& reply;
     int status = 0; ///< when done: the reply's, or a negative errno value
@@ -57,14 +62,17 @@ public:
     void leave(Call& call)
     {
         // Once it is done nobody else touches it any more: only then may it be looked at without the mutex.
-        if (call.state.load() != Call::done || call.leads)
+        if (call.currentState() != Call::done || call.leads)
         {
             remove(call);
         }
     }
 
     /// Waits until the call leads or is done. @return false when the deadline passed first
-    bool sleep(Call& call, Deadline const& deadline);
+    bool sleep(Call& call, Deadline const& deadline)
+    {
+        return call.currentState() != Call::waiting || sleepUntil(call, deadline);
+    }
 
     /// Finishes the call with this id: `store(reply)` runs under the mutex, so that the caller cannot leave meanwhile.
     /// A call that leads, which is the caller's own, hands the lead on.
@@ -97,11 +105,13 @@ private:
     void takeLead(Call& call);
     void complete(Call& call, int status);
     void unlink(Call& call);
+    static bool sleepUntil(Call& call, Deadline const& deadline);
     static void wakeUp(Call* call);
 
     std::mutex m_mutex;
     Call* m_first = nullptr;
     Call* m_last = nullptr;
+    std::uint64_t m_lastId = 0; ///< never reused: a late reply finds nobody
     bool m_led = false;
     int m_closedStatus = 0;
 };

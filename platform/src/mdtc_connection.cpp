@@ -140,6 +140,7 @@ int Connection::introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& h
             return -EPROTO;
         }
         m_cnid = header.pid;
+        m_replyReader.awaitAnnouncement();
         return header.status < 0 ? header.status : 0;
     }
     return result;

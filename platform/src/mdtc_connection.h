@@ -57,6 +57,7 @@ private:
     int send(FrameWriter& frame, Deadline const& deadline);
     int sendPlanned(FrameWriter& frame, Deadline const& deadline);
     int sendOutOfLine(FrameWriter& frame, Deadline const& deadline);
+    int announceDescriptors(Deadline const& deadline);
     int placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadline);
     int transmit(FrameWriter& frame, Deadline const& deadline);
     int sendQuery(FrameWriter& frame, Call& call, Deadline const& deadline);
@@ -83,7 +84,8 @@ private:
     SharedRing m_sendRing;
     std::mutex m_bulkMutex;
     std::condition_variable m_bulkFree;
-    bool m_bulkBusy = false; ///< someone writes into m_sendRing
+    bool m_bulkBusy = false;  ///< someone writes into m_sendRing
+    bool m_announced = false; ///< that frames may bring descriptors; of who is busy
 
     SharedRing m_receiveRing; ///< receive thread
 };

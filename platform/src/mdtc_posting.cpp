@@ -53,7 +53,7 @@ int Connection::query(MsgData const& msg, MsgData& reply, int timeout)
         {
             result = -ETIMEDOUT;
         }
-        else if (call.state == Call::leading)
+        else if (call.currentState() == Call::leading)
         {
             result = lead(call, deadline, wholeTime);
         }
@@ -74,7 +74,7 @@ int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadli
     {
         return result;
     }
-    if (call.state == Call::leading && frame.outOfLineCount() == 0)
+    if (call.currentState() == Call::leading && frame.outOfLineCount() == 0)
     {
         ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
         if (sent >= 0)
@@ -94,7 +94,7 @@ int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadli
 // The caller that leads reads until its own reply has come; `leave` then hands the lead on.
 int Connection::lead(Call& call, Deadline const& deadline, bool wait)
 {
-    while (call.state == Call::leading)
+    while (call.currentState() == Call::leading)
     {
         if (!wait)
         {
@@ -183,6 +183,10 @@ int Connection::sendOutOfLine(FrameWriter& frame, Deadline const& deadline)
         inRing += fits ? static_cast<std::uint32_t>(padded(value.length)) : 0;
         result = fits ? placeInRing(value, deadline) : frame.placeInDescriptor(value);
     }
+    if (result >= 0 && frame.header().descriptorCount > 0)
+    {
+        result = announceDescriptors(deadline);
+    }
     if (result >= 0)
     {
         result = transmit(frame, deadline);
@@ -196,6 +200,19 @@ int Connection::sendOutOfLine(FrameWriter& frame, Deadline const& deadline)
         m_bulkBusy = false;
     }
     m_bulkFree.notify_one();
+    return result;
+}
+
+int Connection::announceDescriptors(Deadline const& deadline)
+{
+    if (m_announced)
+    {
+        return 0;
+    }
+    MsgData const nothing;
+    FrameWriter announcement(FrameKind::descriptorsFollow, nothing);
+    int const result = send(announcement, deadline);
+    m_announced = result >= 0;
     return result;
 }
 

@@ -98,12 +98,6 @@ ServiceClient::ServiceClient(int socket, MdtsPeer const& peer, std::uint64_t ser
     m_commands.socket.reset(socket);
 }
 
-ssize_t ServiceClient::receive()
-{
-    ssize_t const received = m_reader.receive(commandSocket());
-    return received > 0 && !m_reader.resolve(ring()) ? -EPROTO : received;
-}
-
 int ServiceClient::introduce(std::vector<int>& heldIds)
 {
     if (m_reader.kind() != FrameKind::hello || m_reader.descriptorCount() != kHelloDescriptors)
@@ -142,6 +136,7 @@ int ServiceClient::introduce(std::vector<int>& heldIds)
     {
         m_events.socket = std::move(event);
         m_introduced = true;
+        m_reader.awaitAnnouncement();
     }
     return result;
 }
@@ -227,6 +222,17 @@ int ServiceClient::send(FrameWriter& frame, Outlet& outlet, SharedRing* ring)
     if (result != 0)
     {
         return result;
+    }
+    if (frame.header().descriptorCount > 0 && &outlet == &m_commands && !m_announced)
+    {
+        MsgData const nothing;
+        FrameWriter announcement(FrameKind::descriptorsFollow, nothing);
+        result = send(announcement, outlet, nullptr);
+        if (result != 0)
+        {
+            return result;
+        }
+        m_announced = true;
     }
     if (outlet.queue.empty())
     {

@@ -63,7 +63,11 @@ public:
     FrameReader& reader() { return m_reader; }
 
     /// Receives a frame and finds what travels outside of it. @return as FrameReader::receive
-    ssize_t receive();
+    ssize_t receive()
+    {
+        ssize_t const received = m_reader.receive(commandSocket());
+        return received > 0 && !m_reader.resolve(ring()) ? -EPROTO : received;
+    }
     SharedRing* ring() { return m_introduced ? &m_receiveRing : nullptr; }
 
     /// Takes over what the opening frame brings. @param heldIds cnids that the client's process still uses
@@ -100,6 +104,7 @@ private:
     std::uint64_t m_serial;
     std::size_t m_queueLimit;
     bool m_introduced = false;
+    bool m_announced = false; ///< that replies may bring descriptors
     std::uint64_t m_sequence = 0;
     FrameReader m_reader;
     SharedRing m_sendRing;

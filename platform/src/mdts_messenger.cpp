@@ -63,9 +63,9 @@ struct MdtsMessenger::State : std::enable_shared_from_this<State>
     void introduce(ClientPtr const& client);
     bool isFull(pid_t pid) const;
     int freeCnid(std::vector<int> const& heldIds);
-    void settle(ServiceClient& client, int result);
+    int settle(ServiceClient& client, int result);
     void end(ServiceClient const& client, char const* reason);
-    ClientPtr find(int cnid) const;
+    ServiceClient* find(int cnid) const;
 
     static bool present(ServiceClient const& client) { return client.commandSocket() >= 0; }
 };
@@ -123,15 +123,15 @@ void MdtsMessenger::State::acceptAll()
 
 void MdtsMessenger::State::onCommand(ClientPtr const& client, std::uint32_t events)
 {
-    ClientPtr const keep = client; // the watch that holds it may go
-    // A client that hung up with replies unread is learnt of by the next send only.
+    // The watch, which the loop keeps until this returns, holds the client. One that hung up with replies unread is
+    // learnt of by the next send only.
     if ((events & (EPOLLOUT | EPOLLHUP | EPOLLERR)) != 0)
     {
-        settle(*keep, keep->flushReplies());
+        settle(*client, client->flushReplies());
     }
-    for (int i = 0; i < kMessagesPerTurn && present(*keep) && !keep->repliesWait(); ++i)
+    for (int i = 0; i < kMessagesPerTurn && present(*client) && !client->repliesWait(); ++i)
     {
-        if (!takeMessage(keep))
+        if (!takeMessage(client))
         {
             return;
         }
@@ -268,31 +268,32 @@ int MdtsMessenger::State::freeCnid(std::vector<int> const& heldIds)
 
 void MdtsMessenger::State::onEventSocket(ClientPtr const& client, std::uint32_t events)
 {
-    ClientPtr const keep = client;
     if ((events & (EPOLLHUP | EPOLLERR)) != 0)
     {
         // What the client still had sent stands in the command socket, whose end ends the connection.
-        loop.unwatch(keep->eventSocket());
+        loop.unwatch(client->eventSocket());
     }
     else if ((events & EPOLLOUT) != 0)
     {
-        settle(*keep, keep->flushEvents());
+        settle(*client, client->flushEvents());
     }
 }
 
 // After every send: ends a connection that is of no use any more, and waits for room where something is left. A client
 // whose replies wait is not read: it has more to do with reading than with asking.
-void MdtsMessenger::State::settle(ServiceClient& client, int result)
+// @return -ENOTCONN when the client is gone, else the result of the send
+int MdtsMessenger::State::settle(ServiceClient& client, int result)
 {
     bool const isBroken =
         result == -EPIPE || result == -ECONNRESET || result == -ENOTCONN || result == -EPROTO || result == -ENOBUFS;
     if (isBroken)
     {
         end(client, result == -ENOBUFS ? "it does not read what it is sent" : std::strerror(-result));
+        return -ENOTCONN;
     }
     if (!present(client))
     {
-        return;
+        return -ENOTCONN;
     }
     if (client.repliesArmed != client.repliesWait())
     {
@@ -304,6 +305,7 @@ void MdtsMessenger::State::settle(ServiceClient& client, int result)
         client.eventsArmed = client.eventsWait();
         loop.change(client.eventSocket(), client.eventsArmed ? std::uint32_t{EPOLLOUT} : 0);
     }
+    return result;
 }
 
 void MdtsMessenger::State::end(ServiceClient const& client, char const* reason)
@@ -354,10 +356,10 @@ void MdtsMessenger::State::end(ServiceClient const& client, char const* reason)
     }
 }
 
-ClientPtr MdtsMessenger::State::find(int cnid) const
+ServiceClient* MdtsMessenger::State::find(int cnid) const
 {
     auto const serial = serials.find(cnid);
-    return serial != serials.end() ? clients.at(serial->second) : nullptr;
+    return serial != serials.end() ? clients.at(serial->second).get() : nullptr;
 }
 
 MdtsMessenger::MdtsMessenger(platform::EventLoop& loop, MdtsHandler& handler, MdtsLimits const& limits)
@@ -404,7 +406,7 @@ int MdtsMessenger::reply(MdtsCall const& call, int status, MsgData const& argume
     {
         return -ENOTCONN;
     }
-    ClientPtr const client = found->second;
+    ServiceClient& client = *found->second;
     FrameHeader envelope{};
     envelope.pid = call.m_cnid;
     envelope.uid = call.m_uid;
@@ -412,26 +414,18 @@ int MdtsMessenger::reply(MdtsCall const& call, int status, MsgData const& argume
     envelope.type = call.m_type;
     envelope.status = status;
     envelope.call = call.m_id;
-    int const result = client->sendReply(envelope, arguments);
-    m_state->settle(*client, result);
-    return m_state->present(*client) ? result : -ENOTCONN;
+    return m_state->settle(client, client.sendReply(envelope, arguments));
 }
 
 int MdtsMessenger::postEvent(MsgData const& event)
 {
-    ClientPtr const client = m_state->find(event.readPid());
-    if (client == nullptr)
-    {
-        return -ENOTCONN;
-    }
-    int const result = client->sendEvent(event);
-    m_state->settle(*client, result);
-    return m_state->present(*client) ? result : -ENOTCONN;
+    ServiceClient* const client = m_state->find(event.readPid());
+    return client != nullptr ? m_state->settle(*client, client->sendEvent(event)) : -ENOTCONN;
 }
 
 void MdtsMessenger::close(int cnid)
 {
-    ClientPtr const client = m_state->find(cnid);
+    ServiceClient* const client = m_state->find(cnid);
     if (client != nullptr)
     {
         m_state->end(*client, nullptr);
@@ -440,7 +434,7 @@ void MdtsMessenger::close(int cnid)
 
 std::size_t MdtsMessenger::queuedBytes(int cnid) const
 {
-    ClientPtr const client = m_state->find(cnid);
+    ServiceClient* const client = m_state->find(cnid);
     return client != nullptr ? client->queuedBytes() : 0;
 }
 

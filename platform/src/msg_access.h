@@ -29,7 +29,11 @@ struct MsgAccess
     static unsigned char* headerRoom(MsgData const& msg) { return msg.m_bytes - MsgData::kHeaderRoom; }
 
     /// @return whether the message lives in a receiver's buffer
-    static bool isBorrowed(MsgData const& msg);
+    static bool isBorrowed(MsgData const& msg)
+    {
+        return msg.m_bytes != msg.m_inline + MsgData::kHeaderRoom &&
+               (msg.m_heap == nullptr || msg.m_bytes != msg.m_heap.get() + MsgData::kHeaderRoom);
+    }
 
     static std::size_t size(MsgData const& msg) { return msg.m_size; }
     static std::size_t valueBytes(MsgData const& msg) { return msg.m_valueBytes; }
@@ -38,9 +42,16 @@ struct MsgAccess
     /// Reads the argument whose header stands at an offset.
     static MsgArgument argumentAt(unsigned char* bytes, std::size_t offset);
 
-    /// Takes over header fields and arguments of a received frame. `own` copies everything, so that the message may
-    /// outlive the receiver's buffer; otherwise it refers to it.
-    static void assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size, bool own);
+    enum class Ownership
+    {
+        borrowed,    ///< the message refers to the receiver's buffer
+        copied,      ///< it may outlive the buffer
+        copiedAsOne, ///< the same, where all values are in the frame
+    };
+
+    /// Takes over header fields and arguments of a received frame.
+    static void assign(MsgData& msg, FrameHeader const& header, unsigned char* arguments, std::size_t size,
+                       Ownership ownership);
 };
 
 } // namespace tz::orvane::mdt::detail

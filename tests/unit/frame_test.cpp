@@ -76,7 +76,7 @@ TEST(Frame, everyWrongFieldHasItsReason)
     Case const cases[] = {
         {offsetof(FrameHeader, magic), 0, "bad magic"},
         {offsetof(FrameHeader, version), 0x00030002, "unknown version"},
-        {offsetof(FrameHeader, version), 0x00070001, "unknown kind of frame"},
+        {offsetof(FrameHeader, version), 0x00080001, "unknown kind of frame"},
         {offsetof(FrameHeader, version), 0x00000001, "unknown kind of frame"},
         {offsetof(FrameHeader, size), 0, "size does not add up"},
         {offsetof(FrameHeader, size), 0xFFFFFFFF, "size does not add up"},

@@ -704,8 +704,8 @@ TEST_F(MessengerFaults, garbageEndsItsOwnConnectionOnlyAndIsLoggedWithItsReason)
     TestConnection connection;
     LogCapture log(DebugLevel::warning);
     std::mt19937 random(7);
-    for (std::size_t size : {std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{100}, std::size_t{5000},
-                             std::size_t{65'536}, std::size_t{70'000}})
+    for (std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{100},
+                             std::size_t{5000}, std::size_t{65'536}, std::size_t{70'000}})
     {
         std::string noise(size, 0);
         std::generate(noise.begin(), noise.end(), [&] { return static_cast<char>(random()); });
@@ -714,12 +714,70 @@ TEST_F(MessengerFaults, garbageEndsItsOwnConnectionOnlyAndIsLoggedWithItsReason)
         EXPECT_TRUE(isHungUp(client.get())) << size;
     }
     std::vector<std::string> const reasons = log.texts();
-    EXPECT_EQ(reasons.size(), 7u);
+    EXPECT_EQ(reasons.size(), 8u);
     EXPECT_EQ(std::count_if(reasons.begin(), reasons.end(),
                             [](std::string const& text)
                             { return text.find("is cut off: bad magic.") != std::string::npos; }),
               4);
     EXPECT_GT(query(connection.cnid()), 0) << "the others go on";
+}
+
+TEST_F(MessengerFaults, descriptorsAreTakenAfterTheirAnnouncementOnly)
+{
+    std::string const block(5u << 20, 'b');
+    std::atomic<int> whole{0};
+    MiniService service(
+        [&](MdtsMessenger&, EventLoop&, MsgData& msg, MdtsCall const&)
+        {
+            void* data = nullptr;
+            int size = 0;
+            bool const same = msg.read(0, &data, &size) == 0 && static_cast<std::size_t>(size) == block.size() &&
+                              std::memcmp(data, block.data(), block.size()) == 0;
+            whole += same ? 1 : 0;
+        });
+    auto const announce = [](RawPeer const& peer)
+    {
+        MsgData const nothing;
+        FrameWriter announcement(FrameKind::descriptorsFollow, nothing);
+        EXPECT_EQ(announcement.plan(), 0);
+        EXPECT_GT(announcement.send(peer.command.get(), 0), 0);
+    };
+    auto const push = [&](RawPeer const& peer)
+    {
+        MsgData msg(peer.cnid, 0, kCommand, 1);
+        msg.writeBlockData(const_cast<char*>(block.data()), static_cast<int>(block.size()));
+        FrameWriter frame(FrameKind::command, msg);
+        EXPECT_EQ(frame.plan(), 0);
+        EXPECT_EQ(frame.placeInDescriptor(frame.outOfLine(0)), 0);
+        EXPECT_GT(frame.send(peer.command.get(), 0), 0);
+    };
+    int const open = openDescriptors();
+    {
+        RawPeer const honest(service);
+        announce(honest);
+        push(honest);
+        push(honest);
+        EXPECT_TRUE(eventually([&] { return whole == 2; }));
+    }
+    LogCapture log(DebugLevel::warning);
+    auto const isCutOff = [&](char const* reason)
+    {
+        std::vector<std::string> const texts = log.texts();
+        return std::any_of(texts.begin(), texts.end(),
+                           [&](std::string const& text)
+                           { return text.find(std::string("is cut off: ") + reason) != std::string::npos; });
+    };
+    RawPeer const silent(service);
+    push(silent);
+    EXPECT_TRUE(isHungUp(silent.command.get()));
+    EXPECT_TRUE(isCutOff("descriptors do not add up."));
+    RawPeer const noisy(service);
+    announce(noisy);
+    announce(noisy);
+    EXPECT_TRUE(isHungUp(noisy.command.get()));
+    EXPECT_TRUE(isCutOff("not a frame that a client may send."));
+    EXPECT_EQ(whole, 2);
+    EXPECT_TRUE(eventually([&] { return openDescriptors() == open + 4; })) << "two ends of each peer are left";
 }
 
 TEST_F(MessengerFaults, anIntroductionThatLiesIsRefused)
@@ -1079,6 +1137,44 @@ TEST_F(MessengerFaults, aLiveServiceIsNeverTakenOverAndAStaleFileIsReplaced)
         EXPECT_GT(query(connection.cnid()), 0);
     }
     EXPECT_FALSE(std::filesystem::exists(socketPath())) << "one that ends takes it along";
+}
+
+TEST_F(MessengerFaults, aSocketHandedOverByTheServiceManagerIsTaken)
+{
+    UniqueFd const listening(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, socketPath().c_str());
+    ASSERT_EQ(::bind(listening.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listening.get(), 4), 0);
+    auto const handOver = [](int fd)
+    {
+        ::dup2(fd, 3);
+        ::setenv("LISTEN_FDS", "1", 1);
+        ::setenv("LISTEN_PID", std::to_string(::getpid()).c_str(), 1);
+    };
+    {
+        ForkedService const service(&echo, [&] { handOver(listening.get()); });
+        TestConnection connection;
+        ASSERT_EQ(connection.result(), 0);
+        EXPECT_GT(query(connection.cnid()), 0);
+    }
+    EXPECT_TRUE(std::filesystem::exists(socketPath())) << "it is the service manager's";
+    EXPECT_FALSE(std::filesystem::exists(socketPath() + ".lock"));
+
+    pid_t const child = ::fork();
+    if (child == 0)
+    {
+        handOver(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        LogCapture log(DebugLevel::error);
+        EventLoop loop;
+        Refuser handler;
+        MdtsMessenger end(loop, handler);
+        ::_exit(end.listen(kName + 1) == -EPROTO ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0) << "what is no listening socket is refused";
 }
 
 TEST_F(MessengerFaults, aForeignSocketIsNeverTakenOver)

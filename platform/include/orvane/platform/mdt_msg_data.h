@@ -109,6 +109,7 @@ private:
     static constexpr std::size_t kHeaderRoom = 64; ///< in front of the arguments, for the frame's header
     static constexpr std::size_t kInlineBytes = 512;
 
+    void grow(std::size_t needed);
     unsigned char* append(MsgArgType kind, int storage, std::size_t length, std::size_t stored);
     bool next(detail::MsgArgument& argument) const;
     bool locate(int index, detail::MsgArgument& argument) const;

@@ -31,7 +31,8 @@ public:
     /// Changes what is waited for. @return 0, -ENOENT when not watched
     int change(int fd, std::uint32_t events);
 
-    /// Forgets a descriptor; its function is not called any more, also when called from inside one.
+    /// Forgets a descriptor; its function is not called any more, also when called from inside one. A function that is
+    /// running is destroyed after it has returned.
     void unwatch(int fd);
 
     /// Calls `expired` once after a delay. @return an id for cancelTimer, never 0
