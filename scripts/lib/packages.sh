@@ -17,7 +17,7 @@ packages_of() {
         echo googletest libbenchmark-dev libgstrtspserver-1.0-dev nlohmann-json3-dev ffmpeg libimage-exiftool-perl
         ;;
     arm) echo g++-arm-linux-gnueabihf qemu-user ;;
-    fuzz) echo clang libclang-rt-14-dev ;;
+    fuzz) echo clang libclang-rt-14-dev libglib2.0-dev libexif-dev ;;
     tidy) echo clang-tidy clang-format git ;;
     *)
         echo "no package set is called $1" >&2

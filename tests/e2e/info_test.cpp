@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is told of real media, beside what other programs tell of the same files.
-#include "support/http_server.h"
 #include "support/media_probe.h"
 #include "support/viewer.h"
 
@@ -11,7 +10,6 @@
 #include <cstdio>
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace tz::orvane::test
 {
@@ -22,8 +20,6 @@ using nlohmann::json;
 using testing::AllOf;
 using testing::Ge;
 using testing::Le;
-
-constexpr char kMediaFolder[] = ORVANE_E2E_MEDIA;
 
 int codecOf(json const& stream)
 {
@@ -100,14 +96,6 @@ int hdrOf(json const& stream)
                                         : om::OM_HDR_TYPE_NONE;
 }
 
-std::string dateText(om::om_date_t const& date, char within = '-', char between = 'T')
-{
-    char text[96];
-    std::snprintf(text, sizeof text, "%04d%c%02d%c%02d%c%02d:%02d:%02d", date.year, within, date.month, within,
-                  date.day, between, date.time.hour, date.time.minute, date.time.second);
-    return text;
-}
-
 class Info : public WithService
 {
 };
@@ -167,10 +155,13 @@ void InfoOf::expectSameWhole()
                          : streamsOf(m_told, "video").empty() ? om::OM_MEDIA_TYPE_AUDIO
                                                               : om::OM_MEDIA_TYPE_VIDEO;
     EXPECT_EQ(m_media.media_type, expected);
-    static std::map<std::string, std::string> const kOtherNames = {{"video/m2t", "video/mp2t"},
-                                                                   {"audio/x-wav", "audio/wav"}};
+    if (format["format_name"] == "mpegts") // exiftool takes it for something else
+    {
+        EXPECT_STREQ(m_media.mime_type, "video/mp2t");
+        return;
+    }
     std::string const type = m_exif["MIMEType"];
-    EXPECT_EQ(m_media.mime_type, kOtherNames.count(type) != 0 ? kOtherNames.at(type) : type);
+    EXPECT_EQ(m_media.mime_type, type == "audio/x-wav" ? "audio/wav" : type);
 }
 
 void InfoOf::expectSameBitRate()
@@ -364,168 +355,6 @@ TEST_F(Info, titlesOfTracksAreNotThoseOfTheWhole)
         EXPECT_STREQ(tracks.subtitle_detail[0].subtitle.title, "Text");
         EXPECT_STREQ(tracks.subtitle_detail[1].subtitle.title, "Untertitel");
     }
-}
-
-TEST_F(Info, theChapterIsTheOneThatIsPlayed)
-{
-    Viewer viewer;
-    om::om_chapter_info_t chapter{};
-    EXPECT_LT(viewer.player().getCharpterInfo(chapter), 0);
-    for (char const* const file : {"multi.mp4", "chapters.mkv"})
-    {
-        SCOPED_TRACE(file);
-        ASSERT_TRUE(viewer.open(media(file)));
-        for (auto const& [position, title] :
-             {std::pair<int, char const*>{0, "Intro"}, {2'900, "Intro"}, {3'000, "Middle"}, {9'000, "End"}})
-        {
-            viewer.player().seek(position, om::OM_SEEK_ACCURATE);
-            ASSERT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE));
-            ASSERT_EQ(viewer.player().getCharpterInfo(chapter), 0);
-            EXPECT_STREQ(chapter.name, title);
-            EXPECT_LE(chapter.start_pos, position);
-            EXPECT_GT(chapter.end_pos, position);
-        }
-    }
-    ASSERT_TRUE(viewer.open(media("v.mp4")));
-    EXPECT_LT(viewer.player().getCharpterInfo(chapter), 0);
-}
-
-TEST_F(Info, chaptersAreAskedForByTheirNumber)
-{
-    Viewer viewer;
-    om::OmPropertyGroup group;
-    EXPECT_LT(viewer.command(om::OM_COMMAND_CHAPTER), 0) << "nothing is open";
-    ASSERT_TRUE(viewer.open(media("chapters.mkv")));
-    viewer.player().seek(8'000, om::OM_SEEK_ACCURATE);
-    ASSERT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE));
-    EXPECT_GE(viewer.player().doExtendCommand(om::OM_COMMAND_CHAPTER, group), 0);
-    EXPECT_EQ(group.get(om::OM_KEY_INDEX), "2");
-    EXPECT_EQ(group.get(om::OM_KEY_TITLE), "End");
-    for (char const* const index : {"3", "-1", "x", "1x", "99999999999999999999"})
-    {
-        EXPECT_LT(viewer.command(om::OM_COMMAND_CHAPTER, {{om::OM_KEY_INDEX, index}}), 0) << index;
-    }
-}
-
-TEST_F(Info, chaptersAreThereOverTheNetwork)
-{
-    HttpServer server(kMediaFolder);
-    Viewer viewer;
-    for (char const* const file : {"chapters.mkv", "chapters.mp3"})
-    {
-        SCOPED_TRACE(file);
-        ASSERT_TRUE(viewer.open(server.uri(std::string("plain/") + file)));
-        om::OmPropertyGroup group;
-        EXPECT_GE(viewer.player().doExtendCommand(om::OM_COMMAND_CHAPTER, group), 0);
-        EXPECT_EQ(group.get(om::OM_KEY_COUNT), "3");
-        EXPECT_EQ(group.get(om::OM_KEY_TITLE), "Intro");
-    }
-}
-
-double degrees(om::om_gps_info_t const& gps, bool isLatitude)
-{
-    auto const& parts = isLatitude ? gps.latitude : gps.longitude;
-    double sum = 0;
-    double unit = 1;
-    for (auto const& part : parts)
-    {
-        sum += part.den == 0 ? 0 : unit * part.num / part.den;
-        unit /= 60;
-    }
-    return sum;
-}
-
-template <class Ratio> double value(Ratio const& ratio)
-{
-    return static_cast<double>(ratio.num) / ratio.den;
-}
-
-void expectSamePhoto(om::om_exif_info_t const& exif, json const& told)
-{
-    EXPECT_EQ(exif.rotation, 90); // orientation 6
-    EXPECT_EQ(exif.mirror, 0);
-    EXPECT_DOUBLE_EQ(value(exif.exposure_time), told["ExposureTime"]);
-    EXPECT_DOUBLE_EQ(value(exif.f_number), told["FNumber"]);
-    EXPECT_DOUBLE_EQ(value(exif.focal_length), told["FocalLength"]);
-    EXPECT_EQ(exif.camera_model, told["Model"]);
-    EXPECT_EQ(exif.camera_maker, told["Make"]);
-    EXPECT_EQ(exif.color_space, told["ColorSpace"]);
-    EXPECT_EQ(dateText(exif.date_taken, ':', ' '), told["DateTimeOriginal"]);
-    EXPECT_EQ(exif.date_taken.wday, 6); // the third of February 2024 was a Saturday
-    EXPECT_EQ(exif.iso, told["ISO"]);
-    EXPECT_NEAR(degrees(exif.gps, true), told["GPSLatitude"], 1e-6);
-    EXPECT_NEAR(degrees(exif.gps, false), told["GPSLongitude"], 1e-6);
-    EXPECT_STREQ(exif.gps.latitude_ref, "N");
-    EXPECT_STREQ(exif.gps.longitude_ref, "E");
-    EXPECT_DOUBLE_EQ(value(exif.gps.altitude), told["GPSAltitude"]);
-    EXPECT_EQ(exif.gps.altitude_ref, told["GPSAltitudeRef"]);
-}
-
-/// Listens to what cameras wrote.
-class ExifListener final : public omc::OmcIMediaPlayerListener
-{
-public:
-    std::vector<om::om_exif_info_t> told() const
-    {
-        std::lock_guard<std::mutex> const lock(m_mutex);
-        return m_told;
-    }
-
-private:
-    void onExifInfoUpdated(om::OmIMediaPlayer*, unsigned int, om::om_exif_info_t* info,
-                           om::OmPropertyGroup const&) override
-    {
-        std::lock_guard<std::mutex> const lock(m_mutex);
-        m_told.push_back(*info);
-    }
-
-    mutable std::mutex m_mutex;
-    std::vector<om::om_exif_info_t> m_told;
-};
-
-TEST_F(Info, whatTheCameraWroteIsToldAndAnswered)
-{
-    HttpServer server(kMediaFolder);
-    json const told = exiftool(media("exif.jpg"));
-    ExifListener listener;
-    Viewer viewer;
-    viewer.player().addListener(&listener);
-    std::size_t count = 0;
-    for (std::string const& uri : {media("exif.jpg"), server.uri("plain/exif.jpg")})
-    {
-        SCOPED_TRACE(uri);
-        ASSERT_TRUE(viewer.open(uri));
-        ASSERT_EQ(listener.told().size(), ++count) << "it comes before the state";
-        expectSamePhoto(listener.told().back(), told);
-        om::om_exif_info_t exif{};
-        EXPECT_EQ(viewer.player().getExifInfo(exif), 0);
-        expectSamePhoto(exif, told);
-        EXPECT_EQ(viewer.recorder().mediaInfo().disp_rotation, 90);
-        EXPECT_EQ(viewer.recorder().mediaInfo().create_date.year, 2024);
-    }
-    for (char const* const file : {"p.jpg", "p.png", "v.mp4", "cover.jpg"})
-    {
-        ASSERT_TRUE(viewer.open(media(file)));
-        om::om_exif_info_t exif{};
-        EXPECT_LT(viewer.player().getExifInfo(exif), 0) << file;
-    }
-    EXPECT_EQ(listener.told().size(), count);
-    viewer.player().removeListener(&listener);
-}
-
-TEST_F(Info, mirroredPhotosAndThoseOfOtherKindsAreTold)
-{
-    Viewer viewer;
-    om::om_exif_info_t exif{};
-    ASSERT_TRUE(viewer.open(media("mirrored.jpg")));
-    EXPECT_EQ(viewer.player().getExifInfo(exif), 0);
-    EXPECT_EQ(exif.rotation, 90);
-    EXPECT_EQ(exif.mirror, 1);
-    EXPECT_EQ(exif.date_taken.year, -1);
-    ASSERT_TRUE(viewer.open(media("exif.png")));
-    EXPECT_EQ(viewer.player().getExifInfo(exif), 0);
-    EXPECT_EQ(exif.rotation, 180);
-    EXPECT_STREQ(exif.camera_model, "Model 1000");
 }
 
 } // namespace

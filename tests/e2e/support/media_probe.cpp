@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <utility>
 #include <vector>
 
@@ -66,6 +67,14 @@ json exiftool(std::string const& file)
 {
     json const told = run({"exiftool", "-j", "-n"}, file);
     return told.is_array() && !told.empty() ? told[0] : json::object();
+}
+
+std::string dateText(om::om_date_t const& date, char within, char between)
+{
+    char text[96];
+    std::snprintf(text, sizeof text, "%04d%c%02d%c%02d%c%02d:%02d:%02d", date.year, within, date.month, within,
+                  date.day, between, date.time.hour, date.time.minute, date.time.second);
+    return text;
 }
 
 } // namespace tz::orvane::test
