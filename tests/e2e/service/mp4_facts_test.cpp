@@ -26,6 +26,11 @@ std::string number(std::uint64_t value, int size)
     return bytes;
 }
 
+std::string zeros(std::size_t count)
+{
+    return std::string(count, '\0');
+}
+
 std::string box(std::string const& type, std::string const& content)
 {
     return number(content.size() + 8, 4) + type + content;
@@ -43,7 +48,7 @@ std::string table(std::string const& type, std::vector<std::uint64_t> const& num
 
 std::string sizes(std::vector<std::uint64_t> const& numbers)
 {
-    std::string content = number(0, 8) + number(numbers.size(), 4);
+    std::string content = zeros(8) + number(numbers.size(), 4);
     for (std::uint64_t const value : numbers)
     {
         content += number(value, 4);
@@ -53,12 +58,12 @@ std::string sizes(std::vector<std::uint64_t> const& numbers)
 
 std::string mvhd(std::uint64_t created)
 {
-    return box("mvhd", number(0, 4) + number(created, 4) + number(created, 4) + number(1000, 4) + number(0, 80));
+    return box("mvhd", number(0, 4) + number(created, 4) + number(created, 4) + number(1000, 4) + zeros(80));
 }
 
 std::string chapterList(std::vector<std::pair<std::uint64_t, std::string>> const& chapters, int version = 1)
 {
-    std::string content = number(static_cast<std::uint64_t>(version), 1) + number(0, version == 0 ? 3 : 7);
+    std::string content = number(static_cast<std::uint64_t>(version), 1) + zeros(version == 0 ? 3 : 7);
     content += number(chapters.size(), 1);
     for (auto const& [start, title] : chapters)
     {
@@ -72,7 +77,7 @@ constexpr std::uint64_t kChapterTrack = 7;
 
 std::string trackHeader(std::uint64_t id)
 {
-    return box("tkhd", number(0, 12) + number(id, 4) + number(0, 68));
+    return box("tkhd", zeros(12) + number(id, 4) + zeros(68));
 }
 
 /// A track of texts, two in its first chunk and one in each of the others.
@@ -81,8 +86,8 @@ std::string textTrack(std::vector<std::uint64_t> const& lengths, std::vector<std
     std::string const tables = table("stts", {1, 3'000, 2, 4'000}, 2) + table("stsc", {1, 2, 1, 2, 1, 1}, 3) +
                                sizes(lengths) + table("stco", chunks);
     std::string const media =
-        box("mdhd", number(0, 12) + number(1'000, 4) + number(0, 4) + number(kGerman, 2) + number(0, 2)) +
-        box("hdlr", number(0, 8) + "text" + number(0, 12)) + box("minf", box("stbl", tables));
+        box("mdhd", zeros(12) + number(1'000, 4) + number(0, 4) + number(kGerman, 2) + number(0, 2)) +
+        box("hdlr", zeros(8) + "text" + zeros(12)) + box("minf", box("stbl", tables));
     return box("trak", trackHeader(kChapterTrack) + box("mdia", media));
 }
 
@@ -168,8 +173,8 @@ TEST(Mp4Facts, sizesThatLieAreNotFollowed)
                                box("stsc", endless + number(1, 4) + number(0xFFFFFFFF, 4) + number(1, 4)) +
                                box("stsz", number(0, 4) + number(0xFFFFFFFF, 4) + number(0xFFFFFFFF, 4)) +
                                table("stco", {8});
-    std::string const media = box("mdhd", number(0, 12) + number(1, 4) + number(0, 8)) +
-                              box("hdlr", number(0, 8) + "text" + number(0, 12)) + box("minf", box("stbl", tables));
+    std::string const media = box("mdhd", zeros(12) + number(1, 4) + zeros(8)) +
+                              box("hdlr", zeros(8) + "text" + zeros(12)) + box("minf", box("stbl", tables));
     std::string const track = box("trak", trackHeader(kChapterTrack) + box("mdia", media));
     Chapters const chapters = read(box("mdat", "") + box("moov", filmTrack() + track)).chapters;
     EXPECT_LE(chapters.size(), kMostChapters);
@@ -200,7 +205,7 @@ TEST(Mp4Facts, cutOffAndDamagedFilesDoNoHarm)
         EXPECT_LE(read(file.substr(0, size)).chapters.size(), 3u);
     }
     unsigned int seed = 1;
-    for (int count = 0; count < 20'000; ++count)
+    for (int count = 0; count < 5'000; ++count)
     {
         std::string damaged = file;
         for (int change = 0; change < 4; ++change)
