@@ -79,6 +79,16 @@ inline constexpr char OM_COMMAND_PUSH_FROM[] = "push-from";
 /// All data were pushed. Not needed where "size" was given.
 inline constexpr char OM_COMMAND_END_OF_DATA[] = "end-of-data";
 
+/// Tells of the chapter that "index" names, or without it of the one being played: "count", and "index", "start", "end"
+/// (milliseconds), "title", "lang" when there is such a chapter.
+inline constexpr char OM_COMMAND_CHAPTER[] = "chapter";
+inline constexpr char OM_KEY_INDEX[] = "index"; ///< from 0
+inline constexpr char OM_KEY_COUNT[] = "count";
+inline constexpr char OM_KEY_START[] = "start";
+inline constexpr char OM_KEY_END[] = "end";
+inline constexpr char OM_KEY_TITLE[] = "title";
+inline constexpr char OM_KEY_LANG[] = "lang";
+
 /// Error codes of OmcIMediaPlayerListener::onError; the property "text" says more.
 ///
 /// With "command" the error refuses that operation and all else stays as it was; without it the medium is closed and
@@ -136,6 +146,40 @@ enum om_hdr_type_e : std::int32_t
     OM_HDR_TYPE_NONE = 0,
     OM_HDR_TYPE_PQ = 1, ///< perceptual quantizer: HDR10 and its relatives
     OM_HDR_TYPE_HLG = 2,
+};
+
+/// Values of om_audio_stream_detail_t::audio_format: the samples as they leave the decoder.
+enum om_audio_format_e : std::int32_t
+{
+    OM_AUDIO_FORMAT_UNKNOWN = 0,
+    OM_AUDIO_FORMAT_8 = 1, ///< integers of so many bits
+    OM_AUDIO_FORMAT_16 = 2,
+    OM_AUDIO_FORMAT_24 = 3,
+    OM_AUDIO_FORMAT_32 = 4,
+    OM_AUDIO_FORMAT_F32 = 5, ///< floating point of so many bits
+    OM_AUDIO_FORMAT_F64 = 6,
+};
+
+/// Values of om_subtitle_stream_detail_t::drawtype.
+enum om_subtitle_draw_type_e : std::int32_t
+{
+    OM_SUBTITLE_DRAW_TEXT = 0,
+    OM_SUBTITLE_DRAW_PICTURE = 1,
+};
+
+/// Values of om_subtitle_stream_detail_t::embtype.
+enum om_subtitle_source_e : std::int32_t
+{
+    OM_SUBTITLE_EMBEDDED = 0, ///< a track of the medium
+    OM_SUBTITLE_EXTERNAL = 1, ///< a file of its own
+};
+
+/// Values of om_exif_info_t::color_space.
+enum om_exif_color_space_e : std::int32_t
+{
+    OM_EXIF_COLOR_SPACE_UNKNOWN = 0,
+    OM_EXIF_COLOR_SPACE_SRGB = 1,
+    OM_EXIF_COLOR_SPACE_UNCALIBRATED = 65535, ///< one that the picture brings with it
 };
 
 /// First two buffers of openEsMedia: the video and the audio stream that will be pushed. A buffer without bytes says

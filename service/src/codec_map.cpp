@@ -2,6 +2,7 @@
 // Names of formats: from capabilities of a stream to codec numbers and MIME types.
 #include "codec_map.h"
 
+#include <gst/audio/audio.h>
 #include <gst/video/video.h>
 
 #include <string_view>
@@ -110,8 +111,12 @@ constexpr NamedType kMimeTypes[] = {
     {"video/x-msvideo", "video/x-msvideo"}, {"video/x-h264", "video/avc"},
     {"video/x-h265", "video/hevc"},         {"audio/x-opus", "audio/opus"},
     {"audio/x-vorbis", "audio/vorbis"},     {"audio/x-ac3", "audio/ac3"},
-    {"audio/x-eac3", "audio/eac3"},
+    {"audio/x-eac3", "audio/eac3"},         {"application/x-subtitle-vtt", "text/vtt"},
+    {"subpicture/x-dvd", "video/vobsub"},   {"subpicture/x-pgs", "video/pgs"},
+    {"subpicture/x-dvb", "video/dvbsub"},   {"subpicture/x-xsub", "video/xsub"},
 };
+
+constexpr std::string_view kPictures = "subpicture/";
 
 } // namespace
 
@@ -184,6 +189,57 @@ std::string mimeTypeOf(GstCaps const* caps)
         }
     }
     return std::string(name);
+}
+
+std::string subtitleTypeOf(GstCaps const* caps, std::string const& codec)
+{
+    std::string type = mimeTypeOf(caps);
+    if (type != "text/x-raw")
+    {
+        return type;
+    }
+    if (codec == "3GPP timed text")
+    {
+        return "text/3gpp-tt";
+    }
+
+    // Markup is what remains of the only other kind that files keep as plain texts.
+    return text(firstOf(caps), "format") == "pango-markup" ? "application/x-subrip" : "text/plain";
+}
+
+om::om_subtitle_draw_type_e drawTypeOf(GstCaps const* caps)
+{
+    GstStructure const* const structure = firstOf(caps);
+    bool const isPicture = structure != nullptr &&
+                           std::string_view(gst_structure_get_name(structure)).substr(0, kPictures.size()) == kPictures;
+    return isPicture ? om::OM_SUBTITLE_DRAW_PICTURE : om::OM_SUBTITLE_DRAW_TEXT;
+}
+
+om::om_audio_format_e audioFormatOf(GstCaps const* caps)
+{
+    GstAudioInfo sound;
+    if (caps == nullptr || gst_audio_info_from_caps(&sound, caps) == FALSE)
+    {
+        return om::OM_AUDIO_FORMAT_UNKNOWN;
+    }
+    int const depth = GST_AUDIO_INFO_DEPTH(&sound);
+    if (GST_AUDIO_INFO_IS_FLOAT(&sound))
+    {
+        return depth == 64 ? om::OM_AUDIO_FORMAT_F64 : om::OM_AUDIO_FORMAT_F32;
+    }
+    switch (depth)
+    {
+    case 8:
+        return om::OM_AUDIO_FORMAT_8;
+    case 16:
+        return om::OM_AUDIO_FORMAT_16;
+    case 24:
+        return om::OM_AUDIO_FORMAT_24;
+    case 32:
+        return om::OM_AUDIO_FORMAT_32;
+    default:
+        return om::OM_AUDIO_FORMAT_UNKNOWN;
+    }
 }
 
 om::om_hdr_type_e hdrTypeOf(GstCaps const* caps)

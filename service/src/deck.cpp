@@ -315,8 +315,10 @@ void Deck::handleElement(GstMessage* message)
     }
     TextPtr const description(gst_missing_plugin_message_get_description(message));
     TextPtr const detail(gst_missing_plugin_message_get_installer_detail(message));
-    m_context.missingCodec = description.get();
-    m_context.encrypted = std::string_view(detail.get()).find("application/x-cenc") != std::string_view::npos;
+    // A broken description of a stream has neither.
+    m_context.missingCodec = description == nullptr ? "unknown" : description.get();
+    m_context.encrypted =
+        detail != nullptr && std::string_view(detail.get()).find("application/x-cenc") != std::string_view::npos;
     m_missingCodecs.push_back(m_context.missingCodec);
 }
 

@@ -2,6 +2,8 @@
 // The commands of a player that have a name instead of a number.
 #include "extended_commands.h"
 
+#include "info_commands.h"
+
 #include <cerrno>
 #include <charconv>
 #include <string>
@@ -39,6 +41,7 @@ struct Row
 constexpr Row kRows[] = {
     {om::OM_COMMAND_PUSH_FROM, pushFrom},
     {om::OM_COMMAND_END_OF_DATA, endOfData},
+    {om::OM_COMMAND_CHAPTER, chapter},
 };
 
 } // namespace

@@ -3,17 +3,22 @@
 #include "media_info.h"
 
 #include "codec_map.h"
+#include "dates.h"
+#include "exif.h"
+#include "mp4_facts.h"
 #include "stream_caps.h"
+#include "stream_chapters.h"
+#include "stream_tags.h"
 #include "text_field.h"
 
 #include "orvane/om_service.h"
 
 #include <gst/audio/audio.h>
-#include <gst/tag/tag.h>
 #include <gst/video/video.h>
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace tz::orvane::service
 {
@@ -26,23 +31,22 @@ constexpr int kUnknown = -1;
 /// A demuxer that does not know the size of its data makes something up.
 constexpr gint64 kLongestDuration = 1000LL * 3600 * GST_SECOND;
 
-void clear(om::om_date_t& date)
-{
-    date = {kUnknown, kUnknown, kUnknown, kUnknown, {kUnknown, kUnknown, kUnknown}};
-}
+/// In files of these kinds the titles of streams are names of tracks.
+constexpr std::string_view kNamedTracks[] = {"video/mp4",  "audio/mp4",        "video/3gpp",
+                                             "video/webm", "video/x-matroska", "audio/x-matroska"};
+constexpr std::string_view kMp4Types[] = {"video/mp4", "audio/mp4", "video/3gpp"};
 
 MediaInfo emptyInfo()
 {
     MediaInfo info;
     std::memset(&info.media, 0, sizeof info.media);
     std::memset(&info.container, 0, sizeof info.container);
-    info.seekable = false;
     info.media.duration = kUnknown;
     info.media.resolution = {kUnknown, kUnknown};
     info.media.color_depth = kUnknown;
     info.media.bit_rate = kUnknown;
     info.media.sample_rate = kUnknown;
-    clear(info.media.create_date);
+    info.media.create_date = unknownDate();
     for (auto* const list :
          {info.container.videos_detail, info.container.audios_detail, info.container.subtitle_detail})
     {
@@ -55,95 +59,6 @@ MediaInfo emptyInfo()
     info.container.audio_selected = kUnknown;
     info.container.text_selected = kUnknown;
     return info;
-}
-
-std::string tagText(GstTagList const* tags, char const* tag)
-{
-    gchar* value = nullptr;
-    if (tags == nullptr || gst_tag_list_get_string(tags, tag, &value) == FALSE)
-    {
-        return {};
-    }
-    TextPtr const owner(value);
-    return owner.get();
-}
-
-unsigned int tagNumber(GstTagList const* tags, char const* tag)
-{
-    guint value = 0;
-    if (tags != nullptr)
-    {
-        gst_tag_list_get_uint(tags, tag, &value);
-    }
-    return value;
-}
-
-/// Three letters of ISO 639-2, the form that files of most kinds carry.
-std::string languageOf(GstTagList const* tags)
-{
-    std::string const language = tagText(tags, GST_TAG_LANGUAGE_CODE);
-    char const* const code = language.empty() ? nullptr : gst_tag_get_language_code_iso_639_2T(language.c_str());
-    return code == nullptr ? language : code;
-}
-
-unsigned int bitRateOf(GstTagList const* tags)
-{
-    unsigned int const exact = tagNumber(tags, GST_TAG_BITRATE);
-    return exact != 0 ? exact : tagNumber(tags, GST_TAG_NOMINAL_BITRATE);
-}
-
-/// Clockwise degrees by which the picture has to be turned to stand upright.
-int rotationOf(GstTagList const* tags)
-{
-    std::string const orientation = tagText(tags, GST_TAG_IMAGE_ORIENTATION);
-    constexpr std::string_view kRotate = "rotate-";
-    return orientation.compare(0, kRotate.size(), kRotate) == 0 ? std::atoi(orientation.c_str() + kRotate.size()) : 0;
-}
-
-void readDate(GstTagList const* tags, om::om_media_info_t& media)
-{
-    GstDateTime* date = nullptr;
-    if (tags == nullptr || gst_tag_list_get_date_time(tags, GST_TAG_DATE_TIME, &date) == FALSE)
-    {
-        return;
-    }
-    om::om_date_t& to = media.create_date;
-    to.year = gst_date_time_get_year(date);
-    to.month = gst_date_time_has_month(date) != FALSE ? gst_date_time_get_month(date) : kUnknown;
-    to.day = gst_date_time_has_day(date) != FALSE ? gst_date_time_get_day(date) : kUnknown;
-    if (gst_date_time_has_time(date) != FALSE)
-    {
-        to.time.hour = gst_date_time_get_hour(date);
-        to.time.minute = gst_date_time_get_minute(date);
-        to.time.second = gst_date_time_has_second(date) != FALSE ? gst_date_time_get_second(date) : kUnknown;
-    }
-    setText(media.tag.year, std::to_string(to.year));
-    gst_date_time_unref(date);
-}
-
-/// Tags of the whole come with each of its streams: the first stream that has one wins.
-void readTags(GstTagList const* tags, om::om_media_info_t& media)
-{
-    struct Field
-    {
-        char* text;
-        std::size_t size;
-        char const* tag;
-    };
-    for (Field const& field : {Field{media.tag.title, sizeof media.tag.title, GST_TAG_TITLE},
-                               Field{media.tag.artist, sizeof media.tag.artist, GST_TAG_ARTIST},
-                               Field{media.tag.album, sizeof media.tag.album, GST_TAG_ALBUM},
-                               Field{media.tag.genre, sizeof media.tag.genre, GST_TAG_GENRE}})
-    {
-        if (field.text[0] == '\0')
-        {
-            setText(field.text, field.size, tagText(tags, field.tag));
-        }
-    }
-    if (media.create_date.year == kUnknown)
-    {
-        readDate(tags, media);
-    }
 }
 
 void readVideo(StreamPad const& stream, GstCaps const* compressed, om::om_stream_info_t& entry,
@@ -179,6 +94,7 @@ void readAudio(StreamPad const& stream, GstCaps const* compressed, om::om_stream
     CapsPtr const raw(gst_pad_get_current_caps(stream.pad.get()));
     GstStructure const* const sound = raw == nullptr ? nullptr : gst_caps_get_structure(raw.get(), 0);
     entry.audio.codec = audioCodecOf(compressed);
+    entry.audio.audio_format = audioFormatOf(raw.get());
     if (sound != nullptr)
     {
         gst_structure_get_int(sound, "rate", &entry.audio.samplerate);
@@ -193,10 +109,15 @@ void readAudio(StreamPad const& stream, GstCaps const* compressed, om::om_stream
     }
 }
 
-void readText(StreamPad const& stream, om::om_stream_info_t& entry)
+void readText(StreamPad const& stream, GstCaps const* compressed, om::om_stream_info_t& entry)
 {
-    setText(entry.subtitle.title, tagText(stream.tags.get(), GST_TAG_TITLE));
-    setText(entry.subtitle.lang, languageOf(stream.tags.get()));
+    // Among all tags of the stream are those of the whole, whose title is not this track's.
+    TagListPtr const tags = tagsOfScope(stream.pad.get(), GST_TAG_SCOPE_STREAM);
+    setText(entry.mime_type, subtitleTypeOf(compressed, tagText(tags.get(), GST_TAG_SUBTITLE_CODEC)));
+    setText(entry.subtitle.title, trackTitleOf(tags.get()));
+    setText(entry.subtitle.lang, languageOf(tags.get()));
+    entry.subtitle.drawtype = drawTypeOf(compressed);
+    entry.subtitle.embtype = om::OM_SUBTITLE_EMBEDDED;
 }
 
 /// A list of the container record.
@@ -248,10 +169,59 @@ void readStream(StreamPad const& stream, MediaInfo& info)
         readAudio(stream, compressed.get(), entry, info.media, number == 0);
         break;
     case StreamPad::Kind::text:
-        readText(stream, entry);
+        readText(stream, compressed.get(), entry);
         break;
     }
-    readTags(stream.tags.get(), info.media);
+}
+
+template <std::size_t count> bool isOneOf(std::string_view const (&types)[count], std::string_view type)
+{
+    return std::find(types, types + count, type) != types + count;
+}
+
+/// What is told of the whole comes first, what of a stream fills the gaps, where it is no name of a track.
+void readAllTags(std::vector<StreamPad> const& streams, om::om_media_info_t& media)
+{
+    bool const namedTracks = isOneOf(kNamedTracks, media.mime_type);
+    for (GstTagScope const scope : {GST_TAG_SCOPE_GLOBAL, GST_TAG_SCOPE_STREAM})
+    {
+        for (StreamPad const& stream : streams)
+        {
+            if (stream.pad != nullptr && !(namedTracks && scope == GST_TAG_SCOPE_STREAM))
+            {
+                readTags(tagsOfScope(stream.pad.get(), scope).get(), media);
+            }
+        }
+    }
+}
+
+/// What the pipeline does not tell, but the medium's own bytes.
+void readBytes(Pipeline const& pipeline, MediaInfo& info)
+{
+    info.chapters = chaptersOf(pipeline.streams());
+    std::string const file = pipeline.localFile();
+    if (!file.empty() && isOneOf(kMp4Types, info.media.mime_type))
+    {
+        Mp4Facts facts = readMp4Facts(FileBytes(file));
+        if (info.chapters.empty())
+        {
+            info.chapters = std::move(facts.chapters);
+        }
+        if (facts.created >= 0)
+        {
+            info.media.create_date = dateOf(facts.created);
+        }
+    }
+    completeChapters(info.chapters, info.media.duration);
+    if (info.media.media_type == om::OM_MEDIA_TYPE_PHOTO)
+    {
+        info.exif = readExif(pipeline.imageHead());
+    }
+    if (info.exif)
+    {
+        info.media.disp_rotation = info.exif->rotation;
+        info.media.create_date = info.exif->date_taken; // nothing else tells of a photo's
+    }
 }
 
 om::om_media_type_e typeOf(MediaInfo const& info, std::string const& mime)
@@ -281,7 +251,8 @@ void readWhole(Pipeline const& pipeline, bool live, MediaInfo& info)
     {
         media.duration = duration / static_cast<gint64>(GST_MSECOND);
     }
-    info.seekable = !live && pipeline.seekable();
+    bool const isPhoto = media.media_type == om::OM_MEDIA_TYPE_PHOTO;
+    info.seekable = !live && !isPhoto && pipeline.seekable();
     media.cap_flags = (info.seekable ? om::OM_CAP_SEEKABLE | om::OM_CAP_SPEEDABLE : 0) | (live ? om::OM_CAP_LIVE : 0);
 }
 
@@ -313,6 +284,8 @@ MediaInfo probeMedia(Pipeline const& pipeline, bool live)
     container.video_selected = container.video_count > 0 ? 0 : kUnknown;
     container.audio_selected = container.audio_count > 0 ? 0 : kUnknown;
     readWhole(pipeline, live, info);
+    readAllTags(pipeline.streams(), info.media);
+    readBytes(pipeline, info);
     if (bitRateKnown && bitRate > 0 && bitRate <= INT32_MAX)
     {
         info.media.bit_rate = static_cast<std::int32_t>(bitRate);

@@ -2,9 +2,12 @@
 // What an open pipeline tells about its medium, as the records that clients get.
 #pragma once
 
+#include "chapters.h"
 #include "pipeline.h"
 
 #include "orvane/om_records.h"
+
+#include <optional>
 
 namespace tz::orvane::service
 {
@@ -13,7 +16,9 @@ struct MediaInfo
 {
     om::om_media_info_t media;
     om::om_container_info_t container;
-    bool seekable;
+    bool seekable = false;
+    Chapters chapters;
+    std::optional<om::om_exif_info_t> exif; ///< of a photo
 };
 
 /// Asks a pipeline that has its streams. On the worker.

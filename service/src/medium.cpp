@@ -95,7 +95,13 @@ std::string normalized(std::string const& uri)
         TextPtr const text(gst_filename_to_uri(uri.c_str(), nullptr));
         return text == nullptr ? std::string() : text.get();
     }
-    return gst_uri_is_valid(uri.c_str()) != FALSE && !schemeOf(uri).empty() ? uri : std::string();
+    std::string const scheme = schemeOf(uri);
+    if (gst_uri_is_valid(uri.c_str()) == FALSE || scheme.empty())
+    {
+        return {};
+    }
+    TextPtr const lower(g_ascii_strdown(scheme.c_str(), -1));
+    return lower.get() + uri.substr(scheme.size());
 }
 
 bool readFormat(std::string_view bytes, std::optional<EsFormat>& format)
@@ -168,7 +174,7 @@ bool isKnownScheme(std::string const& uri)
     std::string const scheme = schemeOf(uri);
     for (char const* const known : kSchemes)
     {
-        if (g_ascii_strcasecmp(scheme.c_str(), known) == 0)
+        if (scheme == known)
         {
             return true;
         }

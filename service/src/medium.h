@@ -27,7 +27,7 @@ struct Medium
     };
 
     Kind kind = Kind::none;
-    std::string uri;
+    std::string uri; ///< its scheme in lower case
     bool autoStart = false;
     std::chrono::milliseconds playTimeInterval{250};
     std::chrono::milliseconds openTimeout{0};

@@ -59,6 +59,9 @@ public:
 
     CallResult changeState(GstState state);
 
+    /// Begins to open the medium; the end of that is PAUSED.
+    virtual CallResult open() { return changeState(GST_STATE_PAUSED); }
+
     /// Seeks with a flush; backwards it plays from the position to the beginning.
     /// @param rate 1.0 is normal speed @param flags of GstSeekFlags, without the flush
     CallResult seek(double rate, std::int64_t milliseconds, int flags);
@@ -82,6 +85,12 @@ public:
 
     /// @return bytes of the medium, 0 when not known
     virtual std::uint64_t fileSize() const { return 0; }
+
+    /// @return path of the medium, empty when it is no file of this machine
+    virtual std::string localFile() const { return {}; }
+
+    /// @return the first bytes of a picture as its decoder got them, empty when there is none
+    virtual std::string imageHead() const { return {}; }
 
 private:
     ObjectPtr<GstElement> m_element;

@@ -3,6 +3,7 @@
 #include "player_commands.h"
 
 #include "extended_commands.h"
+#include "info_commands.h"
 
 #include <cerrno>
 #include <cstring>
@@ -216,7 +217,8 @@ constexpr PlayerCommandRow kRows[] = {
 
 PlayerCommand findPlayerCommand(int code)
 {
-    return findIn(kRows, code);
+    PlayerCommand const command = findIn(kRows, code);
+    return command != nullptr ? command : findInfoCommand(code);
 }
 
 } // namespace tz::orvane::service

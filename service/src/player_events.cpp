@@ -96,6 +96,11 @@ void PlayerEvents::containerInfo(om::om_container_info_t const& info) const
     send(protocol::kMsgPlayerContainerInfoUpdated, [&](mdt::MsgData& event) { writeRecord(event, info); }, {});
 }
 
+void PlayerEvents::exifInfo(om::om_exif_info_t const& info) const
+{
+    send(protocol::kMsgPlayerExifInfoUpdated, [&](mdt::MsgData& event) { writeRecord(event, info); }, {});
+}
+
 void PlayerEvents::playTime(std::int64_t milliseconds) const
 {
     send(protocol::kMsgPlayerPlayTimeUpdated, [&](mdt::MsgData& event) { event.writeSInt64(milliseconds); }, {});

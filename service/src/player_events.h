@@ -49,6 +49,7 @@ public:
     void event(om::om_event_e code, Properties properties) const;
     void mediaInfo(om::om_media_info_t const& info) const;
     void containerInfo(om::om_container_info_t const& info) const;
+    void exifInfo(om::om_exif_info_t const& info) const;
     void playTime(std::int64_t milliseconds) const;
 
 private:

@@ -120,8 +120,7 @@ void Player::openMedium(Then then)
     m_deck->setListener(this);
     applyLoudness();
     m_deck->operate(
-        Deck::Kind::state, m_medium.openTimeout,
-        [](Pipeline& opening) { return opening.changeState(GST_STATE_PAUSED); },
+        Deck::Kind::state, m_medium.openTimeout, [](Pipeline& opening) { return opening.open(); },
         [this, then = std::move(then)](Deck::Outcome outcome)
         {
             m_live = outcome == Deck::Outcome::live;
@@ -161,6 +160,7 @@ void Player::probe(Then then)
             bool const sameMedia = known && std::memcmp(&m_info->media, &answer->media, sizeof answer->media) == 0;
             bool const sameTracks =
                 known && std::memcmp(&m_info->container, &answer->container, sizeof answer->container) == 0;
+            bool const exifIsNew = answer->exif && !(known && m_info->exif);
             m_info = *answer;
             if (!sameMedia)
             {
@@ -169,6 +169,10 @@ void Player::probe(Then then)
             if (!sameTracks)
             {
                 m_events.containerInfo(m_info->container);
+            }
+            if (exifIsNew)
+            {
+                m_events.exifInfo(*m_info->exif);
             }
             applyVisibility();
             then();

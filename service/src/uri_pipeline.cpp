@@ -3,8 +3,10 @@
 #include "uri_pipeline.h"
 
 #include "feed.h"
+#include "image_head.h"
 
 #include <string_view>
+#include <sys/stat.h>
 #include <utility>
 
 namespace tz::orvane::service
@@ -100,6 +102,13 @@ void setUpSelector(GstElement*, GstElement* element, gpointer)
     }
 }
 
+/// @return empty for what is no file of this machine
+std::string pathOf(std::string const& uri)
+{
+    TextPtr const path(g_filename_from_uri(uri.c_str(), nullptr, nullptr));
+    return path == nullptr ? std::string() : path.get();
+}
+
 GstElement* makePlaybin(std::string const& uri, GstElement* audioChain, GstElement* videoOutlet)
 {
     GstElement* const playbin = gst_element_factory_make("playbin", nullptr);
@@ -113,6 +122,8 @@ GstElement* makePlaybin(std::string const& uri, GstElement* audioChain, GstEleme
 
 UriPipeline::UriPipeline(std::string const& uri, std::string userAgent, GstElement* audioChain, GstElement* videoOutlet)
     : Pipeline(makePlaybin(uri, audioChain, videoOutlet), audioChain)
+    , m_imageHead(ImageHead::watch(element()))
+    , m_localFile(pathOf(uri))
     , m_userAgent(std::move(userAgent))
 {
     g_signal_connect(element(), "source-setup", G_CALLBACK(onSourceSetup), this);
@@ -120,10 +131,30 @@ UriPipeline::UriPipeline(std::string const& uri, std::string userAgent, GstEleme
 
 UriPipeline::UriPipeline(std::shared_ptr<Feed> const& feed, GstElement* audioChain, GstElement* videoOutlet)
     : Pipeline(makePlaybin("appsrc://", audioChain, videoOutlet), audioChain)
+    , m_imageHead(ImageHead::watch(element()))
     , m_feed(feed)
     , m_seekableSource(feed->seekable())
 {
     g_signal_connect(element(), "source-setup", G_CALLBACK(onSourceSetup), this);
+}
+
+CallResult UriPipeline::open()
+{
+    struct stat status
+    {
+    };
+    if (!m_localFile.empty() && stat(m_localFile.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+    {
+        changeState(GST_STATE_READY); // before that nobody hears what is said
+        GST_ELEMENT_ERROR(element(), STREAM, WRONG_TYPE, ("not a regular file"), (nullptr));
+        return CallResult::failed;
+    }
+    return Pipeline::open();
+}
+
+std::string UriPipeline::imageHead() const
+{
+    return m_imageHead->bytes();
 }
 
 void UriPipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self)

@@ -11,6 +11,7 @@ namespace tz::orvane::service
 {
 
 class Feed;
+class ImageHead;
 
 /// A playbin.
 class UriPipeline final : public Pipeline
@@ -22,15 +23,22 @@ public:
     /// Bytes come from `feed`.
     UriPipeline(std::shared_ptr<Feed> const& feed, GstElement* audioChain, GstElement* videoOutlet);
 
+    /// Only regular files are opened: others may keep whoever opens them waiting, or never end.
+    CallResult open() override;
+
     std::vector<StreamPad> streams() const override;
     bool seekable() const override;
     std::uint64_t fileSize() const override;
+    std::string localFile() const override { return m_localFile; }
+    std::string imageHead() const override;
 
 private:
     static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
 
     void setUp(GstElement* source);
 
+    std::shared_ptr<ImageHead> m_imageHead;
+    std::string m_localFile;
     std::string m_userAgent;
     std::weak_ptr<Feed> m_feed;
     bool m_seekableSource = true;

@@ -60,6 +60,35 @@ TEST_F(CodecMap, highDynamicRangeIsToldFromTheColours)
     EXPECT_EQ(hdrTypeOf(caps("video/x-raw").get()), om::OM_HDR_TYPE_NONE);
 }
 
+TEST_F(CodecMap, subtitlesAreTextsOrPicturesOfAKind)
+{
+    EXPECT_EQ(subtitleTypeOf(nullptr, ""), "");
+    EXPECT_EQ(subtitleTypeOf(caps("text/x-raw,format=utf8").get(), "3GPP timed text"), "text/3gpp-tt");
+    EXPECT_EQ(subtitleTypeOf(caps("text/x-raw,format=pango-markup").get(), ""), "application/x-subrip");
+    EXPECT_EQ(subtitleTypeOf(caps("text/x-raw,format=utf8").get(), ""), "text/plain");
+    EXPECT_EQ(subtitleTypeOf(caps("application/x-ass").get(), ""), "application/x-ass");
+    EXPECT_EQ(drawTypeOf(nullptr), om::OM_SUBTITLE_DRAW_TEXT);
+    EXPECT_EQ(drawTypeOf(caps("application/x-ass").get()), om::OM_SUBTITLE_DRAW_TEXT);
+    EXPECT_EQ(drawTypeOf(caps("subpicture/x-dvd").get()), om::OM_SUBTITLE_DRAW_PICTURE);
+}
+
+TEST_F(CodecMap, theFormOfSamplesIsTold)
+{
+    auto const formatOf = [](char const* format)
+    {
+        std::string const text = "audio/x-raw,layout=interleaved,rate=48000,channels=1,format=" + std::string(format);
+        return audioFormatOf(caps(text.c_str()).get());
+    };
+    EXPECT_EQ(audioFormatOf(nullptr), om::OM_AUDIO_FORMAT_UNKNOWN);
+    EXPECT_EQ(audioFormatOf(caps("audio/mpeg").get()), om::OM_AUDIO_FORMAT_UNKNOWN);
+    EXPECT_EQ(formatOf("U8"), om::OM_AUDIO_FORMAT_8);
+    EXPECT_EQ(formatOf("S16LE"), om::OM_AUDIO_FORMAT_16);
+    EXPECT_EQ(formatOf("S24_32LE"), om::OM_AUDIO_FORMAT_24);
+    EXPECT_EQ(formatOf("S32LE"), om::OM_AUDIO_FORMAT_32);
+    EXPECT_EQ(formatOf("F32LE"), om::OM_AUDIO_FORMAT_F32);
+    EXPECT_EQ(formatOf("F64LE"), om::OM_AUDIO_FORMAT_F64);
+}
+
 TEST_F(CodecMap, aPushedStreamIsDescribedByItsRecord)
 {
     EsFormat format;

@@ -127,6 +127,26 @@ TEST_F(DeckTest, aRefusedSeekIsNoFault)
     EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_NONE);
 }
 
+TEST_F(DeckTest, aDecoderThatIsMissingWithoutAReasonIsCounted)
+{
+    m_deck->operate(
+        Deck::Kind::query, kLong,
+        [](Pipeline& pipeline)
+        {
+            pipeline.changeState(GST_STATE_READY); // before that nobody hears what is said
+            GstElement* const element = pipeline.element();
+            gst_element_post_message(
+                element,
+                gst_message_new_element(GST_OBJECT(element),
+                                        gst_structure_new("missing-plugin", "type", G_TYPE_STRING, "none", nullptr)));
+            return CallResult::done;
+        },
+        [this](Deck::Outcome) { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(m_deck->missingCodecs().size(), 1u);
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_NONE);
+}
+
 TEST_F(DeckTest, aPipelineThatEndsLeavesNothingBehind)
 {
     m_yard.take(std::move(m_deck), kLong);

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+// Messages that ask what is told of a medium beyond its records.
+#include "info_commands.h"
+
+#include <cerrno>
+#include <charconv>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+void getExifInfo(Player& player, Request& request)
+{
+    bool const known = player.info() != nullptr && player.info()->exif.has_value();
+    known ? request.replyRecord(*player.info()->exif) : request.reply(-ENODATA);
+}
+
+/// Finds out which chapter is being played. The answer is not called when the player is gone meanwhile.
+/// @param answer gets the medium's chapters, and null for none
+template <class Done> void askChapter(Player& player, Done answer)
+{
+    player.askPosition(
+        [&player, answer = std::move(answer)](std::int64_t position) mutable
+        {
+            // Another medium may have been opened meanwhile: what counts is the one of now.
+            static Chapters const kNone;
+            Chapters const& chapters = player.info() == nullptr ? kNone : player.info()->chapters;
+            answer(chapters, chapterAt(chapters, position));
+        });
+}
+
+void getChapterInfo(Player& player, Request& request)
+{
+    askChapter(player, [answer = request.postpone()](Chapters const&, Chapter const* current) mutable
+               { current == nullptr ? answer.reply(-ENODATA) : answer.replyRecord(recordOf(*current)); });
+}
+
+/// @param chosen one of them, or null
+void reply(Answer& answer, Chapters const& chapters, Chapter const* chosen)
+{
+    om::OmPropertyGroup group;
+    addAll(group, {{om::OM_KEY_COUNT, std::to_string(chapters.size())}});
+    if (chosen != nullptr)
+    {
+        addAll(group, {{om::OM_KEY_INDEX, std::to_string(chosen - chapters.data())},
+                       {om::OM_KEY_START, std::to_string(chosen->start)},
+                       {om::OM_KEY_END, std::to_string(chosen->end)},
+                       {om::OM_KEY_TITLE, chosen->title},
+                       {om::OM_KEY_LANG, chosen->language}});
+    }
+    answer.reply(group);
+}
+
+constexpr PlayerCommandRow kRows[] = {
+    {protocol::kCmdGetExifInfo, getExifInfo},
+    {protocol::kCmdGetChapterInfo, getChapterInfo},
+};
+
+} // namespace
+
+PlayerCommand findInfoCommand(int code)
+{
+    return findIn(kRows, code);
+}
+
+int chapter(Player& player, protocol::PropertyView const& properties, Request& request)
+{
+    if (player.info() == nullptr)
+    {
+        return -ENODATA;
+    }
+    std::string_view const text = properties.get(om::OM_KEY_INDEX);
+    if (text.empty())
+    {
+        askChapter(player, [answer = request.postpone()](Chapters const& chapters, Chapter const* current) mutable
+                   { reply(answer, chapters, current); });
+        return 0;
+    }
+    Chapters const& chapters = player.info()->chapters;
+    std::size_t index = 0;
+    auto const result = std::from_chars(text.data(), text.data() + text.size(), index);
+    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+    if (!whole || index >= chapters.size())
+    {
+        return -EINVAL;
+    }
+    reply(request, chapters, &chapters[index]);
+    return 0;
+}
+
+} // namespace tz::orvane::service
