@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the helpers of applications cost: URIs, timers, property groups. A Google Benchmark program of its own.
-#include "orvane/om_property_group.h"
+// What the helpers of applications cost: URIs and timers. A Google Benchmark program of its own.
 #include "orvane/om_timer.h"
 #include "orvane/om_uri_util.h"
+#include "tests/unit/uri_model.h"
 
 #include <benchmark/benchmark.h>
 
@@ -11,7 +11,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <iterator>
 #include <mutex>
 #include <string>
 
@@ -21,15 +20,11 @@ namespace tz::orvane::bench
 namespace
 {
 
-constexpr char const* kKeys[] = {"scenes",   "playMode",        "width",     "height", "pos",
-                                 "filesize", "duration",        "subtitle",  "region", "bgmusic",
-                                 "curItem",  "video-play-mode", "zoom-mode", "app"};
-
 std::string uriWithAllKeys()
 {
     std::string uri = "https://media.example/films/clip.mp4";
     char separator = '?';
-    for (char const* key : kKeys)
+    for (char const* key : test::kUriKeys)
     {
         uri += separator + std::string(key) + "=1920";
         separator = '&';
@@ -58,39 +53,6 @@ void uriParsePlain(benchmark::State& state)
     }
 }
 BENCHMARK(uriParsePlain)->Name("URI, parsing one without parameters");
-
-void groupAdd(benchmark::State& state)
-{
-    for (auto _ : state)
-    {
-        om::OmPropertyGroup group;
-        for (char const* key : kKeys)
-        {
-            group.add(key, "1920");
-        }
-        benchmark::DoNotOptimize(&group);
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<long>(std::size(kKeys)));
-}
-BENCHMARK(groupAdd)->Name("property group, adding fourteen entries");
-
-void groupRead(benchmark::State& state)
-{
-    om::OmPropertyGroup group;
-    for (char const* key : kKeys)
-    {
-        group.add(key, "1920");
-    }
-    for (auto _ : state)
-    {
-        for (char const* key : kKeys)
-        {
-            benchmark::DoNotOptimize(group.get(key));
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<long>(std::size(kKeys)));
-}
-BENCHMARK(groupRead)->Name("property group, reading fourteen entries");
 
 class Listener final : public om::OmITimerListener
 {

@@ -19,11 +19,11 @@ namespace tz::orvane::om
 class ORVANE_API UriEntity
 {
 public:
-    static OmString const HEADER_FILE;
-    static OmString const HEADER_HTTP;
-    static OmString const HEADER_HTTPS;
-    static OmString const HEADER_ES;
-    static OmString const HEADER_RTSP;
+    static OmString const HEADER_FILE;  ///< "file://"; the path behind it begins with a slash or gets this one's last
+    static OmString const HEADER_HTTP;  ///< "http://"
+    static OmString const HEADER_HTTPS; ///< "https://"
+    static OmString const HEADER_ES;    ///< "es://", elementary streams that the application pushes
+    static OmString const HEADER_RTSP;  ///< "rtsp://"
 
     /// Parses `uri`; an empty one, or one that cannot be parsed, gives an invalid entity with an empty record.
     /// @throw std::out_of_range for "file://" with nothing behind it

@@ -10,6 +10,11 @@
 namespace tz::orvane::test
 {
 
+/// The keys that are taken out of a URI, in that order.
+inline constexpr char const* kUriKeys[] = {"scenes",   "playMode",        "width",     "height", "pos",
+                                           "filesize", "duration",        "subtitle",  "region", "bgmusic",
+                                           "curItem",  "video-play-mode", "zoom-mode", "app"};
+
 /// What a URI must come apart into.
 struct UriModel
 {
@@ -131,8 +136,7 @@ inline UriModel modelUri(std::string const& uri)
     }
 
     std::string pure = uri;
-    for (char const* key : {"scenes", "playMode", "width", "height", "pos", "filesize", "duration", "subtitle",
-                            "region", "bgmusic", "curItem", "video-play-mode", "zoom-mode", "app"})
+    for (char const* key : kUriKeys)
     {
         if (auto const found = modelParameter(pure, key))
         {

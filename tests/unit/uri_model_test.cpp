@@ -17,9 +17,7 @@ namespace tz::orvane::om
 namespace
 {
 
-constexpr char const* kKeys[] = {"scenes",   "playMode",        "width",     "height", "pos",
-                                 "filesize", "duration",        "subtitle",  "region", "bgmusic",
-                                 "curItem",  "video-play-mode", "zoom-mode", "app"};
+using test::kUriKeys;
 
 class Maker
 {
@@ -56,11 +54,11 @@ private:
         {
         case 0:
         case 1:
-            return (below(2) == 0 ? "?" : "&") + pick(kKeys) + "=" + std::to_string(below(100));
+            return (below(2) == 0 ? "?" : "&") + pick(kUriKeys) + "=" + std::to_string(below(100));
         case 2:
-            return pick(kKeys) + "=" + pick(marks);
+            return pick(kUriKeys) + "=" + pick(marks);
         case 3:
-            return pick(kKeys);
+            return pick(kUriKeys);
         case 4:
             return "/dir/name.ext";
         case 5:
@@ -95,7 +93,7 @@ void expectAgreement(UriEntity& entity, std::string const& uri)
     expectField("header", info.header, sizeof info.header, model.header);
 
     std::size_t found = 0;
-    for (char const* key : kKeys)
+    for (char const* key : kUriKeys)
     {
         OmString const value = entity.getProperty(key);
         if (found < model.properties.size() && model.properties[found].first == key)
@@ -157,7 +155,7 @@ TEST(UriModel, agreesOnSingleParameters)
     {
         std::string const uri = maker.uri();
         SCOPED_TRACE(::testing::PrintToString(uri));
-        for (char const* key : kKeys)
+        for (char const* key : kUriKeys)
         {
             expectSameParameter(entity, uri, key);
             found += test::modelParameter(uri, key) ? 1 : 0;

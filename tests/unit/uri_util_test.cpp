@@ -3,6 +3,7 @@
 #include "orvane/om_uri_util.h"
 
 #include "support/log_capture.h"
+#include "unit/uri_model.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -101,7 +103,7 @@ TEST(UriEntity, unknownHeaderGivesAnInvalidEntity)
         UriEntity entity(uri);
         EXPECT_FALSE(entity.isValid());
         EXPECT_EQ(entity.parseUri(uri), -1);
-        EXPECT_THAT(log.textsOf("UriEntity::parseUri"), Contains(std::string("Unknown header! uri=") + uri));
+        EXPECT_THAT(log.linesOf("UriEntity::parseUri"), Contains(std::string("error: Unknown header! uri=") + uri));
         om_uri_info_t const empty{};
         om_uri_info_t const info = infoOf(entity);
         EXPECT_EQ(std::memcmp(&info, &empty, sizeof info), 0);
@@ -122,7 +124,8 @@ TEST(UriEntity, emptyUriGivesAnInvalidEntity)
     LogCapture log;
     {
         UriEntity const entity("");
-        EXPECT_THAT(log.texts(), ElementsAre("URI is empty!"));
+        EXPECT_THAT(log.linesOf("UriEntity::UriEntity"), ElementsAre("error: URI is empty!"));
+        EXPECT_EQ(log.lines().size(), 1U);
         EXPECT_FALSE(entity.isValid());
         om_uri_info_t const empty{};
         om_uri_info_t const info = infoOf(entity);
@@ -130,7 +133,8 @@ TEST(UriEntity, emptyUriGivesAnInvalidEntity)
         EXPECT_EQ(entity.getProperty("width"), "");
         log.clear();
     }
-    EXPECT_THAT(log.texts(), ElementsAre("called. "));
+    EXPECT_THAT(log.linesOf("UriEntity::~UriEntity"), ElementsAre("debug: called. "));
+    ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0].place, "om_uri_util: UriEntity::~UriEntity");
 }
 
@@ -264,9 +268,8 @@ TEST(UriEntity, embeddedNulIsAnOrdinaryCharacterOfTheUri)
 
 TEST(UriEntity, allFourteenParametersAreTakenInAnyOrder)
 {
-    std::vector<std::string> const keys = {"app",    "zoom-mode", "video-play-mode", "curItem",  "bgmusic",
-                                           "region", "subtitle",  "duration",        "filesize", "pos",
-                                           "height", "width",     "playMode",        "scenes"};
+    std::vector<std::string> const keys(std::rbegin(test::kUriKeys), std::rend(test::kUriKeys));
+    ASSERT_EQ(keys.size(), 14U);
     std::string uri = "http://host/v.ts";
     for (std::size_t i = 0; i < keys.size(); ++i)
     {
@@ -363,7 +366,7 @@ TEST(UriEntity, aKeyAtTheVeryEndHasNoValue)
         SCOPED_TRACE(uri);
         LogCapture const log;
         UriEntity const entity(uri);
-        EXPECT_THAT(log.textsOf("UriEntity::parseProperty"), Contains("This key [width] has no value."));
+        EXPECT_THAT(log.linesOf("UriEntity::parseProperty"), Contains("info: This key [width] has no value."));
         EXPECT_EQ(entity.getProperty("width"), "");
         EXPECT_STREQ(infoOf(entity).pure_uri, uri);
     }
@@ -383,7 +386,7 @@ struct Found
     int startPos = -7;
     int endPos = -7;
     std::string value;
-    std::vector<std::string> texts;
+    std::vector<std::string> lines;
 };
 
 Found find(std::string const& uri, std::string const& key)
@@ -394,7 +397,7 @@ Found find(std::string const& uri, std::string const& key)
     Found found;
     found.result = entity.parseProperty(uri, key, group, found.startPos, found.endPos);
     found.value = group.get(key);
-    found.texts = log.textsOf("UriEntity::parseProperty");
+    found.lines = log.linesOf("UriEntity::parseProperty");
     return found;
 }
 
@@ -405,7 +408,7 @@ TEST(UriEntityParameter, positionsDelimitWhatIsToBeCut)
     EXPECT_EQ(found.value, "12");
     EXPECT_EQ(found.startPos, 7);
     EXPECT_EQ(found.endPos, 16);
-    EXPECT_THAT(found.texts, ElementsAre("called. uri=es://s?width=12&a=1, key=width", "Done. value=12."));
+    EXPECT_THAT(found.lines, ElementsAre("debug: called. uri=es://s?width=12&a=1, key=width", "info: Done. value=12."));
     found = find("es://s?a=1&width=12", "width");
     EXPECT_EQ(found.startPos, 10);
     EXPECT_EQ(found.endPos, 19);
@@ -446,7 +449,8 @@ TEST(UriEntityParameter, whatIsNotFoundLeavesGroupAndPositions)
         EXPECT_EQ(found.value, "");
         EXPECT_EQ(found.startPos, -7);
         EXPECT_EQ(found.endPos, -7);
-        EXPECT_THAT(found.texts, ElementsAre(std::string("called. uri=") + c.uri + ", key=width", c.text));
+        EXPECT_THAT(found.lines, ElementsAre(std::string("debug: called. uri=") + c.uri + ", key=width",
+                                             std::string("info: ") + c.text));
     }
 }
 
@@ -459,9 +463,11 @@ TEST(UriEntityParameter, theShortFormFindsAndSaysTheSame)
     EXPECT_EQ(entity.parseProperty("es://s?width=12&a=1", "height", group), -1);
     EXPECT_EQ(group.count(), 1);
     EXPECT_EQ(group.get("width"), "12");
-    EXPECT_THAT(log.texts(),
-                ElementsAre("called. uri=es://s?width=12&a=1, key=width", "Done. value=12.",
-                            "called. uri=es://s?width=12&a=1, key=height", "Can't find this key [height]"));
+    EXPECT_THAT(log.linesOf("UriEntity::parseProperty"),
+                ElementsAre("debug: called. uri=es://s?width=12&a=1, key=width", "info: Done. value=12.",
+                            "debug: called. uri=es://s?width=12&a=1, key=height",
+                            "info: Can't find this key [height]"));
+    EXPECT_EQ(log.lines().size(), 4U);
 }
 
 TEST(UriEntityParameter, aFoundOneIsAppendedToTheGroup)
@@ -480,22 +486,43 @@ TEST(UriEntityLog, parsingTellsItsSteps)
     LogCapture const log;
     std::string const uri = "file:///mnt/v/clip.mp4?width=1920&height=1080";
     UriEntity const entity(uri);
-    std::string const sizes = "totalSize=" + std::to_string(14 * sizeof(OmString)) +
+    std::string const sizes = "info: totalSize=" + std::to_string(14 * sizeof(OmString)) +
                               ", arraySize=14, keySize=" + std::to_string(sizeof(OmString));
-    EXPECT_THAT(log.textsOf("UriEntity::parseUri"),
-                ElementsAre("called. uri=" + uri, "headerLen=7",
-                            "fn_uri=file:///mnt/v/clip.mp4, paramPos=22, extPos=18, filePos=13", sizes,
-                            "key=width, startPos=23, endPos=34",
-                            "subStr_tmp1:file:///mnt/v/clip.mp4?, subStr_tmp2:height=1080",
-                            "key=height, startPos=22, endPos=34",
-                            "subStr_tmp1:file:///mnt/v/clip.mp4, subStr_tmp2:", "pure_uri:file:///mnt/v/clip.mp4"));
+    EXPECT_THAT(
+        log.linesOf("UriEntity::parseUri"),
+        ElementsAre("debug: called. uri=" + uri, "info: headerLen=7",
+                    "info: fn_uri=file:///mnt/v/clip.mp4, paramPos=22, extPos=18, filePos=13", sizes,
+                    "info: key=width, startPos=23, endPos=34",
+                    "info: subStr_tmp1:file:///mnt/v/clip.mp4?, subStr_tmp2:height=1080",
+                    "info: key=height, startPos=22, endPos=34",
+                    "info: subStr_tmp1:file:///mnt/v/clip.mp4, subStr_tmp2:", "info: pure_uri:file:///mnt/v/clip.mp4"));
+}
+
+TEST(UriEntityLog, nobodyElseSpeaksWhileItParsesButTheCopyOfTexts)
+{
+    UriEntity entity("file:///a.mp4?width=1");
+    LogCapture log;
+    EXPECT_EQ(entity.parseUri("es://s.ts?pos=2"), 0);
+    EXPECT_EQ(log.texts().at(1), "headerLen=5");
+    for (LogCapture::Line const& line : log.lines())
+    {
+        EXPECT_TRUE(line.place == "om_uri_util: UriEntity::parseUri" ||
+                    line.place == "om_uri_util: UriEntity::parseProperty" ||
+                    line.place == "om_type_util: OmTypeUtil::copy")
+            << line.whole;
+    }
+    log.clear();
+    EXPECT_EQ(entity.parseUri("ftp://x"), -1);
+    EXPECT_EQ(log.linesOf("UriEntity::parseUri").size(), 2U);
+    EXPECT_EQ(log.lines().size(), 2U);
 }
 
 TEST(UriEntityLog, positionsThatDoNotExistAreMinusOne)
 {
     LogCapture const log;
     UriEntity const entity("es://stream");
-    EXPECT_THAT(log.textsOf("UriEntity::parseUri"), Contains("fn_uri=es://stream, paramPos=-1, extPos=-1, filePos=4"));
+    EXPECT_THAT(log.linesOf("UriEntity::parseUri"),
+                Contains("info: fn_uri=es://stream, paramPos=-1, extPos=-1, filePos=4"));
 }
 
 TEST(UriEntityLog, theRecordIsTold)
@@ -504,9 +531,9 @@ TEST(UriEntityLog, theRecordIsTold)
     LogCapture const log;
     om_uri_info_t info;
     EXPECT_EQ(entity.getUriInfo(info), 0);
-    EXPECT_THAT(log.textsOf("UriEntity::getUriInfo"),
-                ElementsAre("----info-orign_uri=file://v/a.ts?pos=1.", "----info-pure_uri=file://v/a.ts.",
-                            "----info-file_name=a.ts.", "----info-header=file:/."));
+    EXPECT_THAT(log.linesOf("UriEntity::getUriInfo"),
+                ElementsAre("info: ----info-orign_uri=file://v/a.ts?pos=1.", "info: ----info-pure_uri=file://v/a.ts.",
+                            "info: ----info-file_name=a.ts.", "info: ----info-header=file:/."));
 }
 
 } // namespace

@@ -89,7 +89,7 @@ int UriEntity::parseUri(OmString const& uri)
 {
     ORVANE_LOG_DEBUG("called. uri=%s", uri.c_str());
     m_valid = 0;
-    OmTypeUtil::reset(m_info);
+    m_info = {};
     m_properties = OmPropertyGroup();
 
     std::size_t const headerLen = headerLength(uri);
