@@ -11,7 +11,8 @@ namespace tz::orvane::om
 /// it. From inside a callback:
 /// - `setTime`, `cancel` and `cancelAll` of OmTimer do nothing but log an error, and give -2;
 /// - an OmTimer, its own included, may be made and destroyed;
-/// - do not wait for a thread that arms, cancels or destroys a timer: it waits for the callback;
+/// - do not wait for a thread that arms, cancels or destroys a timer: it waits for the callback. Destroying a player or
+///   another object whose listeners use timers is such a wait, and so is removing these listeners;
 /// - do not throw.
 class OmITimerListener
 {

@@ -9,8 +9,15 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <list>
+#include <map>
 #include <mutex>
-#include <vector>
+#include <utility>
+
+namespace tz::orvane::platform
+{
+struct LogSite;
+}
 
 namespace tz::orvane::om
 {
@@ -23,6 +30,9 @@ namespace tz::orvane::om
 /// Any thread may call any operation, except those that OmITimerListener excludes from its callback. When `cancel`,
 /// `cancelAll` or the destructor returns on another thread than the timers', a callback that was running has ended and
 /// the cancelled tasks fire no more. Do not hold a lock over these calls that the listener takes.
+///
+/// In a forked child nothing is armed; its copies of timers may be used and destroyed, and the next task that is armed
+/// starts a thread there. A child that was forked inside a callback must not return from it.
 class ORVANE_API OmTimer
 {
 public:
@@ -81,7 +91,8 @@ struct OmTimerTaskInfo_t
 ///
 /// Applications need OmTimer only. A thread of their own is for tests that want to say when a tick is over. One mutex
 /// guards everything and is held while a callback runs; any thread may call any operation except where stated. `open`
-/// and `close` belong to the owner's thread; `close` inside a callback ends the process.
+/// and `close` belong to the owner's thread; `close` inside a callback ends the process. A forked child must not use
+/// its copy of one.
 class ORVANE_API OmTimerThread
 {
 public:
@@ -89,9 +100,9 @@ public:
 
     enum class Mode : int
     {
-        closed,
+        closed,  ///< there is no thread, or it is about to end
         waiting, ///< no task is armed
-        ticking
+        ticking  ///< tasks are armed, or were until the tick that is under way
     };
 
     /// Waits for so many milliseconds. @return 0, or a negative number and errno; the tick counts all the same
@@ -125,7 +136,7 @@ public:
     int add(OmTimer* timer, int task_id, long long interval, int period);
 
     /// Takes no lock: only for when no other thread uses this object, or inside a callback.
-    /// @return the first such task, or the end of the list
+    /// @return the task, null when it is not armed
     OmTimerTaskInfo_t* find(OmTimer* timer, int task_id);
 
     /// Disarms a task. @return 0; 1 when there is none; -2 for null, a negative id or inside a callback
@@ -140,6 +151,7 @@ public:
     /// @return whether no task is armed
     bool isIdle() const;
 
+    /// @return what the thread is doing
     Mode mode() const;
 
     /// The thread's function. @param arg the OmTimerThread. @return null
@@ -148,16 +160,25 @@ public:
 private:
     friend class OmTimer;
 
+    using Tasks = std::list<OmTimerTaskInfo_t>;
+    using Index = std::map<std::pair<OmTimer const*, int>, Tasks::iterator>;
+
+    struct Unopened
+    {
+    };
+
+    OmTimerThread(Unopened, Wait wait);
+
+    void open(bool dropsTasks);
     void forget(OmTimer const* timer);
     bool isInCallback() const;
     std::unique_lock<std::mutex> lock() const;
-    template <class Predicate> void drop(Predicate predicate);
-    void sweep();
+    Index::iterator drop(Index::iterator entry);
 
     void ticking();
-    void waitOneTick();
-    void walk();
-    void expire(OmTimerTaskInfo_t& task);
+    void waitOneTick(platform::LogSite const& site);
+    void walk(platform::LogSite const& site);
+    void expire(OmTimerTaskInfo_t& task, platform::LogSite const& site);
 
     static std::atomic<OmTimerThread*> s_inst;
 
@@ -167,7 +188,8 @@ private:
     std::condition_variable m_wake;
     bool m_running = false;
     Mode m_mode = Mode::closed;
-    std::vector<OmTimerTaskInfo_t> m_tasks; ///< in the order in which they were armed
+    Tasks m_tasks; ///< in the order in which they were armed; during a walk also those that are over
+    Index m_index; ///< the armed ones
 };
 
 } // namespace tz::orvane::om

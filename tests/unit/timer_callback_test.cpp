@@ -4,6 +4,7 @@
 
 #include "support/log_capture.h"
 #include "unit/hand_clock.h"
+#include "unit/waiting_caller.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <thread>
+#include <string>
 #include <vector>
 
 namespace tz::orvane::om
@@ -20,7 +21,6 @@ namespace tz::orvane::om
 namespace
 {
 
-using platform::DebugLevel;
 using test::eventually;
 using test::LogCapture;
 using test::NotingListener;
@@ -31,7 +31,7 @@ using Fired = std::vector<unsigned int>;
 using TimerCallback = test::HandTimedTest;
 
 constexpr unsigned int kTask = 0xB101;
-constexpr char kRefused[] = "<timer> Not allowed inside a timer's callback!";
+constexpr char kRefused[] = "error: <timer> Not allowed inside a timer's callback!";
 
 TEST_F(TimerCallback, armingAndCancellingAreRefusedWithAnErrorLine)
 {
@@ -44,16 +44,9 @@ TEST_F(TimerCallback, armingAndCancellingAreRefusedWithAnErrorLine)
     LogCapture log;
     ticks(1);
     EXPECT_EQ(results, (std::vector<int>{-2, -2, -2}));
-    EXPECT_THAT(log.textsOf("OmTimerThread::add"), ElementsAre(kRefused));
-    EXPECT_THAT(log.textsOf("OmTimerThread::remove"), ElementsAre(kRefused));
-    EXPECT_THAT(log.textsOf("OmTimerThread::removeTaskOfTimer"), ElementsAre(kRefused));
-    for (LogCapture::Line const& line : log.lines())
-    {
-        if (line.text == kRefused)
-        {
-            EXPECT_EQ(line.level, DebugLevel::error);
-        }
-    }
+    EXPECT_THAT(log.linesOf("OmTimerThread::add"), ElementsAre(kRefused));
+    EXPECT_THAT(log.linesOf("OmTimerThread::remove"), ElementsAre(kRefused));
+    EXPECT_THAT(log.linesOf("OmTimerThread::removeTaskOfTimer"), ElementsAre(kRefused));
     ticks(1);
     EXPECT_EQ(listener.fired(), (Fired{kTask, kTask})) << "it must be as it was";
 }
@@ -153,7 +146,9 @@ TEST_F(TimerCallback, theStateOfTheThreadCanBeAskedFor)
 }
 
 /// Runs `operation` on another thread while a callback is held up; it must not come back before the callback has.
-void expectWaitsForCallback(NotingListener& listener, OmTimer& timer, std::function<void()> const& operation)
+/// @param entry the line that the operation begins with, empty when it has none
+void expectWaitsForCallback(NotingListener& listener, OmTimer& timer, std::string const& entry,
+                            std::function<void()> const& operation)
 {
     std::atomic<bool> entered{false};
     std::atomic<bool> letGo{false};
@@ -167,43 +162,58 @@ void expectWaitsForCallback(NotingListener& listener, OmTimer& timer, std::funct
     };
     ASSERT_EQ(timer.setTime(kTask, 0, 1), 0);
     ASSERT_TRUE(eventually([&] { return entered.load(); }));
-    std::atomic<bool> started{false};
-    std::thread caller(
+    LogCapture const log;
+    test::WaitingCaller caller(
         [&]
         {
-            started = true;
             operation();
             overInTime = callbackOver.load();
         });
-    ASSERT_TRUE(eventually([&] { return started.load(); }));
-    for (int i = 0; i < 1000; ++i)
-    {
-        std::this_thread::yield(); // a caller that does not wait comes back meanwhile
-    }
+    EXPECT_TRUE(eventually([&] { return entry.empty() || log.contains(entry); }));
+    caller.expectWaits();
     letGo = true;
     caller.join();
     EXPECT_TRUE(overInTime);
+    OmTimerThread::instance().clear(); // what the listener does ends with this function
+}
+
+TEST_F(TimerCallback, setTimeOnAnotherThreadWaitsForIt)
+{
+    clock.release();
+    OmTimer timer(&listener);
+    expectWaitsForCallback(listener, timer, "<timer> set time. task_id=45314, interval=1000000, period=0.",
+                           [&] { EXPECT_EQ(timer.setTime(kTask + 1, 1'000'000, 0), 0); });
 }
 
 TEST_F(TimerCallback, cancelOnAnotherThreadWaitsForIt)
 {
     clock.release();
     OmTimer timer(&listener);
-    expectWaitsForCallback(listener, timer, [&] { EXPECT_EQ(timer.cancel(kTask), 0); });
+    expectWaitsForCallback(listener, timer, "<timer> cancel timer (id=45313).",
+                           [&] { EXPECT_EQ(timer.cancel(kTask), 0); });
 }
 
 TEST_F(TimerCallback, cancelAllOnAnotherThreadWaitsForIt)
 {
     clock.release();
     OmTimer timer(&listener);
-    expectWaitsForCallback(listener, timer, [&] { EXPECT_EQ(timer.cancelAll(), 0); });
+    expectWaitsForCallback(listener, timer, "<timer> cancel timer of all.", [&] { EXPECT_EQ(timer.cancelAll(), 0); });
 }
 
 TEST_F(TimerCallback, destructionOnAnotherThreadWaitsForIt)
 {
     clock.release();
     auto timer = std::make_unique<OmTimer>(&listener);
-    expectWaitsForCallback(listener, *timer, [&] { timer.reset(); });
+    expectWaitsForCallback(listener, *timer, "", [&] { timer.reset(); });
+}
+
+TEST_F(TimerCallback, closingTheThreadWaitsForIt)
+{
+    clock.release();
+    OmTimer timer(&listener);
+    expectWaitsForCallback(listener, timer, "", [this] { thread.close(); });
+    EXPECT_EQ(thread.mode(), Mode::closed);
+    EXPECT_TRUE(thread.isIdle());
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "support/log_capture.h"
 #include "unit/hand_clock.h"
+#include "unit/waiting_caller.h"
 
 #include <gtest/gtest.h>
 
@@ -85,14 +86,13 @@ TEST(TimerRealTime, anIdleThreadDoesNotRun)
         {
             long const last = before;
             before = contextSwitches(folder);
-            std::ifstream status(folder + "/stat");
-            std::string fields;
-            std::getline(status, fields);
-            return before == last && fields.find(") S ") != std::string::npos;
+            return before == last && test::sleeps(folder);
         }));
 
     std::this_thread::sleep_for(std::chrono::seconds(1)); // the second that is measured
-    EXPECT_EQ(contextSwitches(folder), before);
+    long const after = contextSwitches(folder);
+    EXPECT_EQ(after, before);
+    RecordProperty("contextSwitchesInAQuietSecond", std::to_string(after - before));
 
     // The same measure sees a thread that ticks.
     ASSERT_EQ(timer.setTime(kTask, 200, 0), 0);

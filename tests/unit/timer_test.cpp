@@ -10,10 +10,12 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 #include <deque>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tz::orvane::om
@@ -35,8 +37,8 @@ constexpr unsigned int kTask = 0xB101;
 
 std::string alreadyExists(OmTimer const& timer, unsigned int task_id)
 {
-    return "<timer> Already Exist! timer_id=" + std::to_string(timer.id()) + ", task_id=" + std::to_string(task_id) +
-           ".";
+    return "warning: <timer> Already Exist! timer_id=" + std::to_string(timer.id()) +
+           ", task_id=" + std::to_string(task_id) + ".";
 }
 
 TEST_F(OmTimerTest, taskIdsOutsideTheRangeAreRejected)
@@ -48,16 +50,16 @@ TEST_F(OmTimerTest, taskIdsOutsideTheRangeAreRejected)
     EXPECT_EQ(timer.setTime(0, 1000, 0), -2);
     EXPECT_EQ(timer.setTime(0xFFFFFFFF, 1000, 0), -2);
     EXPECT_TRUE(thread.isIdle());
-    EXPECT_THAT(
-        log.textsOf("OmTimer::setTime"),
-        ElementsAre("<timer> set time. task_id=45312, interval=1000, period=0.", "<timer> Invalid Param! id=45312",
-                    "<timer> set time. task_id=46336, interval=1000, period=0.", "<timer> Invalid Param! id=46336",
-                    "<timer> set time. task_id=0, interval=1000, period=0.", "<timer> Invalid Param! id=0",
-                    "<timer> set time. task_id=4294967295, interval=1000, period=0.",
-                    "<timer> Invalid Param! id=4294967295"));
+    EXPECT_THAT(log.linesOf("OmTimer::setTime"),
+                ElementsAre("debug: <timer> set time. task_id=45312, interval=1000, period=0.",
+                            "error: <timer> Invalid Param! id=45312",
+                            "debug: <timer> set time. task_id=46336, interval=1000, period=0.",
+                            "error: <timer> Invalid Param! id=46336",
+                            "debug: <timer> set time. task_id=0, interval=1000, period=0.",
+                            "error: <timer> Invalid Param! id=0",
+                            "debug: <timer> set time. task_id=4294967295, interval=1000, period=0.",
+                            "error: <timer> Invalid Param! id=4294967295"));
     EXPECT_EQ(log.lines()[0].place, "om_timer: OmTimer::setTime");
-    EXPECT_EQ(log.lines()[0].level, DebugLevel::debug);
-    EXPECT_EQ(log.lines()[1].level, DebugLevel::error);
 }
 
 TEST_F(OmTimerTest, taskIdsAtTheEndsOfTheRangeAreAccepted)
@@ -76,8 +78,23 @@ TEST_F(OmTimerTest, negativeIntervalIsRejected)
     EXPECT_EQ(timer.setTime(kTask, -1, 0), -2);
     EXPECT_EQ(timer.setTime(kTask, LLONG_MIN, 1), -2);
     EXPECT_TRUE(thread.isIdle());
-    EXPECT_TRUE(log.contains("<timer> Invalid Param! interval=-1"));
-    EXPECT_TRUE(log.contains("<timer> Invalid Param! interval=-9223372036854775808"));
+    EXPECT_THAT(log.linesOf("OmTimer::setTime"),
+                ElementsAre("debug: <timer> set time. task_id=45313, interval=-1, period=0.",
+                            "error: <timer> Invalid Param! interval=-1",
+                            "debug: <timer> set time. task_id=45313, interval=0, period=1.",
+                            "error: <timer> Invalid Param! interval=-9223372036854775808"));
+}
+
+TEST_F(OmTimerTest, ofALongIntervalTheEntryLineShowsTheLowest32Bits)
+{
+    OmTimer timer(&listener);
+    LogCapture log;
+    EXPECT_EQ(timer.setTime(kTask, 5'000'000'000, 0), 0);
+    EXPECT_THAT(log.linesOf("OmTimer::setTime"),
+                ElementsAre("debug: <timer> set time. task_id=45313, interval=705032704, period=0."));
+    OmTimerTaskInfo_t const* const task = thread.find(&timer, static_cast<int>(kTask));
+    ASSERT_NE(task, nullptr);
+    EXPECT_EQ(task->interval, 5'000'000'000);
 }
 
 TEST_F(OmTimerTest, constructionIsLogged)
@@ -85,9 +102,9 @@ TEST_F(OmTimerTest, constructionIsLogged)
     LogCapture log;
     OmTimer const timer(&listener);
     char line[200];
-    std::snprintf(line, sizeof line, "<timer> create OmTimer(o=%p), this(%p), id=%04x", static_cast<void*>(&listener),
-                  static_cast<void const*>(&timer), timer.id());
-    EXPECT_THAT(log.textsOf("OmTimer::OmTimer"), ElementsAre(line));
+    std::snprintf(line, sizeof line, "debug: <timer> create OmTimer(o=%p), this(%p), id=%04x",
+                  static_cast<void*>(&listener), static_cast<void const*>(&timer), timer.id());
+    EXPECT_THAT(log.linesOf("OmTimer::OmTimer"), ElementsAre(line));
 }
 
 TEST_F(OmTimerTest, oneShotTaskFiresOnceOnTheTickThatRoundsItsIntervalUp)
@@ -165,7 +182,7 @@ TEST_F(OmTimerTest, armingTwiceGivesOneAndLeavesTheFirstUntouched)
     ticks(1);
     LogCapture log;
     EXPECT_EQ(timer.setTime(kTask, 5000, 1), 1);
-    EXPECT_THAT(log.textsOf("OmTimerThread::add"), ElementsAre(alreadyExists(timer, kTask)));
+    EXPECT_THAT(log.linesOf("OmTimerThread::add"), ElementsAre(alreadyExists(timer, kTask)));
     ticks(2);
     EXPECT_EQ(listener.fired(), Fired{kTask});
     EXPECT_TRUE(thread.isIdle());
@@ -189,7 +206,9 @@ TEST_F(OmTimerTest, cancelOfATaskThatIsNotArmedGivesOne)
     OmTimer timer(&listener);
     LogCapture log;
     EXPECT_EQ(timer.cancel(0xB4FF), 1);
-    EXPECT_THAT(log.texts(), ElementsAre("<timer> cancel timer (id=46335).", alreadyExists(timer, 0xB4FF)));
+    EXPECT_THAT(log.linesOf("OmTimer::cancel"), ElementsAre("debug: <timer> cancel timer (id=46335)."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::remove"), ElementsAre(alreadyExists(timer, 0xB4FF)));
+    EXPECT_EQ(log.lines().size(), 2U);
 }
 
 TEST_F(OmTimerTest, cancelLeavesTheOtherTasks)
@@ -210,7 +229,20 @@ TEST_F(OmTimerTest, cancelOutsideTheRangeDoesNothingAndMakesNoThread)
     LogCapture log;
     EXPECT_EQ(timer.cancel(0xB100), -2);
     EXPECT_EQ(timer.cancel(0xB500), -2);
-    EXPECT_THAT(log.texts(), ElementsAre("<timer> cancel timer (id=45312).", "<timer> cancel timer (id=46336)."));
+    EXPECT_THAT(log.linesOf("OmTimer::cancel"),
+                ElementsAre("debug: <timer> cancel timer (id=45312).", "debug: <timer> cancel timer (id=46336)."));
+    EXPECT_EQ(log.lines().size(), 2U);
+    EXPECT_EQ(OmTimerThread::exchangeInstance(&thread), nullptr);
+}
+
+TEST_F(OmTimerTest, cancelAllMakesNoThread)
+{
+    OmTimer timer(&listener);
+    ASSERT_EQ(OmTimerThread::exchangeInstance(nullptr), &thread);
+    LogCapture log;
+    EXPECT_EQ(timer.cancelAll(), 0);
+    EXPECT_THAT(log.linesOf("OmTimer::cancelAll"), ElementsAre("debug: <timer> cancel timer of all."));
+    EXPECT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(OmTimerThread::exchangeInstance(&thread), nullptr);
 }
 
@@ -226,7 +258,7 @@ TEST_F(OmTimerTest, cancelAllTakesTheTasksOfThisTimerOnly)
     }
     LogCapture log;
     EXPECT_EQ(timer.cancelAll(), 0);
-    EXPECT_THAT(log.textsOf("OmTimer::cancelAll"), ElementsAre("<timer> cancel timer of all."));
+    EXPECT_THAT(log.linesOf("OmTimer::cancelAll"), ElementsAre("debug: <timer> cancel timer of all."));
     ticks(1);
     EXPECT_THAT(listener.fired(), IsEmpty());
     EXPECT_EQ(other.fired().size(), 16U);
@@ -242,9 +274,9 @@ TEST_F(OmTimerTest, destroyingATimerDropsItsTasksWithoutAWord)
     LogCapture log;
     timer.reset();
     EXPECT_TRUE(thread.isIdle());
-    EXPECT_THAT(log.textsOf("OmTimer::~OmTimer"), IsEmpty());
-    EXPECT_THAT(log.textsOf("OmTimerThread::forget"), IsEmpty());
-    EXPECT_THAT(log.textsOf("OmTimerThread::removeTaskOfTimer"), IsEmpty());
+    EXPECT_THAT(log.linesOf("OmTimer::~OmTimer"), IsEmpty());
+    EXPECT_THAT(log.linesOf("OmTimerThread::forget"), IsEmpty());
+    EXPECT_THAT(log.linesOf("OmTimerThread::removeTaskOfTimer"), IsEmpty());
     ticks(1);
     EXPECT_THAT(listener.fired(), IsEmpty());
 }
@@ -255,7 +287,8 @@ TEST_F(OmTimerTest, aTimerWithoutListenerSaysSoAndGoesOn)
     ASSERT_EQ(timer.setTime(kTask, 100, 1), 0);
     LogCapture log;
     ticks(2);
-    EXPECT_THAT(log.textsOf("OmTimer::fire"), ElementsAre("<timer> listener=NULL!.", "<timer> listener=NULL!."));
+    EXPECT_THAT(log.linesOf("OmTimer::fire"),
+                ElementsAre("error: <timer> listener=NULL!.", "error: <timer> listener=NULL!."));
 }
 
 TEST_F(OmTimerTest, fireCallsTheListener)
@@ -271,20 +304,21 @@ TEST_F(OmTimerTest, eachTickIsLogged)
     ASSERT_EQ(timer.setTime(kTask, 150, 0), 0);
     LogCapture log(DebugLevel::trace);
     ticks(2);
+    ASSERT_TRUE(test::eventually([&] { return log.contains("<timer> switch to waiting mode."); }));
     char tasks[2][200];
     for (int i = 0; i < 2; ++i)
     {
         std::snprintf(tasks[i], sizeof tasks[i],
-                      "<timer> timer=%p, id=%04x, task=b101, perviod=0, intval=150, remain=%d.",
+                      "trace: <timer> timer=%p, id=%04x, task=b101, perviod=0, intval=150, remain=%d.",
                       static_cast<void*>(&timer), timer.id(), 150 - 100 * i);
     }
     char sent[200];
-    std::snprintf(sent, sizeof sent, "<timer> send timeout event! id=%04x, task=b101.", timer.id());
-    EXPECT_THAT(log.textsOf("OmTimerThread::waitOneTick"),
-                ElementsAre("<timer> one tick.....", "<timer> one tick....."));
-    EXPECT_THAT(log.textsOf("OmTimerThread::walk"), ElementsAre(tasks[0], tasks[1]));
-    EXPECT_THAT(log.textsOf("OmTimerThread::expire"), ElementsAre(sent, "<timer> success!", "<timer> success2!"));
-    EXPECT_TRUE(log.contains("<timer> switch to waiting mode."));
+    std::snprintf(sent, sizeof sent, "info: <timer> send timeout event! id=%04x, task=b101.", timer.id());
+    EXPECT_THAT(log.linesOf("OmTimerThread::ticking"),
+                ElementsAre("trace: <timer> one tick.....", tasks[0], "trace: <timer> one tick.....", tasks[1], sent,
+                            "info: <timer> success!", "info: <timer> success2!",
+                            "info: <timer> switch to waiting mode."));
+    EXPECT_EQ(log.lines().size(), 8U) << "nobody else says anything";
 }
 
 TEST_F(OmTimerTest, aWaitThatFailsIsLoggedAndCounted)
@@ -294,28 +328,60 @@ TEST_F(OmTimerTest, aWaitThatFailsIsLoggedAndCounted)
     LogCapture log;
     clock.fail();
     ticks(1);
-    EXPECT_TRUE(log.contains("<timer> call select() failed res=-1, errno=" + std::to_string(EINTR)));
+    EXPECT_THAT(log.linesOf("OmTimerThread::ticking"),
+                ElementsAre("error: <timer> call select() failed res=-1, errno=" + std::to_string(EINTR)));
     EXPECT_THAT(listener.fired(), IsEmpty());
     ticks(1);
     EXPECT_EQ(listener.fired(), Fired{kTask});
 }
 
-TEST_F(OmTimerTest, ofTenThousandOneShotTasksEachFiresOnce)
+/// Notes whose task it was as well.
+class NamedListener final : public OmITimerListener
+{
+public:
+    using Heard = std::vector<std::pair<std::size_t, unsigned int>>;
+
+    NamedListener(std::size_t name, Heard& heard)
+        : m_name(name)
+        , m_heard(heard)
+    {
+    }
+
+    void onTimeout(unsigned int task_id) override { m_heard.emplace_back(m_name, task_id); }
+
+private:
+    std::size_t m_name;
+    Heard& m_heard;
+};
+
+TEST_F(OmTimerTest, ofTenThousandOneShotTasksEachFiresOnceAtItsTickInTheOrderOfArming)
 {
     constexpr unsigned int kTasks = 10'000;
     constexpr unsigned int kTasksOfATimer = 1000;
+    constexpr int kTicks = 5;
+    NamedListener::Heard heard; // looked at between ticks only
+    std::deque<NamedListener> listeners;
     std::deque<OmTimer> timers;
+    NamedListener::Heard expected[kTicks + 1];
     for (unsigned int i = 0; i < kTasks; ++i)
     {
         if (i % kTasksOfATimer == 0)
         {
-            timers.emplace_back(&listener);
+            timers.emplace_back(&listeners.emplace_back(timers.size(), heard));
         }
-        ASSERT_EQ(timers.back().setTime(kTask + i % kTasksOfATimer, i % 500, 0), 0);
+        unsigned int const task = kTask + i % kTasksOfATimer;
+        int const interval = static_cast<int>(i * 7919 % 500);
+        ASSERT_EQ(timers.back().setTime(task, interval, 0), 0);
+        expected[interval == 0 ? 1 : (interval + 99) / 100].emplace_back(timers.size() - 1, task);
     }
-    ticks(5);
+    for (int tick = 1; tick <= kTicks; ++tick)
+    {
+        ticks(1);
+        EXPECT_GT(heard.size(), kTasks / 10);
+        EXPECT_TRUE(heard == expected[tick]) << "tick " << tick << ", " << heard.size() << " fired";
+        heard.clear();
+    }
     EXPECT_TRUE(thread.isIdle());
-    EXPECT_EQ(listener.fired().size(), kTasks);
 }
 
 } // namespace

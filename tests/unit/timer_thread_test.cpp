@@ -5,6 +5,7 @@
 #include "support/log_capture.h"
 #include "support/process_state.h"
 #include "unit/hand_clock.h"
+#include "unit/waiting_caller.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,7 +26,6 @@ namespace tz::orvane::om
 namespace
 {
 
-using platform::DebugLevel;
 using test::eventually;
 using test::LogCapture;
 using test::NotingListener;
@@ -38,11 +38,16 @@ using OmTimerThreadTest = test::HandTimedTest;
 
 constexpr int kTask = 0xB101;
 
-std::string pointerLine(char const* before, void const* pointer)
+std::string pointerText(void const* pointer)
 {
-    char line[200];
-    std::snprintf(line, sizeof line, "%s%p)", before, pointer);
-    return line;
+    char text[40];
+    std::snprintf(text, sizeof text, "%p", pointer);
+    return text;
+}
+
+std::string openingLine(OmTimerThread const* thread)
+{
+    return "debug: <timer> this(" + pointerText(thread) + ")";
 }
 
 TEST_F(OmTimerThreadTest, itWaitsTicksAndWaitsAgain)
@@ -103,16 +108,16 @@ TEST_F(OmTimerThreadTest, nullAndNegativeIdsAreRefused)
     EXPECT_EQ(thread.remove(nullptr, kTask), -2);
     EXPECT_EQ(thread.remove(&timer, -5), -2);
     EXPECT_EQ(thread.removeTaskOfTimer(nullptr), -2);
-    std::string const null = "<timer> Invalid Param! timer=NULL!";
-    EXPECT_THAT(log.textsOf("OmTimerThread::add"), ElementsAre(null, "<timer> Invalid Param! task_id=-1.", null));
-    EXPECT_THAT(log.textsOf("OmTimerThread::remove"), ElementsAre(null, "<timer> Invalid Param! task_id=-5."));
-    EXPECT_THAT(log.textsOf("OmTimerThread::removeTaskOfTimer"), ElementsAre(null));
+    std::string const null = "error: <timer> Invalid Param! timer=NULL!";
+    EXPECT_THAT(log.linesOf("OmTimerThread::add"),
+                ElementsAre(null, "error: <timer> Invalid Param! task_id=-1.", null));
+    EXPECT_THAT(log.linesOf("OmTimerThread::remove"), ElementsAre(null, "error: <timer> Invalid Param! task_id=-5."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::removeTaskOfTimer"), ElementsAre(null));
     EXPECT_EQ(log.lines()[0].place, "om_timer: OmTimerThread::add");
-    EXPECT_EQ(log.lines()[0].level, DebugLevel::error);
     EXPECT_TRUE(thread.isIdle());
 }
 
-TEST_F(OmTimerThreadTest, findGivesTheTaskOrTheEndOfTheList)
+TEST_F(OmTimerThreadTest, findGivesTheTaskOrNull)
 {
     OmTimer timer(&listener);
     OmTimer other(&listener);
@@ -120,20 +125,21 @@ TEST_F(OmTimerThreadTest, findGivesTheTaskOrTheEndOfTheList)
     ASSERT_EQ(thread.add(&timer, kTask + 1, 2000, 1), 0);
     OmTimerTaskInfo_t const* const first = thread.find(&timer, kTask);
     OmTimerTaskInfo_t const* const second = thread.find(&timer, kTask + 1);
-    ASSERT_EQ(second, first + 1);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->task_id, kTask);
+    ASSERT_NE(second, nullptr);
     EXPECT_EQ(second->timer, &timer);
     EXPECT_EQ(second->task_id, kTask + 1);
     EXPECT_EQ(second->interval, 2000);
     EXPECT_EQ(second->period, 1);
     EXPECT_EQ(second->remain, 2000);
-    OmTimerTaskInfo_t const* const end = first + 2;
-    EXPECT_EQ(thread.find(&timer, kTask + 2), end);
-    EXPECT_EQ(thread.find(&other, kTask), end);
+    EXPECT_EQ(thread.find(&timer, kTask + 2), nullptr);
+    EXPECT_EQ(thread.find(&other, kTask), nullptr);
     LogCapture log;
-    EXPECT_EQ(thread.find(nullptr, kTask), end);
-    EXPECT_EQ(thread.find(&timer, -1), end);
-    EXPECT_THAT(log.textsOf("OmTimerThread::find"),
-                ElementsAre("<timer> Invalid Param! timer=NULL!", "<timer> Invalid Param! task_id=-1."));
+    EXPECT_EQ(thread.find(nullptr, kTask), nullptr);
+    EXPECT_EQ(thread.find(&timer, -1), nullptr);
+    EXPECT_THAT(log.linesOf("OmTimerThread::find"),
+                ElementsAre("error: <timer> Invalid Param! timer=NULL!", "error: <timer> Invalid Param! task_id=-1."));
 }
 
 TEST_F(OmTimerThreadTest, aTaskWithNegativeTimeLeftIsReportedAndStays)
@@ -142,7 +148,8 @@ TEST_F(OmTimerThreadTest, aTaskWithNegativeTimeLeftIsReportedAndStays)
     ASSERT_EQ(thread.add(&timer, kTask, -1, 0), 0);
     LogCapture log;
     ticks(2);
-    EXPECT_THAT(log.textsOf("OmTimerThread::walk"), ElementsAre("<timer>  Residue Task!", "<timer>  Residue Task!"));
+    EXPECT_THAT(log.linesOf("OmTimerThread::ticking"),
+                ElementsAre("warning: <timer>  Residue Task!", "warning: <timer>  Residue Task!"));
     EXPECT_THAT(listener.fired(), IsEmpty());
     EXPECT_EQ(thread.remove(&timer, kTask), 0);
 }
@@ -166,8 +173,7 @@ TEST_F(OmTimerThreadTest, openingAnOpenThreadDropsItsTasksAndSaysThatItExists)
     ASSERT_EQ(thread.add(&timer, kTask, 100, 1), 0);
     LogCapture log;
     thread.open();
-    EXPECT_THAT(log.textsOf("OmTimerThread::open"),
-                ElementsAre(pointerLine("<timer> this(", &thread), "<timer> thread exist."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::open"), ElementsAre(openingLine(&thread), "info: <timer> thread exist."));
     EXPECT_TRUE(thread.isIdle());
 }
 
@@ -180,12 +186,27 @@ TEST_F(OmTimerThreadTest, closingEndsTheThreadAndDropsTheTasks)
     LogCapture log;
     thread.close();
     std::size_t const fired = listener.fired().size();
-    EXPECT_THAT(log.textsOf("OmTimerThread::close"), ElementsAre("thread join."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::close"), ElementsAre("info: thread join."));
     EXPECT_EQ(thread.mode(), Mode::closed);
     EXPECT_TRUE(thread.isIdle());
     EXPECT_EQ(listener.fired().size(), fired);
     thread.close();
-    EXPECT_THAT(log.textsOf("OmTimerThread::close"), ElementsAre("thread join.")) << "there is nothing to join";
+    EXPECT_THAT(log.linesOf("OmTimerThread::close"), ElementsAre("info: thread join.")) << "there is nothing to join";
+}
+
+TEST_F(OmTimerThreadTest, closingWaitsForTheTickThatIsUnderWayAndForNoOther)
+{
+    OmTimer timer(&listener);
+    ASSERT_EQ(thread.add(&timer, kTask, 0, 1), 0);
+    waitUntilTicking();
+    LogCapture const log;
+    test::WaitingCaller closer([this] { thread.close(); });
+    ASSERT_TRUE(eventually([&] { return log.contains("thread join."); }));
+    closer.expectWaits();
+    clock.tick(thread);
+    closer.join();
+    EXPECT_EQ(clock.begun(), 1);
+    EXPECT_THAT(listener.fired(), IsEmpty());
 }
 
 TEST_F(OmTimerThreadTest, aThreadCanBeOpenedAgain)
@@ -195,8 +216,7 @@ TEST_F(OmTimerThreadTest, aThreadCanBeOpenedAgain)
     EXPECT_EQ(thread.add(&timer, kTask, 100, 0), 0);
     LogCapture log;
     thread.open();
-    EXPECT_THAT(log.textsOf("OmTimerThread::open"),
-                ElementsAre(pointerLine("<timer> this(", &thread), "<timer> create thread."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::open"), ElementsAre(openingLine(&thread), "info: <timer> create thread."));
     EXPECT_TRUE(thread.isIdle());
     ASSERT_EQ(thread.add(&timer, kTask, 100, 0), 0);
     ticks(1);
@@ -216,15 +236,19 @@ TEST(OmTimerThread, saysWhenItsThreadStarts)
 {
     LogCapture log;
     OmTimerThread const thread;
-    ASSERT_TRUE(eventually([&] { return log.contains(pointerLine("<timer> start (thr=", &thread)); }));
-    EXPECT_THAT(log.textsOf("OmTimerThread::TickingThread"), ElementsAre("<timer> start."));
+    std::string const start = "<timer> start (thr=" + pointerText(&thread) + ")";
+    ASSERT_TRUE(eventually([&] { return log.contains(start); }));
+    EXPECT_THAT(log.linesOf("OmTimerThread::TickingThread"), ElementsAre("debug: <timer> start."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::ticking"), ElementsAre("debug: " + start));
 }
 
 TEST(OmTimerThread, itsFunctionRefusesNull)
 {
     LogCapture log;
     EXPECT_EQ(OmTimerThread::TickingThread(nullptr), nullptr);
-    EXPECT_THAT(log.texts(), ElementsAre("<timer> start.", "<timer> itmer=NULL!"));
+    EXPECT_THAT(log.linesOf("OmTimerThread::TickingThread"),
+                ElementsAre("debug: <timer> start.", "error: <timer> itmer=NULL!"));
+    EXPECT_EQ(log.lines().size(), 2U);
 }
 
 TEST(OmTimerThread, isMadeByTheFirstTimerAndSharedByAll)
@@ -238,8 +262,7 @@ TEST(OmTimerThread, isMadeByTheFirstTimerAndSharedByAll)
         made = &OmTimerThread::instance();
     }
     EXPECT_EQ(&OmTimerThread::instance(), made) << "it outlives the timers";
-    EXPECT_THAT(log.textsOf("OmTimerThread::open"),
-                ElementsAre(pointerLine("<timer> this(", made), "<timer> create thread."));
+    EXPECT_THAT(log.linesOf("OmTimerThread::open"), ElementsAre(openingLine(made), "info: <timer> create thread."));
 }
 
 TEST(OmTimerThread, isMadeOnceByThreadsThatRaceForIt)

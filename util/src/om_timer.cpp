@@ -79,7 +79,8 @@ int OmTimer::cancel(unsigned int task_id)
 int OmTimer::cancelAll()
 {
     ORVANE_LOG_DEBUG("<timer> cancel timer of all.");
-    return OmTimerThread::instance().removeTaskOfTimer(this);
+    OmTimerThread* const thread = OmTimerThread::s_inst.load(std::memory_order_acquire);
+    return thread == nullptr ? 0 : thread->removeTaskOfTimer(this);
 }
 
 void OmTimer::fire(unsigned int task_id)

@@ -4,9 +4,9 @@
 
 #include "orvane/platform/om_debug.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <pthread.h>
 #include <sys/select.h>
 #include <utility>
 
@@ -67,6 +67,14 @@ bool isForbidden(bool inCallback, platform::LogSite const& site)
     return inCallback;
 }
 
+/// One text for both: the task is armed already, or it is not armed.
+int alreadyDone(OmTimer const& timer, int task_id, platform::LogSite const& site)
+{
+    ORVANE_LOG_AT(platform::DebugLevel::warning, site, "<timer> Already Exist! timer_id=%d, task_id=%d.",
+                  static_cast<int>(timer.id()), task_id);
+    return kAlreadyDone;
+}
+
 /// Real time. A wait without descriptors, whose end only its timeout is.
 int waitWithSelect(int milliseconds)
 {
@@ -76,14 +84,38 @@ int waitWithSelect(int milliseconds)
     return select(0, nullptr, nullptr, nullptr, &timeout);
 }
 
+std::mutex g_creation;
+
+/// A child has no timer thread, and the mutexes of the one that it has a copy of may be locked for ever. Called before
+/// the first one is made; pthread_once begins anew in a child whose fork came in between.
+void prepareForForks()
+{
+    static pthread_once_t s_once = PTHREAD_ONCE_INIT;
+    pthread_once(&s_once,
+                 []
+                 {
+                     pthread_atfork([] { g_creation.lock(); }, [] { g_creation.unlock(); },
+                                    []
+                                    {
+                                        OmTimerThread::exchangeInstance(nullptr);
+                                        g_creation.unlock();
+                                    });
+                 });
+}
+
 } // namespace
 
 std::atomic<OmTimerThread*> OmTimerThread::s_inst{nullptr};
 
 OmTimerThread::OmTimerThread(Wait wait)
-    : m_wait(wait ? std::move(wait) : Wait(&waitWithSelect))
+    : OmTimerThread(Unopened(), std::move(wait))
 {
     open();
+}
+
+OmTimerThread::OmTimerThread(Unopened, Wait wait)
+    : m_wait(wait ? std::move(wait) : Wait(&waitWithSelect))
+{
 }
 
 OmTimerThread::~OmTimerThread()
@@ -94,17 +126,25 @@ OmTimerThread::~OmTimerThread()
 OmTimerThread& OmTimerThread::instance()
 {
     OmTimerThread* thread = s_inst.load(std::memory_order_acquire);
-    if (thread == nullptr)
+    if (thread != nullptr)
     {
-        static std::mutex creation;
-        std::lock_guard<std::mutex> const lock(creation);
-        thread = s_inst.load(std::memory_order_acquire);
-        if (thread == nullptr)
-        {
-            thread = new OmTimerThread; // never destroyed: timers may be used until the process ends
-            s_inst.store(thread, std::memory_order_release);
-        }
+        return *thread;
     }
+    prepareForForks();
+    {
+        std::lock_guard<std::mutex> const lock(g_creation);
+        thread = s_inst.load(std::memory_order_acquire);
+        if (thread != nullptr)
+        {
+            return *thread;
+        }
+        // Never destroyed: timers may be used until the process ends.
+        thread = new OmTimerThread(Unopened(), {});
+        s_inst.store(thread, std::memory_order_release);
+    }
+    // Without the lock: a failure ends the process, and what that destroys may use timers. Others may have armed
+    // tasks meanwhile.
+    thread->open(false);
     return *thread;
 }
 
@@ -115,8 +155,16 @@ OmTimerThread* OmTimerThread::exchangeInstance(OmTimerThread* thread)
 
 void OmTimerThread::open()
 {
+    open(true);
+}
+
+void OmTimerThread::open(bool dropsTasks)
+{
     ORVANE_LOG_DEBUG("<timer> this(%p)", static_cast<void*>(this));
-    clear();
+    if (dropsTasks)
+    {
+        clear();
+    }
     if (m_thread.joinable())
     {
         ORVANE_LOG_INFO("<timer> thread exist.");
@@ -126,7 +174,7 @@ void OmTimerThread::open()
     {
         std::lock_guard<std::mutex> const lock(m_mutex);
         m_running = true;
-        m_mode = Mode::waiting;
+        m_mode = m_tasks.empty() ? Mode::waiting : Mode::ticking;
     }
     int const result = m_thread.start(kThreadName, [this] { TickingThread(this); });
     if (result != 0)
@@ -163,15 +211,14 @@ int OmTimerThread::add(OmTimer* timer, int task_id, long long interval, int peri
     {
         return kBadArgument;
     }
+    Tasks task{{timer, task_id, interval, period, interval}};
     {
         std::lock_guard<std::mutex> const lock(m_mutex);
-        if (find(timer, task_id) != m_tasks.data() + m_tasks.size())
+        if (!m_index.try_emplace({timer, task_id}, task.begin()).second)
         {
-            ORVANE_LOG_WARNING("<timer> Already Exist! timer_id=%d, task_id=%d.", static_cast<int>(timer->id()),
-                               task_id);
-            return kAlreadyDone;
+            return alreadyDone(*timer, task_id, ORVANE_LOG_SITE);
         }
-        m_tasks.push_back({timer, task_id, interval, period, interval});
+        m_tasks.splice(m_tasks.end(), task);
         m_mode = Mode::ticking;
     }
     m_wake.notify_one();
@@ -180,13 +227,12 @@ int OmTimerThread::add(OmTimer* timer, int task_id, long long interval, int peri
 
 OmTimerTaskInfo_t* OmTimerThread::find(OmTimer* timer, int task_id)
 {
-    OmTimerTaskInfo_t* const end = m_tasks.data() + m_tasks.size();
     if (isBadParam(timer, task_id, ORVANE_LOG_SITE))
     {
-        return end;
+        return nullptr;
     }
-    return std::find_if(m_tasks.data(), end,
-                        [&](OmTimerTaskInfo_t const& task) { return task.timer == timer && task.task_id == task_id; });
+    auto const entry = m_index.find({timer, task_id});
+    return entry == m_index.end() ? nullptr : &*entry->second;
 }
 
 int OmTimerThread::remove(OmTimer* timer, int task_id)
@@ -196,13 +242,12 @@ int OmTimerThread::remove(OmTimer* timer, int task_id)
         return kBadArgument;
     }
     std::lock_guard<std::mutex> const lock(m_mutex);
-    OmTimerTaskInfo_t* const task = find(timer, task_id);
-    if (task == m_tasks.data() + m_tasks.size())
+    auto const entry = m_index.find({timer, task_id});
+    if (entry == m_index.end())
     {
-        ORVANE_LOG_WARNING("<timer> Already Exist! timer_id=%d, task_id=%d.", static_cast<int>(timer->id()), task_id);
-        return kAlreadyDone;
+        return alreadyDone(*timer, task_id, ORVANE_LOG_SITE);
     }
-    m_tasks.erase(m_tasks.begin() + (task - m_tasks.data()));
+    drop(entry);
     return 0;
 }
 
@@ -218,13 +263,17 @@ int OmTimerThread::removeTaskOfTimer(OmTimer* timer)
 
 void OmTimerThread::clear()
 {
-    drop([](OmTimerTaskInfo_t const&) { return true; });
+    auto const held = lock();
+    for (auto entry = m_index.begin(); entry != m_index.end();)
+    {
+        entry = drop(entry);
+    }
 }
 
 bool OmTimerThread::isIdle() const
 {
     auto const held = lock();
-    return std::all_of(m_tasks.begin(), m_tasks.end(), &isOver);
+    return m_index.empty();
 }
 
 OmTimerThread::Mode OmTimerThread::mode() const
@@ -235,7 +284,11 @@ OmTimerThread::Mode OmTimerThread::mode() const
 
 void OmTimerThread::forget(OmTimer const* timer)
 {
-    drop([timer](OmTimerTaskInfo_t const& task) { return task.timer == timer; });
+    auto const held = lock();
+    for (auto entry = m_index.lower_bound({timer, 0}); entry != m_index.end() && entry->first.first == timer;)
+    {
+        entry = drop(entry);
+    }
 }
 
 bool OmTimerThread::isInCallback() const
@@ -249,26 +302,18 @@ std::unique_lock<std::mutex> OmTimerThread::lock() const
     return isInCallback() ? std::unique_lock<std::mutex>() : std::unique_lock<std::mutex>(m_mutex);
 }
 
-/// Inside a callback the list is being walked, hence only marked.
-template <class Predicate> void OmTimerThread::drop(Predicate predicate)
+/// Inside a callback the list is being walked, hence the task is only marked there. @return the next entry
+OmTimerThread::Index::iterator OmTimerThread::drop(Index::iterator entry)
 {
-    auto const held = lock();
-    for (OmTimerTaskInfo_t& task : m_tasks)
+    if (isInCallback())
     {
-        if (predicate(task))
-        {
-            task.timer = nullptr;
-        }
+        entry->second->timer = nullptr;
     }
-    if (!isInCallback())
+    else
     {
-        sweep();
+        m_tasks.erase(entry->second);
     }
-}
-
-void OmTimerThread::sweep()
-{
-    m_tasks.erase(std::remove_if(m_tasks.begin(), m_tasks.end(), &isOver), m_tasks.end());
+    return m_index.erase(entry);
 }
 
 void* OmTimerThread::TickingThread(void* arg)
@@ -293,11 +338,11 @@ void OmTimerThread::ticking()
         while (m_running && !m_tasks.empty())
         {
             held.unlock();
-            waitOneTick();
+            waitOneTick(ORVANE_LOG_SITE);
             held.lock();
             if (m_running)
             {
-                walk();
+                walk(ORVANE_LOG_SITE);
             }
         }
         if (m_running)
@@ -308,18 +353,19 @@ void OmTimerThread::ticking()
     }
 }
 
-void OmTimerThread::waitOneTick()
+void OmTimerThread::waitOneTick(platform::LogSite const& site)
 {
     int const result = m_wait(kTick);
     if (result < 0)
     {
-        ORVANE_LOG_ERROR("<timer> call select() failed res=%d, errno=%d", result, errno);
+        ORVANE_LOG_AT(platform::DebugLevel::error, site, "<timer> call select() failed res=%d, errno=%d", result,
+                      errno);
     }
-    ORVANE_LOG_TRACE("<timer> one tick.....");
+    ORVANE_LOG_AT(platform::DebugLevel::trace, site, "<timer> one tick.....");
 }
 
-/// Nobody adds to the list meanwhile, so that its elements stay where they are.
-void OmTimerThread::walk()
+/// Nobody adds to the list or takes anything out of it meanwhile.
+void OmTimerThread::walk(platform::LogSite const& site)
 {
     t_walking = this;
     for (OmTimerTaskInfo_t& task : m_tasks)
@@ -328,38 +374,43 @@ void OmTimerThread::walk()
         {
             continue; // a callback of this walk destroyed its timer
         }
-        ORVANE_LOG_TRACE("<timer> timer=%p, id=%04x, task=%04x, perviod=%d, intval=%lld, remain=%lld.",
-                         static_cast<void*>(task.timer), task.timer->id(), static_cast<unsigned int>(task.task_id),
-                         task.period, task.interval, task.remain);
+        ORVANE_LOG_AT(platform::DebugLevel::trace, site,
+                      "<timer> timer=%p, id=%04x, task=%04x, perviod=%d, intval=%lld, remain=%lld.",
+                      static_cast<void*>(task.timer), task.timer->id(), static_cast<unsigned int>(task.task_id),
+                      task.period, task.interval, task.remain);
         if (kTick < task.remain)
         {
             task.remain -= kTick;
         }
         else if (task.remain < 0)
         {
-            ORVANE_LOG_WARNING("<timer>  Residue Task!");
+            ORVANE_LOG_AT(platform::DebugLevel::warning, site, "<timer>  Residue Task!");
         }
         else
         {
-            expire(task);
+            expire(task, site);
         }
     }
     t_walking = nullptr;
-    sweep();
+    if (m_tasks.size() != m_index.size())
+    {
+        m_tasks.remove_if(&isOver);
+    }
 }
 
-void OmTimerThread::expire(OmTimerTaskInfo_t& task)
+void OmTimerThread::expire(OmTimerTaskInfo_t& task, platform::LogSite const& site)
 {
     auto const task_id = static_cast<unsigned int>(task.task_id);
-    ORVANE_LOG_INFO("<timer> send timeout event! id=%04x, task=%04x.", task.timer->id(), task_id);
+    ORVANE_LOG_AT(platform::DebugLevel::info, site, "<timer> send timeout event! id=%04x, task=%04x.", task.timer->id(),
+                  task_id);
     task.timer->fire(task_id);
-    ORVANE_LOG_INFO("<timer> success!");
-    if (task.period == 0)
+    ORVANE_LOG_AT(platform::DebugLevel::info, site, "<timer> success!");
+    if (task.period == 0 && !isOver(task))
     {
-        task.timer = nullptr;
+        drop(m_index.find({task.timer, task.task_id}));
     }
     task.remain = task.interval;
-    ORVANE_LOG_INFO("<timer> success2!");
+    ORVANE_LOG_AT(platform::DebugLevel::info, site, "<timer> success2!");
 }
 
 } // namespace tz::orvane::om
