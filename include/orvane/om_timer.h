@@ -8,11 +8,12 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <functional>
-#include <list>
 #include <map>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace tz::orvane::platform
 {
@@ -136,7 +137,7 @@ public:
     int add(OmTimer* timer, int task_id, long long interval, int period);
 
     /// Takes no lock: only for when no other thread uses this object, or inside a callback.
-    /// @return the task, null when it is not armed
+    /// @return the task, null when it is not armed; good until another is added or removed
     OmTimerTaskInfo_t* find(OmTimer* timer, int task_id);
 
     /// Disarms a task. @return 0; 1 when there is none; -2 for null, a negative id or inside a callback
@@ -160,8 +161,13 @@ public:
 private:
     friend class OmTimer;
 
-    using Tasks = std::list<OmTimerTaskInfo_t>;
-    using Index = std::map<std::pair<OmTimer const*, int>, Tasks::iterator>;
+    using Index = std::map<std::pair<OmTimer const*, int>, std::size_t>; ///< to places in the list
+
+    struct Armed
+    {
+        OmTimerTaskInfo_t task;
+        Index::iterator entry; ///< of a task that is not over
+    };
 
     struct Unopened
     {
@@ -174,6 +180,7 @@ private:
     bool isInCallback() const;
     std::unique_lock<std::mutex> lock() const;
     Index::iterator drop(Index::iterator entry);
+    void sweep();
 
     void ticking();
     void waitOneTick(platform::LogSite const& site);
@@ -188,8 +195,8 @@ private:
     std::condition_variable m_wake;
     bool m_running = false;
     Mode m_mode = Mode::closed;
-    Tasks m_tasks; ///< in the order in which they were armed; during a walk also those that are over
-    Index m_index; ///< the armed ones
+    std::vector<Armed> m_tasks; ///< in the order in which they were armed, some over and not yet swept
+    Index m_index;              ///< the armed ones
 };
 
 } // namespace tz::orvane::om

@@ -174,7 +174,7 @@ void OmTimerThread::open(bool dropsTasks)
     {
         std::lock_guard<std::mutex> const lock(m_mutex);
         m_running = true;
-        m_mode = m_tasks.empty() ? Mode::waiting : Mode::ticking;
+        m_mode = m_index.empty() ? Mode::waiting : Mode::ticking;
     }
     int const result = m_thread.start(kThreadName, [this] { TickingThread(this); });
     if (result != 0)
@@ -211,14 +211,14 @@ int OmTimerThread::add(OmTimer* timer, int task_id, long long interval, int peri
     {
         return kBadArgument;
     }
-    Tasks task{{timer, task_id, interval, period, interval}};
     {
         std::lock_guard<std::mutex> const lock(m_mutex);
-        if (!m_index.try_emplace({timer, task_id}, task.begin()).second)
+        auto const [entry, added] = m_index.try_emplace({timer, task_id}, m_tasks.size());
+        if (!added)
         {
             return alreadyDone(*timer, task_id, ORVANE_LOG_SITE);
         }
-        m_tasks.splice(m_tasks.end(), task);
+        m_tasks.push_back({{timer, task_id, interval, period, interval}, entry});
         m_mode = Mode::ticking;
     }
     m_wake.notify_one();
@@ -232,7 +232,7 @@ OmTimerTaskInfo_t* OmTimerThread::find(OmTimer* timer, int task_id)
         return nullptr;
     }
     auto const entry = m_index.find({timer, task_id});
-    return entry == m_index.end() ? nullptr : &*entry->second;
+    return entry == m_index.end() ? nullptr : &m_tasks[entry->second].task;
 }
 
 int OmTimerThread::remove(OmTimer* timer, int task_id)
@@ -302,18 +302,31 @@ std::unique_lock<std::mutex> OmTimerThread::lock() const
     return isInCallback() ? std::unique_lock<std::mutex>() : std::unique_lock<std::mutex>(m_mutex);
 }
 
-/// Inside a callback the list is being walked, hence the task is only marked there. @return the next entry
+/// Only marks the task: a callback runs while the list is walked, and one sweep for many costs little for each.
+/// @return the next entry
 OmTimerThread::Index::iterator OmTimerThread::drop(Index::iterator entry)
 {
-    if (isInCallback())
+    m_tasks[entry->second].task.timer = nullptr;
+    auto const next = m_index.erase(entry);
+    if (!isInCallback() && m_tasks.size() > 2 * m_index.size())
     {
-        entry->second->timer = nullptr;
+        sweep();
     }
-    else
+    return next;
+}
+
+void OmTimerThread::sweep()
+{
+    std::size_t kept = 0;
+    for (Armed const& armed : m_tasks)
     {
-        m_tasks.erase(entry->second);
+        if (!isOver(armed.task))
+        {
+            armed.entry->second = kept;
+            m_tasks[kept++] = armed;
+        }
     }
-    return m_index.erase(entry);
+    m_tasks.erase(m_tasks.begin() + static_cast<std::ptrdiff_t>(kept), m_tasks.end());
 }
 
 void* OmTimerThread::TickingThread(void* arg)
@@ -335,7 +348,7 @@ void OmTimerThread::ticking()
     while (m_running)
     {
         m_wake.wait(held, [this] { return m_mode != Mode::waiting; });
-        while (m_running && !m_tasks.empty())
+        while (m_running && !m_index.empty())
         {
             held.unlock();
             waitOneTick(ORVANE_LOG_SITE);
@@ -368,11 +381,12 @@ void OmTimerThread::waitOneTick(platform::LogSite const& site)
 void OmTimerThread::walk(platform::LogSite const& site)
 {
     t_walking = this;
-    for (OmTimerTaskInfo_t& task : m_tasks)
+    for (Armed& armed : m_tasks)
     {
+        OmTimerTaskInfo_t& task = armed.task;
         if (isOver(task))
         {
-            continue; // a callback of this walk destroyed its timer
+            continue;
         }
         ORVANE_LOG_AT(platform::DebugLevel::trace, site,
                       "<timer> timer=%p, id=%04x, task=%04x, perviod=%d, intval=%lld, remain=%lld.",
@@ -394,7 +408,7 @@ void OmTimerThread::walk(platform::LogSite const& site)
     t_walking = nullptr;
     if (m_tasks.size() != m_index.size())
     {
-        m_tasks.remove_if(&isOver);
+        sweep();
     }
 }
 
