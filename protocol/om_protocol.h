@@ -10,6 +10,9 @@ namespace tz::orvane::protocol
 
 inline constexpr char kServiceName[] = "Orvane.MediaPlayer.Server";
 
+/// Of the messages below; another number when an old end would misread a new one.
+inline constexpr int kProtocolVersion = 1;
+
 /// Every post waits at most this long, in milliseconds.
 inline constexpr int kPostTimeout = 5000;
 

@@ -2,11 +2,10 @@
 // Messages that ask what is told of a medium beyond its records.
 #include "info_commands.h"
 
+#include "number_text.h"
+
 #include <cerrno>
-#include <charconv>
-#include <optional>
 #include <string>
-#include <string_view>
 
 namespace tz::orvane::service
 {
@@ -20,7 +19,7 @@ void getExifInfo(Player& player, Request& request)
     known ? request.replyRecord(*player.info()->exif) : request.reply(-ENODATA);
 }
 
-/// Finds out which chapter is being played. The answer is not called when the player is gone meanwhile.
+/// Finds out which chapter is being played.
 /// @param answer gets the medium's chapters, and null for none
 template <class Done> void askChapter(Player& player, Done answer)
 {
@@ -82,14 +81,12 @@ int chapter(Player& player, protocol::PropertyView const& properties, Request& r
         return 0;
     }
     Chapters const& chapters = player.info()->chapters;
-    std::size_t index = 0;
-    auto const result = std::from_chars(text.data(), text.data() + text.size(), index);
-    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
-    if (!whole || index >= chapters.size())
+    auto const index = toNumber(text, 0, static_cast<std::int64_t>(chapters.size()) - 1);
+    if (!index)
     {
         return -EINVAL;
     }
-    reply(request, chapters, &chapters[index]);
+    reply(request, chapters, &chapters[static_cast<std::size_t>(*index)]);
     return 0;
 }
 

@@ -2,9 +2,10 @@
 // What a player is asked to open.
 #include "medium.h"
 
+#include "number_text.h"
+
 #include "orvane/om_service.h"
 
-#include <charconv>
 #include <cstring>
 
 namespace tz::orvane::service
@@ -23,21 +24,13 @@ constexpr std::size_t kLongestUri = 8192;
 
 constexpr char const* kSchemes[] = {"file", "http", "https", "rtsp", "rtspt", "rtspu", "rtsps"};
 
-std::optional<std::int64_t> toNumber(std::string_view text, std::int64_t least, std::int64_t most)
-{
-    std::int64_t number = 0;
-    auto const result = std::from_chars(text.data(), text.data() + text.size(), number);
-    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
-    return whole && number >= least && number <= most ? std::optional<std::int64_t>(number) : std::nullopt;
-}
-
 bool readOption(protocol::PropertyView::Entry const& entry, Medium& medium)
 {
     if (entry.key == om::OM_PREPARE_KEY_PLAYTIME_INTERVAL)
     {
-        auto const interval = toNumber(entry.value, 0, kLongestInterval);
-        medium.playTimeInterval = std::chrono::milliseconds(interval.value_or(0));
-        return interval.has_value() && (*interval == 0 || *interval >= kShortestInterval);
+        auto const interval = readInterval(entry.value);
+        medium.playTimeInterval = interval.value_or(medium.playTimeInterval);
+        return interval.has_value();
     }
     if (entry.key == om::OM_PREPARE_KEY_TIMEOUT)
     {
@@ -167,6 +160,13 @@ std::optional<Medium> readStreams(std::string_view video, std::string_view audio
         return std::nullopt;
     }
     return readOptions(properties, medium, reason) ? std::optional<Medium>(std::move(medium)) : std::nullopt;
+}
+
+std::optional<std::chrono::milliseconds> readInterval(std::string_view text)
+{
+    auto const interval = toNumber(text, 0, kLongestInterval);
+    bool const fits = interval && (*interval == 0 || *interval >= kShortestInterval);
+    return fits ? std::optional<std::chrono::milliseconds>(*interval) : std::nullopt;
 }
 
 bool isKnownScheme(std::string const& uri)

@@ -49,6 +49,9 @@ std::optional<Medium> readPrepare(std::string const& uri, protocol::PropertyView
 std::optional<Medium> readStreams(std::string_view video, std::string_view audio, std::string_view options,
                                   std::string& reason);
 
+/// @return the time between play-time reports, 0 for none; nothing for a text that is no such time
+std::optional<std::chrono::milliseconds> readInterval(std::string_view text);
+
 /// @return whether URIs of this kind are played: a service must not open everything that GStreamer would
 bool isKnownScheme(std::string const& uri);
 
