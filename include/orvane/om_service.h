@@ -42,6 +42,23 @@ enum om_seek_flag_e : int
     OM_SEEK_SNAP_AFTER = 64,  ///< with OM_SEEK_KEY_UNIT: the key frame behind
 };
 
+/// Attributes of OmIMediaPlayer::setExtraAudioAttribute. They belong to the player and outlive its media.
+enum om_audio_attribute_e : int
+{
+    OM_AUDIO_ATTRIBUTE_BALANCE = 1,      ///< -100: left side only, 0: both, 100: right side only
+    OM_AUDIO_ATTRIBUTE_CHANNEL_MODE = 2, ///< om_channel_mode_e
+    OM_AUDIO_ATTRIBUTE_DELAY = 3,        ///< milliseconds that the sound comes after the picture, -2000 to 2000
+};
+
+/// Values of OM_AUDIO_ATTRIBUTE_CHANNEL_MODE.
+enum om_channel_mode_e : int
+{
+    OM_CHANNEL_MODE_STEREO = 0, ///< as the medium has it
+    OM_CHANNEL_MODE_LEFT = 1,   ///< the left channel on both sides
+    OM_CHANNEL_MODE_RIGHT = 2,  ///< the right channel on both sides
+    OM_CHANNEL_MODE_MONO = 3,   ///< both channels mixed, on both sides
+};
+
 /// Event codes of OmcIMediaPlayerListener::onEvent; the properties are OM_KEY_...
 enum om_event_e : unsigned int
 {
@@ -88,6 +105,31 @@ inline constexpr char OM_KEY_START[] = "start";
 inline constexpr char OM_KEY_END[] = "end";
 inline constexpr char OM_KEY_TITLE[] = "title";
 inline constexpr char OM_KEY_LANG[] = "lang";
+
+/// Tells what serves: "version" of the service and "protocol", the version of what it speaks.
+inline constexpr char OM_COMMAND_VERSION[] = "version";
+inline constexpr char OM_KEY_VERSION[] = "version";
+inline constexpr char OM_KEY_PROTOCOL[] = "protocol";
+
+/// Tells the names of all these commands: "commands", separated by blanks.
+inline constexpr char OM_COMMAND_LIST_COMMANDS[] = "list-commands";
+inline constexpr char OM_KEY_COMMANDS[] = "commands";
+
+/// Changes the time between play-time reports of the medium at hand to "interval-ms", bounded as in prepare; without
+/// it nothing changes. Tells the "interval-ms" that holds.
+inline constexpr char OM_COMMAND_PLAYTIME_INTERVAL[] = "playtime-interval";
+inline constexpr char OM_KEY_INTERVAL[] = "interval-ms";
+
+/// Tells how playing goes: OM_STATISTIC_...
+inline constexpr char OM_COMMAND_STATISTICS[] = "statistics";
+inline constexpr char OM_STATISTIC_FRAMES_DECODED[] = "frames-decoded"; ///< pictures since the medium was opened
+inline constexpr char OM_STATISTIC_FRAMES_DROPPED[] = "frames-dropped"; ///< of them, or before them: too late to show
+inline constexpr char OM_STATISTIC_BUFFERING[] = "buffering-percent";   ///< 100: enough is there
+inline constexpr char OM_STATISTIC_AUDIO_LEVEL[] = "audio-level-db";    ///< what is heard, "-700.0": nothing
+inline constexpr char OM_STATISTIC_AUDIO_LEVEL_LEFT[] = "audio-level-left-db";
+inline constexpr char OM_STATISTIC_AUDIO_LEVEL_RIGHT[] = "audio-level-right-db";
+inline constexpr char OM_STATISTIC_AUDIO_RATE[] = "audio-rate";         ///< Hz at the output, 0 without sound
+inline constexpr char OM_STATISTIC_AUDIO_CHANNELS[] = "audio-channels"; ///< at the output, 0 without sound
 
 /// Error codes of OmcIMediaPlayerListener::onError; the property "text" says more.
 ///

@@ -274,7 +274,16 @@ void Deck::handle(GstMessage* message)
         }
         break;
     default:
+        passOn(message);
         break;
+    }
+}
+
+void Deck::passOn(GstMessage* message)
+{
+    if (m_listener != nullptr)
+    {
+        m_listener->onDeckMessage(message);
     }
 }
 
@@ -311,6 +320,7 @@ void Deck::handleElement(GstMessage* message)
     }
     if (gst_is_missing_plugin_message(message) == FALSE)
     {
+        passOn(message);
         return;
     }
     TextPtr const description(gst_missing_plugin_message_get_description(message));

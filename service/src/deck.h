@@ -30,6 +30,9 @@ public:
     virtual void onDeckBuffering(int percent) = 0;
     virtual void onDeckDuration() = 0;
 
+    /// A message that is of no concern to the deck.
+    virtual void onDeckMessage(GstMessage* /*message*/) {}
+
 protected:
     ~DeckListener() = default;
 };
@@ -119,6 +122,7 @@ private:
     void handleError(GstMessage* message);
     void handleEnd();
     void handleElement(GstMessage* message);
+    void passOn(GstMessage* message);
     void handleProgress(GstMessage* message);
     void quieten();
     void giveUp();

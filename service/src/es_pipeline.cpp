@@ -4,6 +4,8 @@
 
 #include "feed.h"
 
+#include <algorithm>
+
 namespace tz::orvane::service
 {
 
@@ -23,14 +25,14 @@ void linkDecoded(GstElement*, GstPad* pad, gpointer queue)
 
 EsPipeline::EsPipeline(std::vector<Stream> const& streams, GstElement* audioChain, GstElement* videoOutlet)
     : Pipeline(gst_pipeline_new(nullptr), audioChain)
+    , m_videoOutlet(static_cast<GstElement*>(gst_object_ref_sink(videoOutlet)))
 {
     // An outlet without a stream would keep the pipeline waiting for its first data.
     ObjectPtr<GstElement> const audio(static_cast<GstElement*>(gst_object_ref_sink(audioChain)));
-    ObjectPtr<GstElement> const video(static_cast<GstElement*>(gst_object_ref_sink(videoOutlet)));
     for (Stream const& stream : streams)
     {
         bool const isVideo = stream.kind == StreamPad::Kind::video;
-        addBranch(stream, isVideo ? video.get() : audio.get());
+        addBranch(stream, isVideo ? m_videoOutlet.get() : audio.get());
     }
 }
 
@@ -48,6 +50,16 @@ void EsPipeline::addBranch(Stream const& stream, GstElement* outlet)
     g_object_set(source, "caps", stream.caps.get(), nullptr);
     stream.feed->attach(source);
     m_branches.push_back({stream.kind, ObjectPtr<GstElement>(static_cast<GstElement*>(gst_object_ref(queue)))});
+}
+
+void EsPipeline::setAudioDelay(std::chrono::nanoseconds delay)
+{
+    if (m_branches.size() < 2)
+    {
+        return; // there is nothing that it could be late for
+    }
+    audio().setDelay(std::max(delay, std::chrono::nanoseconds(0)));
+    g_object_set(m_videoOutlet.get(), "ts-offset", std::max<gint64>(-delay.count(), 0), nullptr);
 }
 
 std::vector<StreamPad> EsPipeline::streams() const

@@ -26,6 +26,7 @@ public:
 
     EsPipeline(std::vector<Stream> const& streams, GstElement* audioChain, GstElement* videoOutlet);
 
+    void setAudioDelay(std::chrono::nanoseconds delay) override;
     std::vector<StreamPad> streams() const override;
 
 private:
@@ -38,6 +39,7 @@ private:
     void addBranch(Stream const& stream, GstElement* outlet);
 
     std::vector<Branch> m_branches;
+    ObjectPtr<GstElement> m_videoOutlet;
 };
 
 } // namespace tz::orvane::service

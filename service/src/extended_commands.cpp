@@ -3,11 +3,10 @@
 #include "extended_commands.h"
 
 #include "info_commands.h"
+#include "number_text.h"
 
 #include <cerrno>
-#include <charconv>
 #include <string>
-#include <string_view>
 
 namespace tz::orvane::service
 {
@@ -15,21 +14,75 @@ namespace tz::orvane::service
 namespace
 {
 
-/// Answers, or leaves it to later. @return 0, or the negative errno value that is the answer
-using ExtendedCommand = int (*)(Player& player, protocol::PropertyView const& properties, Request& request);
+int answer(Request& request, Properties properties)
+{
+    om::OmPropertyGroup group;
+    addAll(group, properties);
+    request.reply(group);
+    return 0;
+}
+
+int version(Player&, protocol::PropertyView const&, Request& request)
+{
+    return answer(request, {{om::OM_KEY_VERSION, ORVANE_VERSION},
+                            {om::OM_KEY_PROTOCOL, std::to_string(protocol::kProtocolVersion)}});
+}
+
+int listCommands(Player& player, protocol::PropertyView const& properties, Request& request);
 
 int pushFrom(Player& player, protocol::PropertyView const& properties, Request&)
 {
-    std::string_view const text = properties.get(om::OM_KEY_OFFSET);
-    std::int64_t offset = -1;
-    auto const result = std::from_chars(text.data(), text.data() + text.size(), offset);
-    bool const whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
-    return whole ? player.pushFrom(offset) : -EINVAL;
+    auto const offset = toNumber(properties.get(om::OM_KEY_OFFSET), 0, INT64_MAX);
+    return offset ? player.pushFrom(*offset) : -EINVAL;
 }
 
 int endOfData(Player& player, protocol::PropertyView const&, Request&)
 {
     return player.endOfData();
+}
+
+int playTimeInterval(Player& player, protocol::PropertyView const& properties, Request& request)
+{
+    auto interval = player.playTimeInterval();
+    if (!interval)
+    {
+        return -ENODATA;
+    }
+    std::string_view const wanted = properties.get(om::OM_KEY_INTERVAL);
+    if (!wanted.empty())
+    {
+        interval = readInterval(wanted);
+        if (!interval)
+        {
+            return -EINVAL;
+        }
+        player.setPlayTimeInterval(*interval);
+    }
+    return answer(request, {{om::OM_KEY_INTERVAL, std::to_string(interval->count())}});
+}
+
+/// @return with one decimal, whatever the locale
+std::string decibels(double level)
+{
+    char text[G_ASCII_DTOSTR_BUF_SIZE];
+    return g_ascii_formatd(text, sizeof text, "%.1f", level);
+}
+
+int statistics(Player& player, protocol::PropertyView const&, Request& request)
+{
+    if (player.gauges() == nullptr)
+    {
+        return -ENODATA;
+    }
+    Readings const readings = player.gauges()->read(player.state() == om::OM_STATE_PLAYING);
+    return answer(request, {{om::OM_STATISTIC_FRAMES_DECODED, std::to_string(readings.framesDecoded)},
+                            {om::OM_STATISTIC_FRAMES_DROPPED, std::to_string(readings.framesDropped)},
+                            {om::OM_STATISTIC_BUFFERING, std::to_string(player.bufferingPercent())},
+                            {om::OM_STATISTIC_AUDIO_LEVEL, decibels(readings.level)},
+                            {om::OM_STATISTIC_AUDIO_LEVEL_LEFT, decibels(readings.levelLeft)},
+                            {om::OM_STATISTIC_AUDIO_LEVEL_RIGHT, decibels(readings.levelRight)},
+                            {om::OM_STATISTIC_AUDIO_RATE, std::to_string(readings.rate)},
+                            {om::OM_STATISTIC_AUDIO_CHANNELS, std::to_string(readings.channels)}});
 }
 
 struct Row
@@ -39,10 +92,25 @@ struct Row
 };
 
 constexpr Row kRows[] = {
+    {om::OM_COMMAND_VERSION, version},
+    {om::OM_COMMAND_LIST_COMMANDS, listCommands},
     {om::OM_COMMAND_PUSH_FROM, pushFrom},
     {om::OM_COMMAND_END_OF_DATA, endOfData},
     {om::OM_COMMAND_CHAPTER, chapter},
+    {om::OM_COMMAND_PLAYTIME_INTERVAL, playTimeInterval},
+    {om::OM_COMMAND_STATISTICS, statistics},
 };
+
+int listCommands(Player&, protocol::PropertyView const&, Request& request)
+{
+    std::string names;
+    for (Row const& row : kRows)
+    {
+        names += names.empty() ? "" : " ";
+        names += row.name;
+    }
+    return answer(request, {{om::OM_KEY_COMMANDS, names}});
+}
 
 } // namespace
 

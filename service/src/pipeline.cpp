@@ -2,8 +2,6 @@
 // A GStreamer pipeline that a player drives, whatever feeds it.
 #include "pipeline.h"
 
-#include <gst/audio/audio.h>
-
 #include <cstring>
 
 namespace tz::orvane::service
@@ -11,10 +9,6 @@ namespace tz::orvane::service
 
 namespace
 {
-
-constexpr char kVolumeName[] = "loudness";
-constexpr char kFakeAudioSink[] = "fakeaudiosink";
-constexpr char kAudioSink[] = "autoaudiosink";
 
 /// Counts the element's own threads that run; those of adaptive streaming do not show in its pads.
 bool isAtWork(GstElement* element)
@@ -39,7 +33,7 @@ bool isAtWork(GstElement* element)
 
 Pipeline::Pipeline(GstElement* element, GstElement* audioChain)
     : m_element(static_cast<GstElement*>(gst_object_ref_sink(element)))
-    , m_volume(gst_bin_get_by_name(GST_BIN(audioChain), kVolumeName))
+    , m_audio(audioChain)
 {
 }
 
@@ -104,14 +98,6 @@ bool Pipeline::stalled() const
     return result == GST_ITERATOR_DONE && !atWork; // elements that come and go are at work
 }
 
-void Pipeline::setLoudness(Loudness const& loudness)
-{
-    // Hearing is not linear: half the number is to sound half as loud.
-    double const linear = gst_stream_volume_convert_volume(GST_STREAM_VOLUME_FORMAT_CUBIC,
-                                                           GST_STREAM_VOLUME_FORMAT_LINEAR, loudness.percent / 100.0);
-    g_object_set(m_volume.get(), "volume", linear, "mute", loudness.muted ? TRUE : FALSE, nullptr);
-}
-
 bool Pipeline::seekable() const
 {
     QueryPtr const query(gst_query_new_seeking(GST_FORMAT_TIME));
@@ -125,9 +111,8 @@ bool Pipeline::seekable() const
 
 char const* missingElement(AudioOutput output)
 {
-    char const* const audioSink = output == AudioOutput::fake ? kFakeAudioSink : kAudioSink;
-    for (char const* const name : {"playbin", "decodebin", "appsrc", "audioconvert", "audioresample", "volume",
-                                   "videoconvert", "intervideosink", "intervideosrc", audioSink})
+    for (char const* const name :
+         {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "intervideosink", "intervideosrc"})
     {
         ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
         if (factory == nullptr)
@@ -135,14 +120,7 @@ char const* missingElement(AudioOutput output)
             return name;
         }
     }
-    return nullptr;
-}
-
-GstElement* makeAudioChain(AudioOutput output)
-{
-    std::string const chain = std::string("audioconvert ! audioresample ! volume name=") + kVolumeName + " ! " +
-                              (output == AudioOutput::fake ? kFakeAudioSink : kAudioSink);
-    return gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
+    return missingAudioElement(output);
 }
 
 GstElement* makeVideoOutlet(std::string const& channel)

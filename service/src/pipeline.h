@@ -2,6 +2,7 @@
 // A GStreamer pipeline that a player drives, whatever feeds it.
 #pragma once
 
+#include "audio_chain.h"
 #include "gst_ptr.h"
 #include "settings.h"
 
@@ -37,13 +38,6 @@ struct StreamPad
     TagListPtr tags;       ///< may be null
 };
 
-/// How loud a player is.
-struct Loudness
-{
-    int percent = 100;
-    bool muted = false;
-};
-
 /// Owner of one pipeline. Made on the loop's thread; everything that GStreamer may block belongs to the deck's worker.
 class Pipeline
 {
@@ -75,7 +69,10 @@ public:
     /// @return whether no thread of it has anything to do, so that it will never come further than it is
     bool stalled() const;
 
-    void setLoudness(Loudness const& loudness);
+    AudioChain& audio() { return m_audio; }
+
+    /// @param delay the sound comes so much later than the picture; negative: earlier
+    virtual void setAudioDelay(std::chrono::nanoseconds delay) = 0;
 
     /// All streams, in the order of their numbers.
     virtual std::vector<StreamPad> streams() const = 0;
@@ -94,15 +91,11 @@ public:
 
 private:
     ObjectPtr<GstElement> m_element;
-    ObjectPtr<GstElement> m_volume;
+    AudioChain m_audio;
 };
 
 /// @return the name of an element that every pipeline needs and that is not installed; null when all are there
 char const* missingElement(AudioOutput output);
-
-/// The end of every sound: conversion, volume and the output that the settings name.
-/// @return a bin with a floating reference
-GstElement* makeAudioChain(AudioOutput output);
 
 /// The end of every picture: hands it to the screen. @return an element with a floating reference
 GstElement* makeVideoOutlet(std::string const& channel);

@@ -108,14 +108,21 @@ void Player::setSpeed(int speed)
 
 void Player::setVolume(int percent)
 {
-    m_loudness.percent = percent;
-    applyLoudness();
+    m_sound.setVolume(percent);
+    applySound();
 }
 
 void Player::setAudioMute(bool muted)
 {
-    m_loudness.muted = muted;
-    applyLoudness();
+    m_sound.setMute(muted);
+    applySound();
+}
+
+bool Player::setAudioAttribute(int attribute, int value)
+{
+    bool const known = m_sound.setAttribute(attribute, value);
+    applySound();
+    return known;
 }
 
 void Player::setVideoMute(bool muted)
@@ -259,6 +266,7 @@ void Player::closeDeck()
     m_running = false;
     m_live = false;
     m_buffering = false;
+    m_bufferingPercent = kFilled;
     m_ended = false;
     m_endArrived = false;
     m_durationChanged = false;
@@ -267,6 +275,7 @@ void Player::closeDeck()
     m_overflowReported = false;
     m_host.loop.cancelTimer(m_tick);
     m_tick = 0;
+    m_gauges.reset();
     if (m_deck != nullptr)
     {
         m_host.yard.take(std::move(m_deck));
@@ -295,7 +304,8 @@ void Player::onDeckBuffering(int percent)
         return; // holding up a live source loses what it sends
     }
     m_events.event(om::OM_EVENT_BUFFERING, {{om::OM_KEY_PERCENT, std::to_string(percent)}});
-    bool const buffering = percent < 100;
+    m_bufferingPercent = percent;
+    bool const buffering = percent < kFilled;
     if (buffering == m_buffering)
     {
         return;
@@ -320,11 +330,16 @@ void Player::onDeckDuration()
     }
 }
 
-void Player::applyLoudness()
+void Player::onDeckMessage(GstMessage* message)
+{
+    m_gauges->note(message);
+}
+
+void Player::applySound()
 {
     if (m_deck != nullptr)
     {
-        m_deck->tell([loudness = m_loudness](Pipeline& pipeline) { pipeline.setLoudness(loudness); });
+        m_deck->tell([sound = m_sound, speed = m_speed](Pipeline& pipeline) { sound.apply(pipeline, speed); });
     }
 }
 
@@ -351,6 +366,22 @@ void Player::armTick()
     m_nextTick = std::max(m_nextTick + m_medium.playTimeInterval, now);
     auto const delay = std::chrono::ceil<std::chrono::milliseconds>(m_nextTick - now);
     m_tick = m_host.loop.addTimer(delay, [this] { onTick(); });
+}
+
+void Player::setPlayTimeInterval(std::chrono::milliseconds interval)
+{
+    m_medium.playTimeInterval = interval;
+    m_host.loop.cancelTimer(m_tick);
+    m_tick = 0;
+    if (m_running)
+    {
+        armTick();
+    }
+}
+
+std::optional<std::chrono::milliseconds> Player::playTimeInterval() const
+{
+    return m_phase == Phase::none ? std::nullopt : std::optional(m_medium.playTimeInterval);
 }
 
 void Player::onTick()

@@ -5,11 +5,13 @@
 #include "deck.h"
 #include "deck_yard.h"
 #include "feed.h"
+#include "gauges.h"
 #include "media_info.h"
 #include "medium.h"
 #include "player_events.h"
 #include "screen.h"
 #include "settings.h"
+#include "sound.h"
 
 #include "orvane/om_enums.h"
 #include "orvane/platform/om_event_loop.h"
@@ -59,6 +61,9 @@ public:
     void setSpeed(int speed);
     void setVolume(int percent);
     void setAudioMute(bool muted);
+
+    /// @param attribute,value see om_audio_attribute_e @return whether there are such
+    bool setAudioAttribute(int attribute, int value);
     void setVideoMute(bool muted);
 
     /// Container data. @param data copied
@@ -75,7 +80,7 @@ public:
 
     om::om_state_e state() const;
     int speed() const { return m_speed; }
-    bool audioMuted() const { return m_loudness.muted; }
+    bool audioMuted() const { return m_sound.muted(); }
     bool videoMuted() const { return m_videoMuted; }
 
     /// Gives the position now or later; not at all when this player is destroyed first.
@@ -85,8 +90,20 @@ public:
     MediaInfo const* info() const { return m_info ? &*m_info : nullptr; }
     PlayerEvents const& events() const { return m_events; }
 
+    /// @return null while nothing is open
+    Gauges const* gauges() const { return m_gauges.get(); }
+    int bufferingPercent() const { return m_bufferingPercent; }
+
+    /// Changes the time between play-time reports of the medium at hand. @param interval 0: none
+    void setPlayTimeInterval(std::chrono::milliseconds interval);
+
+    /// @return nothing while there is no medium
+    std::optional<std::chrono::milliseconds> playTimeInterval() const;
+
 private:
     using Then = std::function<void()>;
+
+    static constexpr int kFilled = 100; ///< percent
 
     enum class Phase
     {
@@ -106,6 +123,7 @@ private:
     void onDeckEnd() override;
     void onDeckBuffering(int percent) override;
     void onDeckDuration() override;
+    void onDeckMessage(GstMessage* message) override;
 
     // player_operations.cpp: what commands are made of
     void openMedium(Then then);
@@ -143,7 +161,7 @@ private:
     void dropDeck();
     void closeDeck();
     void report(int moreFlags = 0);
-    void applyLoudness();
+    void applySound();
     void applyVisibility();
     void armTick();
     void onTick();
@@ -154,6 +172,7 @@ private:
     Medium m_medium;
     Phase m_phase = Phase::none;
     std::shared_ptr<Deck> m_deck;
+    std::unique_ptr<Gauges> m_gauges; ///< of the deck
     std::optional<MediaInfo> m_info;
 
     std::deque<Command> m_waiting;
@@ -165,13 +184,14 @@ private:
     bool m_running = false; ///< as the pipeline is
     bool m_live = false;
     bool m_buffering = false;
+    int m_bufferingPercent = kFilled;
     bool m_ended = false;
     bool m_endArrived = false;
     bool m_durationChanged = false;
     bool m_fresh = false; ///< open and not moved yet
     std::int64_t m_position = 0;
     int m_speed;
-    Loudness m_loudness;
+    Sound m_sound;
     bool m_videoMuted = false;
 
     platform::EventLoop::TimerId m_tick = 0;

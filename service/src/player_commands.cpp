@@ -4,6 +4,7 @@
 
 #include "extended_commands.h"
 #include "info_commands.h"
+#include "sound_commands.h"
 
 #include <cerrno>
 #include <cstring>
@@ -13,8 +14,6 @@ namespace tz::orvane::service
 
 namespace
 {
-
-constexpr int kLoudest = 100;
 
 void announce(Player&, Request&) {}
 
@@ -119,27 +118,6 @@ void isSeekable(Player& player, Request& request)
     request.reply(std::uint32_t{player.info() != nullptr && player.info()->seekable});
 }
 
-void setVolume(Player& player, Request& request)
-{
-    int const volume = static_cast<int>(request.number(0));
-    if (volume < 0 || volume > kLoudest)
-    {
-        player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "setVolume", "not 0 to 100");
-        return;
-    }
-    player.setVolume(volume);
-}
-
-void setAudioMute(Player& player, Request& request)
-{
-    player.setAudioMute(request.number(0) != 0);
-}
-
-void isAudioMute(Player& player, Request& request)
-{
-    request.reply(std::uint32_t{player.audioMuted()});
-}
-
 void setVideoMute(Player& player, Request& request)
 {
     player.setVideoMute(request.number(0) != 0);
@@ -197,9 +175,6 @@ constexpr PlayerCommandRow kRows[] = {
     {protocol::kCmdGetSpeed, getSpeed},
     {protocol::kCmdIsSeekable, isSeekable},
     {protocol::kCmdIsSpeedable, isSeekable},
-    {protocol::kCmdSetVolume, setVolume},
-    {protocol::kCmdSetAudioMute, setAudioMute},
-    {protocol::kCmdIsAudioMute, isAudioMute},
     {protocol::kCmdSetVideoMute, setVideoMute},
     {protocol::kCmdIsVideoMute, isVideoMute},
     {protocol::kCmdGetState, getState},
@@ -217,8 +192,12 @@ constexpr PlayerCommandRow kRows[] = {
 
 PlayerCommand findPlayerCommand(int code)
 {
-    PlayerCommand const command = findIn(kRows, code);
-    return command != nullptr ? command : findInfoCommand(code);
+    PlayerCommand command = findIn(kRows, code);
+    for (auto const find : {findInfoCommand, findSoundCommand})
+    {
+        command = command != nullptr ? command : find(code);
+    }
+    return command;
 }
 
 } // namespace tz::orvane::service

@@ -63,6 +63,7 @@ std::unique_ptr<Pipeline> Player::makePipeline(ScreenInput const& input)
 {
     GstElement* const audio = makeAudioChain(m_host.settings.audio);
     GstElement* const video = makeVideoOutlet(input.channel());
+    m_gauges = std::make_unique<Gauges>(audio, video);
     switch (m_medium.kind)
     {
     case Medium::Kind::container:
@@ -118,7 +119,7 @@ void Player::openMedium(Then then)
         return;
     }
     m_deck->setListener(this);
-    applyLoudness();
+    applySound();
     m_deck->operate(
         Deck::Kind::state, m_medium.openTimeout, [](Pipeline& opening) { return opening.open(); },
         [this, then = std::move(then)](Deck::Outcome outcome)
@@ -235,23 +236,27 @@ void Player::readPosition(Then then)
 /// Seeks, and reads where that has led. @param position nothing: where it stands
 void Player::moveTo(int speed, std::optional<std::int64_t> position, int flags, Then then)
 {
-    m_endArrived = false;
+    bool const endHadArrived = std::exchange(m_endArrived, false);
     report(om::OM_ACT_SEEKING);
     auto const target = std::make_shared<std::int64_t>(position.value_or(m_position));
     m_deck->operate(
         Deck::Kind::seek, deadline(),
-        [position, target, flags, rate = static_cast<double>(speed) / om::OM_PLAY_SPEED_NORMAL](Pipeline& pipeline)
+        [position, target, flags, speed, sound = m_sound](Pipeline& pipeline)
         {
+            double const rate = static_cast<double>(speed) / om::OM_PLAY_SPEED_NORMAL;
             if (!position)
             {
                 *target = pipeline.position().value_or(*target);
             }
+            sound.apply(pipeline, speed); // not a sound of the new speed that is not to be heard
             return pipeline.seek(rate, *target, flags);
         },
-        [this, speed, target, then = std::move(then)](Deck::Outcome outcome)
+        [this, speed, target, endHadArrived, then = std::move(then)](Deck::Outcome outcome)
         {
             if (outcome == Deck::Outcome::refused)
             {
+                m_endArrived = m_endArrived || endHadArrived; // it was not left behind
+                applySound();
                 report();
                 refuse(om::OM_ERROR_NOT_SUPPORTED, "the medium cannot do that");
                 return;
@@ -260,6 +265,7 @@ void Player::moveTo(int speed, std::optional<std::int64_t> position, int flags, 
             m_fresh = false;
             m_speed = speed;
             m_position = *target;
+            applySound(); // it may have been changed meanwhile
             readPosition(then);
         });
 }

@@ -184,6 +184,11 @@ void UriPipeline::setUp(GstElement* source)
     }
 }
 
+void UriPipeline::setAudioDelay(std::chrono::nanoseconds delay)
+{
+    g_object_set(element(), "av-offset", -gint64{delay.count()}, nullptr);
+}
+
 std::vector<StreamPad> UriPipeline::streams() const
 {
     std::vector<StreamPad> found;

@@ -26,6 +26,7 @@ public:
     /// Only regular files are opened: others may keep whoever opens them waiting, or never end.
     CallResult open() override;
 
+    void setAudioDelay(std::chrono::nanoseconds delay) override;
     std::vector<StreamPad> streams() const override;
     bool seekable() const override;
     std::uint64_t fileSize() const override;

@@ -23,6 +23,7 @@ public:
     }
 
     std::vector<StreamPad> streams() const override { return {}; }
+    void setAudioDelay(std::chrono::nanoseconds) override {}
 
 private:
     explicit PlainPipeline(GstElement* audio)
