@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Data that the application brings itself: containers and elementary streams.
-#include "support/elementary_streams.h"
+#include "support/feeders.h"
 #include "support/tool_process.h"
 #include "support/viewer.h"
 
 #include "orvane/om_enums.h"
-#include "orvane/omc_listeners.h"
 
 #include <gmock/gmock.h>
-
-#include <algorithm>
-#include <utility>
 
 namespace tz::orvane::test
 {
@@ -21,66 +17,8 @@ using testing::AllOf;
 using testing::Ge;
 using testing::Le;
 
-constexpr std::size_t kPiece = 16 * 1024;
-
 class Push : public WithService
 {
-};
-
-/// Pushes a container as the service asks for it, from inside the listener.
-class ContainerFeeder final : public omc::OmcIMediaPlayerListener
-{
-public:
-    ContainerFeeder(Viewer& viewer, std::string const& file, bool tellsSize)
-        : m_viewer(viewer)
-        , m_bytes(fileContent(file))
-        , m_tellsSize(tellsSize)
-    {
-        m_viewer.player().addListener(this);
-    }
-    ContainerFeeder(ContainerFeeder const&) = delete;
-    ContainerFeeder& operator=(ContainerFeeder const&) = delete;
-    ~ContainerFeeder() { m_viewer.player().removeListener(this); }
-
-    void prepare()
-    {
-        Viewer::Options options;
-        if (m_tellsSize)
-        {
-            options.emplace_back(om::OM_PREPARE_KEY_SIZE, std::to_string(m_bytes.size()));
-        }
-        m_viewer.prepare("pushed", om::OM_PREPARE_PUSH, options);
-    }
-
-private:
-    void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int evt, om::OmPropertyGroup const& props) override
-    {
-        if (evt != om::OM_EVENT_NEED_DATA)
-        {
-            return;
-        }
-        long long const from = std::stoll(props.get(om::OM_KEY_OFFSET));
-        if (from >= 0)
-        {
-            m_at = static_cast<std::size_t>(from);
-            EXPECT_EQ(m_viewer.command(om::OM_COMMAND_PUSH_FROM, {{om::OM_KEY_OFFSET, std::to_string(from)}}), 0);
-        }
-        while (m_at < m_bytes.size())
-        {
-            std::size_t const size = std::min(kPiece, m_bytes.size() - m_at);
-            m_viewer.player().pushData(m_bytes.data() + m_at, static_cast<unsigned int>(size));
-            m_at += size;
-        }
-        if (!m_tellsSize)
-        {
-            EXPECT_EQ(m_viewer.command(om::OM_COMMAND_END_OF_DATA), 0);
-        }
-    }
-
-    Viewer& m_viewer;
-    std::string m_bytes;
-    bool m_tellsSize;
-    std::size_t m_at = 0;
 };
 
 TEST_F(Push, aContainerOfKnownSizePlaysAndCanBeSought)
@@ -172,98 +110,6 @@ TEST_F(Push, dataBeyondTheBoundAreRefusedAndCanBePushedLater)
               0);
     EXPECT_EQ(viewer.state(), om::OM_STATE_PAUSED);
 }
-
-/// Pushes elementary streams as the service asks for them, from inside the listener.
-class StreamFeeder final : public omc::OmcIMediaPlayerListener
-{
-public:
-    explicit StreamFeeder(Viewer& viewer)
-        : m_viewer(viewer)
-        , m_video{readH264(media("v.h264"))}
-        , m_audio{readAdts(media("v.aac"))}
-    {
-        m_viewer.player().addListener(this);
-    }
-    StreamFeeder(StreamFeeder const&) = delete;
-    StreamFeeder& operator=(StreamFeeder const&) = delete;
-    ~StreamFeeder() { m_viewer.player().removeListener(this); }
-
-    void open()
-    {
-        om::om_es_format_t video{};
-        video.codec = om::OM_VIDEO_CODEC_H264;
-        video.fps_num = 25;
-        video.fps_den = 1;
-        om::om_es_format_t audio{};
-        audio.codec = om::OM_AUDIO_CODEC_AAC_LC;
-        audio.sample_rate = 48'000;
-        audio.channels = 2;
-        m_viewer.player().openEsMedia(&video, sizeof video, &audio, sizeof audio, nullptr, 0);
-    }
-
-    std::size_t pictures() const { return m_video.units.size(); }
-
-private:
-    struct Stream
-    {
-        std::vector<AccessUnit> units;
-        std::size_t next = 0;
-        bool restarted = false;
-    };
-
-    void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int evt, om::OmPropertyGroup const& props) override
-    {
-        if (evt == om::OM_EVENT_NEED_DATA)
-        {
-            bool const isVideo = std::stoi(props.get(om::OM_KEY_STREAM)) == om::OM_STREAM_TYPE_VIDEO;
-            onNeed(isVideo ? m_video : m_audio, std::stoll(props.get(om::OM_KEY_POSITION)) * 1'000);
-        }
-    }
-
-    void onNeed(Stream& stream, long long microseconds)
-    {
-        if (microseconds >= 0)
-        {
-            stream.next = 0;
-            for (std::size_t at = 0; at < stream.units.size() && stream.units[at].unit.pts <= microseconds; ++at)
-            {
-                bool const isKey = (stream.units[at].unit.flags & om::OM_ES_KEY_FRAME) != 0;
-                stream.next = isKey ? at : stream.next;
-            }
-            stream.restarted = true;
-        }
-        // Two seconds at a time: the service asks again.
-        for (long long const first = timeOf(stream);
-             stream.next < stream.units.size() && timeOf(stream) - first < 2'000'000;)
-        {
-            push(stream);
-        }
-        if (stream.next == stream.units.size())
-        {
-            om::om_es_unit_t unit = stream.units.back().unit;
-            unit.flags = om::OM_ES_END_OF_STREAM;
-            m_viewer.player().pushEsData(nullptr, 0, &unit, sizeof unit, nullptr, 0, nullptr, 0);
-        }
-    }
-
-    static long long timeOf(Stream const& stream)
-    {
-        return stream.next < stream.units.size() ? stream.units[stream.next].unit.pts : 0;
-    }
-
-    void push(Stream& stream)
-    {
-        AccessUnit const& unit = stream.units[stream.next++];
-        om::om_es_unit_t head = unit.unit;
-        head.flags |= std::exchange(stream.restarted, false) ? om::OM_ES_DISCONTINUITY : 0;
-        m_viewer.player().pushEsData(unit.bytes.data(), static_cast<unsigned int>(unit.bytes.size()), &head,
-                                     sizeof head, nullptr, 0, nullptr, 0);
-    }
-
-    Viewer& m_viewer;
-    Stream m_video;
-    Stream m_audio;
-};
 
 TEST_F(Push, elementaryStreamsPlayAndCanBeSought)
 {
