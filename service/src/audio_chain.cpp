@@ -2,6 +2,8 @@
 // The end of every sound: what is done to it on its way to the output.
 #include "audio_chain.h"
 
+#include "tempo.h"
+
 #include <gst/audio/audio.h>
 
 #include <algorithm>
@@ -15,6 +17,7 @@ namespace tz::orvane::service
 namespace
 {
 
+constexpr char kTempoName[] = "tempo";
 constexpr char kWidthName[] = "width";
 constexpr char kVolumeName[] = "loudness";
 constexpr char kLevelName[] = "level";
@@ -172,11 +175,14 @@ void AudioChain::setDelay(std::chrono::nanoseconds delay)
 
 GstElement* makeAudioChain(AudioOutput output)
 {
-    std::string const chain =
-        std::string("audioconvert ! scaletempo ! audioconvert ! audioresample ! capsfilter name=") + kWidthName +
-        " caps=" + kAnyWidth + " ! volume name=" + kVolumeName + " ! level name=" + kLevelName +
-        " interval=100000000 ! " + outputElement(output) + " name=" + kOutputName;
-    return gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
+    std::string const chain = std::string("audioconvert ! scaletempo name=") + kTempoName +
+                              " ! audioconvert ! audioresample ! capsfilter name=" + kWidthName + " caps=" + kAnyWidth +
+                              " ! volume name=" + kVolumeName + " ! level name=" + kLevelName +
+                              " interval=100000000 ! " + outputElement(output) + " name=" + kOutputName;
+    GstElement* const bin = gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
+    ObjectPtr<GstElement> const tempo(gst_bin_get_by_name(GST_BIN(bin), kTempoName));
+    guardTempo(tempo.get());
+    return bin;
 }
 
 char const* missingAudioElement(AudioOutput output)

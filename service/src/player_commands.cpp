@@ -105,6 +105,11 @@ void pushEsData(Player& player, Request& request)
 
 void setSpeed(Player& player, Request& request)
 {
+    if (request.number(1) != 0)
+    {
+        player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "speed", "the second number has no meaning but 0");
+        return;
+    }
     player.setSpeed(static_cast<int>(request.number(0)));
 }
 
@@ -135,7 +140,8 @@ void getState(Player& player, Request& request)
 
 void getCurPosition(Player& player, Request& request)
 {
-    player.askPosition([answer = request.postpone()](std::int64_t position) mutable { answer.reply(position); });
+    player.askPosition([answer = request.postpone()](std::optional<std::int64_t> position) mutable
+                       { position ? answer.reply(*position) : answer.reply(-ENOENT); });
 }
 
 void getMediaInfo(Player& player, Request& request)

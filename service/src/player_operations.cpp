@@ -359,6 +359,11 @@ void Player::doSetSpeed(int speed)
         refuse(om::OM_ERROR_NOT_SUPPORTED, "the medium has one speed only");
         return;
     }
+    if (speed < 0 && m_medium.kind != Medium::Kind::uri)
+    {
+        refuse(om::OM_ERROR_NOT_SUPPORTED, "what is pushed goes forward only");
+        return;
+    }
     moveTo(speed, std::nullopt, om::OM_SEEK_ACCURATE,
            [this]
            {

@@ -3,6 +3,7 @@
 #include "sound.h"
 
 #include "pipeline.h"
+#include "tempo.h"
 
 #include "orvane/om_enums.h"
 
@@ -20,7 +21,8 @@ constexpr int kMostDelay = 2'000;
 /// Beyond it nobody could follow, and backwards it is noise.
 bool isHeardAt(int speed)
 {
-    return speed > 0 && speed <= om::OM_PLAY_SPEED_2X;
+    constexpr double kFastest = kFastestHeard * om::OM_PLAY_SPEED_NORMAL;
+    return speed > 0 && speed <= kFastest;
 }
 
 bool isWithin(int value, int least, int most)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <utility>
 
 namespace tz::orvane::test
@@ -120,9 +121,9 @@ void StreamFeeder::onNeed(Stream& stream, long long microseconds)
         }
         stream.restarted = true;
     }
-    // Two seconds at a time: the service asks again.
-    for (long long const first = timeOf(stream);
-         stream.next < stream.units.size() && timeOf(stream) - first < 2'000'000;)
+    // Two seconds at a time, since it asks again when it has had enough; after a seek it may swallow more than that.
+    long long const most = microseconds >= 0 ? LLONG_MAX : 2'000'000;
+    for (long long const first = timeOf(stream); stream.next < stream.units.size() && timeOf(stream) - first < most;)
     {
         push(stream);
     }
