@@ -175,11 +175,17 @@ void Deck::endOperation()
 
 void Deck::finish(Outcome outcome)
 {
+    auto const alive = shared_from_this();
     Done const done = std::move(m_operation->done);
+    bool const endCounts = m_operation->endHeld && outcome == Outcome::refused;
     endOperation();
     if (m_listener != nullptr)
     {
         done(outcome);
+    }
+    if (m_listener != nullptr && endCounts)
+    {
+        m_listener->onDeckEnd();
     }
 }
 
@@ -303,8 +309,11 @@ void Deck::handleError(GstMessage* message)
 void Deck::handleEnd()
 {
     // An end before the flush of a seek is the end of what was played before it.
-    bool const isOld = m_operation && m_operation->kind == Kind::seek && !m_operation->asyncDone;
-    if (m_listener != nullptr && !isOld)
+    if (m_operation && m_operation->kind == Kind::seek && !m_operation->asyncDone)
+    {
+        m_operation->endHeld = true;
+    }
+    else if (m_listener != nullptr)
     {
         m_listener->onDeckEnd();
     }

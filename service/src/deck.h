@@ -105,6 +105,7 @@ private:
         bool returned = false;
         bool asyncDone = false;
         bool live = false;
+        bool endHeld = false; ///< an end came that is old if the seek succeeds
     };
 
     void onReturned(CallResult result);

@@ -181,13 +181,18 @@ bool Feed::restart()
     return true;
 }
 
-void Feed::end()
+bool Feed::end()
 {
+    if (m_state == State::seeking || awaitsRestart())
+    {
+        return false;
+    }
     m_ended = true;
     if (m_state == State::flowing)
     {
         deliverEnd();
     }
+    return true;
 }
 
 void Feed::onNeed()

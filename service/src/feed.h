@@ -69,7 +69,8 @@ public:
     /// The application follows with the next push, wherever that is.
     bool restart();
 
-    void end();
+    /// All was pushed. @return false when data of another place are awaited, so that this cannot be the end
+    bool end();
 
     /// @return whether data are dropped until restart
     bool awaitsRestart() const { return m_state == State::awaiting || m_overflowed; }

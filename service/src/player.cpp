@@ -157,35 +157,42 @@ void Player::report(int moreFlags)
     m_events.state(state(), flags);
 }
 
-void Player::askPosition(std::function<void(std::int64_t)> answer)
+void Player::askPosition(PositionAnswer answer)
 {
     if (m_phase != Phase::open || m_deck->busy() || m_ended)
     {
         answer(m_position);
         return;
     }
+    m_positionAsked.push_back(std::move(answer));
     m_deck->tell(
-        [loop = &m_host.loop, alive = std::weak_ptr<Player*>(m_alive), deck = std::weak_ptr<Deck>(m_deck),
-         answer = std::move(answer)](Pipeline& pipeline)
+        [loop = &m_host.loop, alive = std::weak_ptr<Player*>(m_alive),
+         deck = std::weak_ptr<Deck>(m_deck)](Pipeline& pipeline)
         {
             auto const position = pipeline.position();
             loop->post(
-                [alive, deck, answer, position]
+                [alive, deck, position]
                 {
                     auto const self = alive.lock();
-                    if (self == nullptr)
+                    bool const current =
+                        self != nullptr && (*self)->m_deck != nullptr && (*self)->m_deck == deck.lock();
+                    if (current)
                     {
-                        return;
+                        (*self)->answerPosition(position);
                     }
-                    Player& player = **self;
-                    bool const current = player.m_deck != nullptr && player.m_deck == deck.lock();
-                    if (current && position && !player.m_deck->busy() && !player.m_ended)
-                    {
-                        player.m_position = player.clamped(*position);
-                    }
-                    answer(player.m_position);
                 });
         });
+}
+
+void Player::answerPosition(std::optional<std::int64_t> position)
+{
+    if (position && !m_deck->busy() && !m_ended)
+    {
+        m_position = clamped(*position);
+    }
+    PositionAnswer const answer = std::move(m_positionAsked.front());
+    m_positionAsked.pop_front();
+    answer(m_position);
 }
 
 void Player::enqueue(char const* name, Then run)
@@ -276,6 +283,10 @@ void Player::closeDeck()
     m_host.loop.cancelTimer(m_tick);
     m_tick = 0;
     m_gauges.reset();
+    for (PositionAnswer const& answer : std::exchange(m_positionAsked, {}))
+    {
+        answer(m_position); // the pipeline may hang
+    }
     if (m_deck != nullptr)
     {
         m_host.yard.take(std::move(m_deck));

@@ -83,8 +83,10 @@ public:
     bool audioMuted() const { return m_sound.muted(); }
     bool videoMuted() const { return m_videoMuted; }
 
-    /// Gives the position now or later; not at all when this player is destroyed first.
-    void askPosition(std::function<void(std::int64_t)> answer);
+    using PositionAnswer = std::function<void(std::int64_t position)>;
+
+    /// Gives the position now or later; the last one that was known when the medium or the player goes meanwhile.
+    void askPosition(PositionAnswer answer);
 
     /// @return null while nothing is known of the medium
     MediaInfo const* info() const { return m_info ? &*m_info : nullptr; }
@@ -165,6 +167,7 @@ private:
     void applyVisibility();
     void armTick();
     void onTick();
+    void answerPosition(std::optional<std::int64_t> position);
     std::int64_t clamped(std::int64_t position) const;
 
     PlayerHost m_host;
@@ -190,6 +193,7 @@ private:
     bool m_durationChanged = false;
     bool m_fresh = false; ///< open and not moved yet
     std::int64_t m_position = 0;
+    std::deque<PositionAnswer> m_positionAsked; ///< of the deck
     int m_speed;
     Sound m_sound;
     bool m_videoMuted = false;

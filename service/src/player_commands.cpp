@@ -140,8 +140,7 @@ void getState(Player& player, Request& request)
 
 void getCurPosition(Player& player, Request& request)
 {
-    player.askPosition([answer = request.postpone()](std::optional<std::int64_t> position) mutable
-                       { position ? answer.reply(*position) : answer.reply(-ENOENT); });
+    player.askPosition([answer = request.postpone()](std::int64_t position) mutable { answer.reply(position); });
 }
 
 void getMediaInfo(Player& player, Request& request)

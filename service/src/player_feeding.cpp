@@ -139,9 +139,9 @@ void Player::push(om::om_es_unit_t const& unit, void const* data, std::size_t si
         answerPush(feed->push(size, [&] { return makeUnit(unit, data, size); }), "pushEsData",
                    {{om::OM_KEY_STREAM, std::to_string(unit.stream_type)}});
     }
-    if (ends && !feed->awaitsRestart())
+    if (ends)
     {
-        feed->end();
+        feed->end(); // dropped like the data in front of it while the application has not followed a seek
     }
 }
 
@@ -160,8 +160,7 @@ int Player::endOfData()
     {
         return -ENODATA;
     }
-    m_videoFeed->end();
-    return 0;
+    return m_videoFeed->end() ? 0 : -EINVAL;
 }
 
 } // namespace tz::orvane::service

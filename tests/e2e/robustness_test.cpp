@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Clients that die, ask for nonsense or too much, and the beginning and end of the service itself.
 #include "support/viewer.h"
+#include "support/wait.h"
 
 #include "orvane/omc_access.h"
 #include "orvane/platform/mdtc_messenger.h"
@@ -9,8 +10,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstring>
+#include <future>
 #include <set>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -174,6 +177,40 @@ TEST_F(Robustness, messagesThatNoProxyWouldSendAreRefused)
     EXPECT_EQ(post(cnid, 0x4001, protocol::kCmdGetPreviewRequestId), -ENOENT);
     EXPECT_EQ(viewer.state(), om::OM_STATE_PAUSED);
     EXPECT_EQ(other.state(), om::OM_STATE_NULL);
+}
+
+TEST_F(Robustness, whoeverAsksGetsAnAnswerAlsoWhenThePlayerGoes)
+{
+    for (int round = 0; round < 10; ++round)
+    {
+        Viewer viewer;
+        ASSERT_TRUE(viewer.open(media("a.wav"), om::OM_PREPARE_AUTO_START));
+        unsigned int const cnid = viewer.connection().getClientID();
+        unsigned int const plid = viewer.player().getPlayerID();
+        std::atomic<int> answers{0};
+        auto const ask = [&]
+        {
+            int result = 0;
+            while ((result = post(cnid, plid, protocol::kCmdGetCurPosition)) >= 0)
+            {
+                ++answers;
+            }
+            return result;
+        };
+        std::future<int> askers[3];
+        for (auto& asker : askers)
+        {
+            asker = std::async(std::launch::async, ask);
+        }
+        EXPECT_TRUE(eventually([&] { return answers > 20; }));
+        mdt::MsgData const release(static_cast<int>(cnid), static_cast<int>(plid), protocol::kCmdReleaseMediaPlayer,
+                                   protocol::kTypeCommand);
+        EXPECT_GE(mdt::MdtcMessenger::GetInstance().postMsg(release, protocol::kPostTimeout), 0);
+        for (auto& asker : askers)
+        {
+            EXPECT_EQ(asker.get(), -ENOENT);
+        }
+    }
 }
 
 TEST_F(Robustness, commandsAtTheWrongTimeAreRefusedByName)

@@ -42,6 +42,7 @@ public:
     }
 
     Fault fault;
+    int ends = 0;
 
 private:
     void onDeckFault(Fault const& reported) override
@@ -49,7 +50,7 @@ private:
         fault = reported;
         m_came();
     }
-    void onDeckEnd() override {}
+    void onDeckEnd() override { ++ends; }
     void onDeckBuffering(int) override {}
     void onDeckDuration() override {}
 
@@ -146,6 +147,37 @@ TEST_F(DeckTest, aDecoderThatIsMissingWithoutAReasonIsCounted)
     m_loop.run();
     EXPECT_EQ(m_deck->missingCodecs().size(), 1u);
     EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_NONE);
+}
+
+/// A seek during which the end of what was played before arrives.
+CallResult seekAfterEnd(Pipeline& pipeline, CallResult result)
+{
+    ObjectPtr<GstBus> const bus(gst_element_get_bus(pipeline.element()));
+    GstObject* const source = GST_OBJECT(pipeline.element());
+    gst_bus_post(bus.get(), gst_message_new_eos(source));
+    if (result == CallResult::async)
+    {
+        gst_bus_post(bus.get(), gst_message_new_async_done(source, GST_CLOCK_TIME_NONE));
+    }
+    return result;
+}
+
+TEST_F(DeckTest, aRefusedSeekDoesNotHideAnEnd)
+{
+    m_deck->operate(
+        Deck::Kind::seek, kLong, [](Pipeline& pipeline) { return seekAfterEnd(pipeline, CallResult::failed); },
+        [this](Deck::Outcome) { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(m_listener.ends, 1);
+}
+
+TEST_F(DeckTest, aSeekLeavesAnEndBehind)
+{
+    m_deck->operate(
+        Deck::Kind::seek, kLong, [](Pipeline& pipeline) { return seekAfterEnd(pipeline, CallResult::async); },
+        [this](Deck::Outcome) { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(m_listener.ends, 0);
 }
 
 TEST_F(DeckTest, aPipelineThatEndsLeavesNothingBehind)
