@@ -128,6 +128,7 @@ TEST_F(Network, aLiveCameraPlays)
     EXPECT_EQ(viewer.recorder().mediaInfo().resolution.width, 160);
     EXPECT_EQ(viewer.recorder().mediaInfo().cap_flags, om::OM_CAP_LIVE);
     EXPECT_EQ(viewer.player().isSeekable(), 0);
+    EXPECT_EQ(viewer.player().isSpeedable(), 0);
     auto const first = viewer.recorder().takePlayTime();
     ASSERT_TRUE(first);
     EXPECT_TRUE(viewer.recorder().take([&](Note const& note)

@@ -206,5 +206,28 @@ TEST_F(Sound, aDelayHoldsTheSoundBack)
     EXPECT_THAT(rightSideBegins(viewer), AllOf(Ge(3'900), Le(5'000)));
 }
 
+TEST_F(Sound, aDelayHoldsForElementaryStreams)
+{
+    Viewer viewer;
+    StreamFeeder feeder(viewer);
+    viewer.player().setExtraAudioAttribute(om::OM_AUDIO_ATTRIBUTE_DELAY, 1'500);
+    feeder.open();
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED));
+    viewer.player().start(0);
+    EXPECT_TRUE(soundsLike(viewer, kTone));
+    EXPECT_GE(viewer.position(), 1'400);
+}
+
+TEST_F(Sound, aNegativeDelayHoldsThePictureBack)
+{
+    Viewer viewer;
+    viewer.player().setExtraAudioAttribute(om::OM_AUDIO_ATTRIBUTE_DELAY, -2'000);
+    ASSERT_TRUE(viewer.open(media("v.mp4"), om::OM_PREPARE_AUTO_START));
+    EXPECT_TRUE(soundsLike(viewer, kTone));
+    ASSERT_TRUE(eventually([&] { return viewer.position() > 500; }));
+    EXPECT_LE(statistic(viewer, om::OM_STATISTIC_FRAMES_DECODED), 5);
+    EXPECT_TRUE(eventually([&] { return statistic(viewer, om::OM_STATISTIC_FRAMES_DECODED) > 20; }));
+}
+
 } // namespace
 } // namespace tz::orvane::test
