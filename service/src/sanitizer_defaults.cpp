@@ -15,6 +15,8 @@ extern "C"
     __attribute__((visibility("default"))) char const* __lsan_default_suppressions()
     {
         return "leak:ld-linux\n"       // tables that GLib makes while it is being loaded
+               "leak:g_intern_\n"      // GLib lets go of the table of such names when it makes a larger one
+               "leak:g_quark_from\n"   // the same
                "leak:libgstsoup.so\n"; // an object that waits for a main loop, which this service has none of
     }
 }

@@ -10,7 +10,7 @@
 
 #include <gmock/gmock.h>
 
-#include <regex>
+#include <iterator>
 #include <sstream>
 
 namespace tz::orvane::test
@@ -23,6 +23,7 @@ using testing::Contains;
 using testing::Ge;
 using testing::IsEmpty;
 using testing::Le;
+using testing::MatchesRegex;
 using testing::Not;
 
 class ExtendedCommands : public WithService
@@ -39,7 +40,7 @@ TEST_F(ExtendedCommands, theServiceTellsItsVersions)
 {
     Viewer viewer;
     Answers answers = ask(viewer, om::OM_COMMAND_VERSION);
-    EXPECT_TRUE(std::regex_match(answers[om::OM_KEY_VERSION], std::regex(R"(\d+\.\d+\.\d+)")));
+    EXPECT_THAT(answers[om::OM_KEY_VERSION], MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+"));
     EXPECT_EQ(answers[om::OM_KEY_PROTOCOL], std::to_string(protocol::kProtocolVersion));
 }
 
