@@ -19,6 +19,9 @@ constexpr std::chrono::milliseconds kOperationDeadline{5'000};
 /// Pipelines that end behind the players' backs, or never will.
 constexpr int kMostLeftovers = 64;
 
+/// Nothing in it tells where key frames are: a search for one ends seconds away, on a picture that cannot be decoded.
+constexpr char kTransportStream[] = "video/mp2t";
+
 constexpr int kSeekFlags =
     om::OM_SEEK_ACCURATE | om::OM_SEEK_KEY_UNIT | om::OM_SEEK_SNAP_BEFORE | om::OM_SEEK_SNAP_AFTER;
 static_assert(om::OM_SEEK_ACCURATE == static_cast<int>(GST_SEEK_FLAG_ACCURATE));
@@ -333,7 +336,8 @@ void Player::doSeek(std::int64_t position, int flags)
         refuse(om::OM_ERROR_NOT_SUPPORTED, "the medium cannot be sought");
         return;
     }
-    int const how = flags == om::OM_SEEK_DEFAULT ? om::OM_SEEK_ACCURATE : flags;
+    bool const hasIndex = std::strcmp(m_info->media.mime_type, kTransportStream) != 0;
+    int const how = flags == om::OM_SEEK_DEFAULT || !hasIndex ? om::OM_SEEK_ACCURATE : flags;
     moveTo(m_speed, clamped(position), how,
            [this]
            {

@@ -278,6 +278,19 @@ TEST_F(Playback, seekingGoesToTheFrameOrToAKeyFrame)
     }
 }
 
+TEST_F(Playback, aTransportStreamIsSoughtExactlyWhateverIsAskedFor)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("v.ts")));
+    for (int const flags : {om::OM_SEEK_KEY_UNIT | om::OM_SEEK_SNAP_BEFORE, om::OM_SEEK_KEY_UNIT + 0})
+    {
+        viewer.player().seek(4'520, flags);
+        auto const done = viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE);
+        ASSERT_TRUE(done);
+        EXPECT_THAT(done->number(om::OM_KEY_POSITION), AllOf(Ge(4'400), Le(4'640)));
+    }
+}
+
 TEST_F(Playback, seekingWhilePlayingGoesOnFromThere)
 {
     Viewer viewer;
