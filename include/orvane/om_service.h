@@ -88,6 +88,10 @@ inline constexpr char OM_KEY_STREAM[] = "stream";     ///< om_stream_type_e
 inline constexpr char OM_KEY_PERCENT[] = "percent";   ///< 0 to 100
 inline constexpr char OM_KEY_SPEED[] = "speed";       ///< om_play_speed_e
 
+inline constexpr char OM_KEY_PATH[] = "path";         ///< of a file
+inline constexpr char OM_KEY_WIDTH[] = "width";       ///< pixels
+inline constexpr char OM_KEY_HEIGHT[] = "height";     ///< pixels
+
 // Commands of OmIMediaPlayer::doExtendCommand.
 
 /// What is pushed from now on begins at the byte that "offset" names: the answer to OM_EVENT_NEED_DATA with an offset.
@@ -130,6 +134,10 @@ inline constexpr char OM_STATISTIC_AUDIO_LEVEL_LEFT[] = "audio-level-left-db";
 inline constexpr char OM_STATISTIC_AUDIO_LEVEL_RIGHT[] = "audio-level-right-db";
 inline constexpr char OM_STATISTIC_AUDIO_RATE[] = "audio-rate";         ///< Hz at the output, 0 without sound
 inline constexpr char OM_STATISTIC_AUDIO_CHANNELS[] = "audio-channels"; ///< at the output, 0 without sound
+
+/// Takes a picture of the whole screen. The group is replaced by "path" of a PNG file, "width", "height", and "position"
+/// of the player. The file lasts until the player's next screenshot or its destruction.
+inline constexpr char OM_COMMAND_SCREENSHOT[] = "screenshot";
 
 /// Error codes of OmcIMediaPlayerListener::onError; the property "text" says more.
 ///

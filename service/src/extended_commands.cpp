@@ -41,6 +41,32 @@ int endOfData(Player& player, protocol::PropertyView const&, Request&)
     return player.endOfData();
 }
 
+void describe(Screenshot const& screenshot, std::int64_t position, Answer& answer)
+{
+    om::OmPropertyGroup group;
+    addAll(group, {{om::OM_KEY_PATH, screenshot.path()},
+                   {om::OM_KEY_WIDTH, std::to_string(screenshot.width())},
+                   {om::OM_KEY_HEIGHT, std::to_string(screenshot.height())},
+                   {om::OM_KEY_POSITION, std::to_string(position)}});
+    answer.reply(group);
+}
+
+int screenshot(Player& player, protocol::PropertyView const&, Request& request)
+{
+    player.takeScreenshot(
+        [&player, answer = request.postpone()](int status, std::shared_ptr<Screenshot> const& taken) mutable
+        {
+            if (status < 0)
+            {
+                answer.reply(status);
+                return;
+            }
+            player.askPosition([answer, taken](std::optional<std::int64_t> position) mutable
+                               { describe(*taken, position.value_or(0), answer); });
+        });
+    return 0;
+}
+
 int playTimeInterval(Player& player, protocol::PropertyView const& properties, Request& request)
 {
     auto interval = player.playTimeInterval();
@@ -97,6 +123,7 @@ constexpr Row kRows[] = {
     {om::OM_COMMAND_PUSH_FROM, pushFrom},
     {om::OM_COMMAND_END_OF_DATA, endOfData},
     {om::OM_COMMAND_CHAPTER, chapter},
+    {om::OM_COMMAND_SCREENSHOT, screenshot},
     {om::OM_COMMAND_PLAYTIME_INTERVAL, playTimeInterval},
     {om::OM_COMMAND_STATISTICS, statistics},
 };

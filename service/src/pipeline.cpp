@@ -111,8 +111,8 @@ bool Pipeline::seekable() const
 
 char const* missingElement(AudioOutput output)
 {
-    for (char const* const name :
-         {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "intervideosink", "intervideosrc"})
+    for (char const* const name : {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "intervideosink",
+                                   "intervideosrc", "compositor", "pngenc"})
     {
         ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
         if (factory == nullptr)

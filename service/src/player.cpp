@@ -195,6 +195,25 @@ void Player::answerPosition(std::optional<std::int64_t> position)
     answer(m_position);
 }
 
+void Player::takeScreenshot(Screenshots::Taken taken)
+{
+    m_host.screenshots.take(
+        [alive = std::weak_ptr<Player*>(m_alive),
+         taken = std::move(taken)](int status, std::shared_ptr<Screenshot> const& screenshot)
+        {
+            auto const self = alive.lock();
+            if (self == nullptr)
+            {
+                return;
+            }
+            if (screenshot != nullptr)
+            {
+                (*self)->m_screenshot = screenshot;
+            }
+            taken(status, screenshot);
+        });
+}
+
 void Player::enqueue(char const* name, Then run)
 {
     if (m_waiting.size() >= kMostWaiting)

@@ -10,6 +10,7 @@
 #include "medium.h"
 #include "player_events.h"
 #include "screen.h"
+#include "screenshot.h"
 #include "settings.h"
 #include "sound.h"
 
@@ -32,6 +33,7 @@ struct PlayerHost
 {
     platform::EventLoop& loop;
     Screen& screen;
+    Screenshots& screenshots;
     DeckYard& yard;
     Settings const& settings;
 };
@@ -87,6 +89,11 @@ public:
 
     /// Gives the position now or later; the last one that was known when the medium or the player goes meanwhile.
     void askPosition(PositionAnswer answer);
+
+    /// Takes a picture of the whole screen, which lasts until the next one or the player's end. The answer comes later,
+    /// and not at all when this player is destroyed first.
+    /// @param taken gets 0 and the picture, or a negative errno value
+    void takeScreenshot(Screenshots::Taken taken);
 
     /// @return null while nothing is known of the medium
     MediaInfo const* info() const { return m_info ? &*m_info : nullptr; }
@@ -197,6 +204,7 @@ private:
     int m_speed;
     Sound m_sound;
     bool m_videoMuted = false;
+    std::shared_ptr<Screenshot> m_screenshot;
 
     platform::EventLoop::TimerId m_tick = 0;
     platform::EventLoop::Clock::time_point m_nextTick{};

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <iterator>
 #include <sys/epoll.h>
+#include <utility>
 
 namespace tz::orvane::service
 {
@@ -19,6 +20,7 @@ constexpr char kLogFile[] = "screen";
 constexpr char kLogClass[] = "Screen";
 
 constexpr int kFrameRate = 25;
+constexpr std::chrono::milliseconds kPictureDeadline{3'000};
 
 std::string channelName(int number)
 {
@@ -40,7 +42,20 @@ std::string describe(Settings const& settings)
                                    ? "videoconvert ! video/x-raw ! queue ! ximagesink name=window"
                                    : "fakevideosink name=shot";
     return "compositor name=mix background=black ! video/x-raw,format=I420" + size +
-           ",framerate=" + std::to_string(kFrameRate) + "/1 ! " + output;
+           ",framerate=" + std::to_string(kFrameRate) + "/1 ! identity name=exit ! " + output;
+}
+
+std::shared_ptr<GstSample> blackPicture(Settings const& settings)
+{
+    constexpr std::size_t kBytesOfPixel = 4;
+    auto const width = static_cast<std::size_t>(settings.screenWidth);
+    auto const height = static_cast<std::size_t>(settings.screenHeight);
+    CapsPtr const caps(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "RGBx", "width", G_TYPE_INT,
+                                           settings.screenWidth, "height", G_TYPE_INT, settings.screenHeight,
+                                           "framerate", GST_TYPE_FRACTION, kFrameRate, 1, nullptr));
+    BufferPtr const pixels(gst_buffer_new_allocate(nullptr, width * height * kBytesOfPixel, nullptr));
+    gst_buffer_memset(pixels.get(), 0, 0, width * height * kBytesOfPixel);
+    return {gst_sample_new(pixels.get(), caps.get(), nullptr, nullptr), Release()};
 }
 
 /// A source that repeats the last picture of its channel for ever. The compositor's pads are never released again:
@@ -79,13 +94,18 @@ void ScreenInput::show(bool visible)
 }
 
 Screen::Screen(platform::EventLoop& loop, Settings const& settings)
-    : m_loop(loop)
+    : m_alive(std::make_shared<Screen*>(this))
+    , m_loop(loop)
     , m_settings(settings)
 {
 }
 
 Screen::~Screen()
 {
+    for (auto const& entry : m_requests)
+    {
+        m_loop.cancelTimer(entry.second.deadline);
+    }
     if (m_busFd >= 0)
     {
         m_loop.unwatch(m_busFd);
@@ -108,6 +128,8 @@ int Screen::start()
     }
     m_pipeline.reset(static_cast<GstElement*>(gst_object_ref_sink(pipeline)));
     m_mixer.reset(gst_bin_get_by_name(GST_BIN(pipeline), "mix"));
+    ObjectPtr<GstElement> const exit(gst_bin_get_by_name(GST_BIN(pipeline), "exit"));
+    m_camera.attach(m_mixer.get(), exit.get());
     m_bus.reset(gst_element_get_bus(pipeline));
     GPollFD poll{};
     gst_bus_get_pollfd(m_bus.get(), &poll);
@@ -156,6 +178,10 @@ void Screen::close(int number)
     if (--m_open == 0)
     {
         m_worker.run([pipeline = m_pipeline.get()] { gst_element_set_state(pipeline, GST_STATE_NULL); });
+        while (!m_requests.empty())
+        {
+            answer(m_requests.begin()->first, blackPicture(m_settings));
+        }
     }
 }
 
@@ -167,6 +193,45 @@ void Screen::show(int number, bool visible)
             ObjectPtr<GstPad> const pad(gst_element_get_static_pad(mixer, padName(number).c_str()));
             g_object_set(pad.get(), "alpha", visible ? 1.0 : 0.0, nullptr);
         });
+}
+
+void Screen::takePicture(PictureTaken taken)
+{
+    if (m_open == 0)
+    {
+        taken(blackPicture(m_settings));
+        return;
+    }
+    unsigned int const request = ++m_lastRequest;
+    m_requests[request] = {std::move(taken),
+                           m_loop.addTimer(kPictureDeadline, [this, request] { answer(request, nullptr); })};
+    auto const caught =
+        [loop = &m_loop, alive = std::weak_ptr<Screen*>(m_alive), request](std::shared_ptr<GstSample> const& picture)
+    {
+        loop->post(
+            [alive, request, picture]
+            {
+                if (auto const self = alive.lock())
+                {
+                    (*self)->answer(request, picture);
+                }
+            });
+    };
+    m_worker.run([camera = &m_camera, caught] { camera->take(caught); }); // behind the settings
+}
+
+/// The first of picture and deadline answers.
+void Screen::answer(unsigned int request, std::shared_ptr<GstSample> const& picture)
+{
+    auto const found = m_requests.find(request);
+    if (found == m_requests.end())
+    {
+        return;
+    }
+    m_loop.cancelTimer(found->second.deadline);
+    PictureTaken const taken = std::move(found->second.taken);
+    m_requests.erase(found);
+    taken(picture);
 }
 
 void Screen::readBus()

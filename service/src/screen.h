@@ -2,12 +2,15 @@
 // The one picture that all players draw into.
 #pragma once
 
+#include "camera.h"
 #include "gst_ptr.h"
 #include "settings.h"
 #include "worker.h"
 
 #include "orvane/platform/om_event_loop.h"
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,15 +55,32 @@ public:
 
     std::unique_ptr<ScreenInput> open();
 
+    using PictureTaken = std::function<void(std::shared_ptr<GstSample> const& picture)>;
+
+    /// Calls back, now or later, with a composed picture in which every setting shows that was made before; with null
+    /// when none is composed in time. When nothing is open the screen is black.
+    void takePicture(PictureTaken taken);
+
 private:
     friend class ScreenInput;
 
     void close(int number);
     void show(int number, bool visible);
     void readBus();
+    void answer(unsigned int request, std::shared_ptr<GstSample> const& picture);
 
+    struct PictureRequest
+    {
+        PictureTaken taken;
+        platform::EventLoop::TimerId deadline;
+    };
+
+    std::shared_ptr<Screen*> m_alive; ///< dies with the screen: what is on its way to the loop looks here first
     platform::EventLoop& m_loop;
     Settings const& m_settings;
+    Camera m_camera;
+    std::map<unsigned int, PictureRequest> m_requests;
+    unsigned int m_lastRequest = 0;
     ObjectPtr<GstElement> m_pipeline;
     ObjectPtr<GstElement> m_mixer;
     ObjectPtr<GstBus> m_bus;

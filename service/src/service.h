@@ -4,6 +4,7 @@
 
 #include "deck_yard.h"
 #include "screen.h"
+#include "screenshot.h"
 #include "session.h"
 #include "settings.h"
 
@@ -48,6 +49,7 @@ private:
     platform::EventLoop& m_loop;
     Settings m_settings;
     Screen m_screen;
+    Screenshots m_screenshots;
     DeckYard m_yard;
     PlayerIds m_ids;
     std::map<int, std::unique_ptr<Session>> m_sessions;
