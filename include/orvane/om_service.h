@@ -18,8 +18,9 @@ enum om_prepare_flag_e : unsigned int
 // Keys of the property group of OmIMediaPlayer::prepare, and of the third buffer of openEsMedia, which is a group's
 // image or empty. Numbers are decimal text.
 inline constexpr char OM_PREPARE_KEY_PLAYTIME_INTERVAL[] = "playtime-interval-ms"; ///< 0: no reports; default 250
-inline constexpr char OM_PREPARE_KEY_TIMEOUT[] = "timeout-ms";    ///< for opening; default 10000, pushed data 30000
-inline constexpr char OM_PREPARE_KEY_USER_AGENT[] = "user-agent"; ///< of http requests
+inline constexpr char OM_PREPARE_KEY_TIMEOUT[] = "timeout-ms";     ///< for opening; default 10000, pushed data 30000
+inline constexpr char OM_PREPARE_KEY_USER_AGENT[] = "user-agent";  ///< of http requests
+inline constexpr char OM_PREPARE_KEY_ANIMATION[] = "animation-ms"; ///< how long a photo takes to appear; default 500
 inline constexpr char OM_PREPARE_KEY_SIZE[] = "size"; ///< bytes of the data that will be pushed; makes it seekable
 
 /// Active-state flags of onStateChanged.
@@ -88,9 +89,9 @@ inline constexpr char OM_KEY_STREAM[] = "stream";     ///< om_stream_type_e
 inline constexpr char OM_KEY_PERCENT[] = "percent";   ///< 0 to 100
 inline constexpr char OM_KEY_SPEED[] = "speed";       ///< om_play_speed_e
 
-inline constexpr char OM_KEY_PATH[] = "path";         ///< of a file
-inline constexpr char OM_KEY_WIDTH[] = "width";       ///< pixels
-inline constexpr char OM_KEY_HEIGHT[] = "height";     ///< pixels
+inline constexpr char OM_KEY_PATH[] = "path";     ///< of a file
+inline constexpr char OM_KEY_WIDTH[] = "width";   ///< pixels
+inline constexpr char OM_KEY_HEIGHT[] = "height"; ///< pixels
 
 // Commands of OmIMediaPlayer::doExtendCommand.
 
@@ -135,8 +136,8 @@ inline constexpr char OM_STATISTIC_AUDIO_LEVEL_RIGHT[] = "audio-level-right-db";
 inline constexpr char OM_STATISTIC_AUDIO_RATE[] = "audio-rate";         ///< Hz at the output, 0 without sound
 inline constexpr char OM_STATISTIC_AUDIO_CHANNELS[] = "audio-channels"; ///< at the output, 0 without sound
 
-/// Takes a picture of the whole screen. The group is replaced by "path" of a PNG file, "width", "height", and "position"
-/// of the player. The file lasts until the player's next screenshot or its destruction.
+/// Takes a picture of the whole screen. The group is replaced by "path" of a PNG file, "width", "height", and
+/// "position" of the player. The file lasts until the player's next screenshot or its destruction.
 inline constexpr char OM_COMMAND_SCREENSHOT[] = "screenshot";
 
 /// Error codes of OmcIMediaPlayerListener::onError; the property "text" says more.

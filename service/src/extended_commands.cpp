@@ -61,8 +61,7 @@ int screenshot(Player& player, protocol::PropertyView const&, Request& request)
                 answer.reply(status);
                 return;
             }
-            player.askPosition([answer, taken](std::optional<std::int64_t> position) mutable
-                               { describe(*taken, position.value_or(0), answer); });
+            player.askPosition([answer, taken](std::int64_t position) mutable { describe(*taken, position, answer); });
         });
     return 0;
 }

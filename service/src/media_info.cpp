@@ -77,7 +77,6 @@ void readVideo(StreamPad const& stream, GstCaps const* compressed, om::om_stream
         return;
     }
     media.video_codec = videoCodecOf(compressed);
-    media.disp_rotation = rotationOf(stream.tags.get());
     if (known)
     {
         media.resolution = {picture.width, picture.height};
@@ -164,6 +163,7 @@ void readStream(StreamPad const& stream, MediaInfo& info)
     {
     case StreamPad::Kind::video:
         readVideo(stream, compressed.get(), entry, info.media, number == 0);
+        info.orientation = number == 0 ? orientationOf(stream.tags.get()) : info.orientation;
         break;
     case StreamPad::Kind::audio:
         readAudio(stream, compressed.get(), entry, info.media, number == 0);
@@ -219,7 +219,7 @@ void readBytes(Pipeline const& pipeline, MediaInfo& info)
     }
     if (info.exif)
     {
-        info.media.disp_rotation = info.exif->rotation;
+        info.orientation = {info.exif->rotation / kDegreesOfQuarter, info.exif->mirror != 0};
         info.media.create_date = info.exif->date_taken; // nothing else tells of a photo's
     }
 }
@@ -286,6 +286,7 @@ MediaInfo probeMedia(Pipeline const& pipeline, bool live)
     readWhole(pipeline, live, info);
     readAllTags(pipeline.streams(), info.media);
     readBytes(pipeline, info);
+    info.media.disp_rotation = info.orientation.degrees();
     if (bitRateKnown && bitRate > 0 && bitRate <= INT32_MAX)
     {
         info.media.bit_rate = static_cast<std::int32_t>(bitRate);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "chapters.h"
+#include "orientation.h"
 #include "pipeline.h"
 
 #include "orvane/om_records.h"
@@ -17,6 +18,7 @@ struct MediaInfo
     om::om_media_info_t media;
     om::om_container_info_t container;
     bool seekable = false;
+    Orientation orientation; ///< that the first video track or the photo asks for
     Chapters chapters;
     std::optional<om::om_exif_info_t> exif; ///< of a photo
 };

@@ -19,6 +19,7 @@ constexpr std::chrono::milliseconds kPushedOpenTimeout{30'000};
 constexpr std::int64_t kLongestTimeout = 3'600'000;
 constexpr std::int64_t kShortestInterval = 20;
 constexpr std::int64_t kLongestInterval = 3'600'000;
+constexpr std::int64_t kLongestAnimation = 10'000;
 constexpr std::size_t kLongestUserAgent = 512;
 constexpr std::size_t kLongestUri = 8192;
 
@@ -43,6 +44,12 @@ bool readOption(protocol::PropertyView::Entry const& entry, Medium& medium)
         auto const size = toNumber(entry.value, 1, INT64_MAX);
         medium.size = size.value_or(-1);
         return size.has_value();
+    }
+    if (entry.key == om::OM_PREPARE_KEY_ANIMATION)
+    {
+        auto const duration = toNumber(entry.value, 0, kLongestAnimation);
+        medium.animationDuration = std::chrono::milliseconds(duration.value_or(0));
+        return duration.has_value();
     }
     if (entry.key == om::OM_PREPARE_KEY_USER_AGENT)
     {

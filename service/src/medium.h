@@ -31,6 +31,7 @@ struct Medium
     bool autoStart = false;
     std::chrono::milliseconds playTimeInterval{250};
     std::chrono::milliseconds openTimeout{0};
+    std::chrono::milliseconds animationDuration{500};
     std::string userAgent;
     std::int64_t size = -1;
     std::vector<std::string> unknownOptions;

@@ -112,7 +112,7 @@ bool Pipeline::seekable() const
 char const* missingElement(AudioOutput output)
 {
     for (char const* const name : {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "intervideosink",
-                                   "intervideosrc", "compositor", "pngenc"})
+                                   "intervideosrc", "compositor", "videocrop", "videoflip", "capssetter", "pngenc"})
     {
         ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
         if (factory == nullptr)

@@ -24,6 +24,7 @@ Player::Player(PlayerHost const& host, PlayerEvents const& events)
     : m_host(host)
     , m_events(events)
     , m_speed(om::OM_PLAY_SPEED_NORMAL)
+    , m_picture(host.settings)
     , m_alive(std::make_shared<Player*>(this))
 {
 }
@@ -125,10 +126,23 @@ bool Player::setAudioAttribute(int attribute, int value)
     return known;
 }
 
-void Player::setVideoMute(bool muted)
+void Player::movePhoto(int right, int down)
 {
-    m_videoMuted = muted;
-    applyVisibility();
+    enqueue("moveTo",
+            [this, right, down]
+            {
+                if (!needsOpen())
+                {
+                    return;
+                }
+                if (!m_info || m_info->media.media_type != om::OM_MEDIA_TYPE_PHOTO)
+                {
+                    refuse(om::OM_ERROR_NOT_SUPPORTED, "only a photo can be moved");
+                    return;
+                }
+                m_picture.move(right, down);
+                finished();
+            });
 }
 
 om::om_state_e Player::state() const
@@ -306,8 +320,10 @@ void Player::closeDeck()
     {
         answer(m_position); // the pipeline may hang
     }
+    m_picture.leave();
     if (m_deck != nullptr)
     {
+        m_deck->input().onTrouble(nullptr);
         m_host.yard.take(std::move(m_deck));
     }
 }
@@ -370,15 +386,6 @@ void Player::applySound()
     if (m_deck != nullptr)
     {
         m_deck->tell([sound = m_sound, speed = m_speed](Pipeline& pipeline) { sound.apply(pipeline, speed); });
-    }
-}
-
-void Player::applyVisibility()
-{
-    if (m_deck != nullptr)
-    {
-        bool const hasPicture = m_info && m_info->container.video_count > 0;
-        m_deck->input().show(hasPicture && !m_videoMuted);
     }
 }
 

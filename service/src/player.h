@@ -8,6 +8,7 @@
 #include "gauges.h"
 #include "media_info.h"
 #include "medium.h"
+#include "picture.h"
 #include "player_events.h"
 #include "screen.h"
 #include "screenshot.h"
@@ -66,7 +67,9 @@ public:
 
     /// @param attribute,value see om_audio_attribute_e @return whether there are such
     bool setAudioAttribute(int attribute, int value);
-    void setVideoMute(bool muted);
+
+    /// Pixels of the screen by which a photo is moved, as far as there is more of it.
+    void movePhoto(int right, int down);
 
     /// Container data. @param data copied
     void push(void const* data, std::size_t size);
@@ -83,12 +86,13 @@ public:
     om::om_state_e state() const;
     int speed() const { return m_speed; }
     bool audioMuted() const { return m_sound.muted(); }
-    bool videoMuted() const { return m_videoMuted; }
 
     using PositionAnswer = std::function<void(std::int64_t position)>;
 
     /// Gives the position now or later; the last one that was known when the medium or the player goes meanwhile.
     void askPosition(PositionAnswer answer);
+
+    Picture& picture() { return m_picture; }
 
     /// Takes a picture of the whole screen, which lasts until the next one or the player's end. The answer comes later,
     /// and not at all when this player is destroyed first.
@@ -171,7 +175,6 @@ private:
     void closeDeck();
     void report(int moreFlags = 0);
     void applySound();
-    void applyVisibility();
     void armTick();
     void onTick();
     void answerPosition(std::optional<std::int64_t> position);
@@ -203,7 +206,7 @@ private:
     std::deque<PositionAnswer> m_positionAsked; ///< of the deck
     int m_speed;
     Sound m_sound;
-    bool m_videoMuted = false;
+    Picture m_picture;
     std::shared_ptr<Screenshot> m_screenshot;
 
     platform::EventLoop::TimerId m_tick = 0;

@@ -4,6 +4,7 @@
 
 #include "extended_commands.h"
 #include "info_commands.h"
+#include "picture_commands.h"
 #include "sound_commands.h"
 
 #include <cerrno>
@@ -123,16 +124,6 @@ void isSeekable(Player& player, Request& request)
     request.reply(std::uint32_t{player.info() != nullptr && player.info()->seekable});
 }
 
-void setVideoMute(Player& player, Request& request)
-{
-    player.setVideoMute(request.number(0) != 0);
-}
-
-void isVideoMute(Player& player, Request& request)
-{
-    request.reply(std::uint32_t{player.videoMuted()});
-}
-
 void getState(Player& player, Request& request)
 {
     request.reply(static_cast<std::uint32_t>(player.state()));
@@ -180,8 +171,6 @@ constexpr PlayerCommandRow kRows[] = {
     {protocol::kCmdGetSpeed, getSpeed},
     {protocol::kCmdIsSeekable, isSeekable},
     {protocol::kCmdIsSpeedable, isSeekable},
-    {protocol::kCmdSetVideoMute, setVideoMute},
-    {protocol::kCmdIsVideoMute, isVideoMute},
     {protocol::kCmdGetState, getState},
     {protocol::kCmdGetCurPosition, getCurPosition},
     {protocol::kCmdGetMediaInfo, getMediaInfo},
@@ -198,7 +187,7 @@ constexpr PlayerCommandRow kRows[] = {
 PlayerCommand findPlayerCommand(int code)
 {
     PlayerCommand command = findIn(kRows, code);
-    for (auto const find : {findInfoCommand, findSoundCommand})
+    for (auto const find : {findInfoCommand, findPictureCommand, findSoundCommand})
     {
         command = command != nullptr ? command : find(code);
     }

@@ -113,6 +113,7 @@ void Player::openMedium(Then then)
     }
     makeFeeds();
     auto input = m_host.screen.open();
+    input->onTrouble([this](std::string const& text) { warn(om::OM_ERROR_INTERNAL, text); });
     auto pipeline = makePipeline(*input);
     m_deck = std::make_shared<Deck>(m_host.loop, std::move(pipeline), std::move(input), m_medium.fromNetwork());
     if (int const result = m_deck->start(); result < 0)
@@ -178,7 +179,7 @@ void Player::probe(Then then)
             {
                 m_events.exifInfo(*m_info->exif);
             }
-            applyVisibility();
+            m_picture.show(m_deck->input(), *m_info, m_medium.animationDuration);
             then();
         });
 }

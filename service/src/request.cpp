@@ -115,6 +115,16 @@ void Answer::reply(std::int64_t value)
     send(0, [value](mdt::MsgData& answer) { answer.writeSInt64(value); });
 }
 
+void Answer::reply(std::uint32_t first, std::uint32_t second)
+{
+    send(0,
+         [first, second](mdt::MsgData& answer)
+         {
+             answer.writeUInt32(first);
+             answer.writeUInt32(second);
+         });
+}
+
 void Answer::reply(om::OmPropertyGroup const& group)
 {
     char* data = nullptr;

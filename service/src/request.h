@@ -28,6 +28,7 @@ public:
     void reply(int status);
     void reply(std::uint32_t value);
     void reply(std::int64_t value);
+    void reply(std::uint32_t first, std::uint32_t second);
     void reply(om::OmPropertyGroup const& group);
 
     template <class Record> void replyRecord(Record const& record)

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <iterator>
 #include <sys/epoll.h>
 #include <utility>
 
@@ -19,30 +18,14 @@ namespace
 constexpr char kLogFile[] = "screen";
 constexpr char kLogClass[] = "Screen";
 
-constexpr int kFrameRate = 25;
 constexpr std::chrono::milliseconds kPictureDeadline{3'000};
 
-std::string channelName(int number)
+/// A fault that comes again and again is none that a new beginning mends.
+constexpr int kMostFaults = 3;
+
+std::string channelName(std::size_t number)
 {
     return "player-" + std::to_string(number);
-}
-
-std::string padName(int number)
-{
-    return "sink_" + std::to_string(number);
-}
-
-std::string describe(Settings const& settings)
-{
-    std::string const size =
-        ",width=" + std::to_string(settings.screenWidth) + ",height=" + std::to_string(settings.screenHeight);
-
-    // Plain capabilities before a sink keep it from taking overlays apart from the picture.
-    std::string const output = settings.video == VideoOutput::x11
-                                   ? "videoconvert ! video/x-raw ! queue ! ximagesink name=window"
-                                   : "fakevideosink name=shot";
-    return "compositor name=mix background=black ! video/x-raw,format=I420" + size +
-           ",framerate=" + std::to_string(kFrameRate) + "/1 ! identity name=exit ! " + output;
 }
 
 std::shared_ptr<GstSample> blackPicture(Settings const& settings)
@@ -52,34 +35,18 @@ std::shared_ptr<GstSample> blackPicture(Settings const& settings)
     auto const height = static_cast<std::size_t>(settings.screenHeight);
     CapsPtr const caps(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "RGBx", "width", G_TYPE_INT,
                                            settings.screenWidth, "height", G_TYPE_INT, settings.screenHeight,
-                                           "framerate", GST_TYPE_FRACTION, kFrameRate, 1, nullptr));
+                                           "framerate", GST_TYPE_FRACTION, kScreenRate, 1, nullptr));
     BufferPtr const pixels(gst_buffer_new_allocate(nullptr, width * height * kBytesOfPixel, nullptr));
     gst_buffer_memset(pixels.get(), 0, 0, width * height * kBytesOfPixel);
     return {gst_sample_new(pixels.get(), caps.get(), nullptr, nullptr), Release()};
 }
 
-/// A source that repeats the last picture of its channel for ever. The compositor's pads are never released again:
-/// an input that is not in use costs next to nothing, taking one out of a running pipeline costs care.
-void addInput(GstElement* pipeline, GstElement* mixer, int number, Settings const& settings)
-{
-    std::string const chain = "intervideosrc channel=" + channelName(number) +
-                              " timeout=" + std::to_string(GST_CLOCK_TIME_NONE) + " ! videoconvert ! queue";
-    GstElement* const input = gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
-    gst_bin_add(GST_BIN(pipeline), input);
-    ObjectPtr<GstPad> const pad(gst_element_request_pad_simple(mixer, padName(number).c_str()));
-    ObjectPtr<GstPad> const source(gst_element_get_static_pad(input, "src"));
-    g_object_set(pad.get(), "width", settings.screenWidth, "height", settings.screenHeight, "alpha", 0.0, nullptr);
-    gst_util_set_object_arg(G_OBJECT(pad.get()), "sizing-policy", "keep-aspect-ratio");
-    gst_pad_link(source.get(), pad.get());
-    gst_element_sync_state_with_parent(input);
-}
-
 } // namespace
 
-ScreenInput::ScreenInput(Screen& screen, int number)
+ScreenInput::ScreenInput(Screen& screen, std::size_t number, unsigned int layer)
     : m_screen(screen)
     , m_number(number)
-    , m_channel(channelName(number))
+    , m_layer(layer)
 {
 }
 
@@ -88,15 +55,21 @@ ScreenInput::~ScreenInput()
     m_screen.close(m_number);
 }
 
-void ScreenInput::show(bool visible)
+std::string ScreenInput::channel() const
 {
-    m_screen.show(m_number, visible);
+    return channelName(m_number);
+}
+
+void ScreenInput::show(PictureLook look)
+{
+    look.layer = m_layer;
+    m_screen.m_slots[m_number].look->set(look);
 }
 
 Screen::Screen(platform::EventLoop& loop, Settings const& settings)
-    : m_alive(std::make_shared<Screen*>(this))
-    , m_loop(loop)
+    : m_loop(loop)
     , m_settings(settings)
+    , m_alive(std::make_shared<Screen*>(this))
 {
 }
 
@@ -106,78 +79,56 @@ Screen::~Screen()
     {
         m_loop.cancelTimer(entry.second.deadline);
     }
-    if (m_busFd >= 0)
-    {
-        m_loop.unwatch(m_busFd);
-    }
-    if (m_pipeline != nullptr)
-    {
-        m_worker.run([pipeline = m_pipeline.get()] { gst_element_set_state(pipeline, GST_STATE_NULL); });
-    }
+    leave();
 }
 
 int Screen::start()
 {
-    GError* fault = nullptr;
-    GstElement* const pipeline = gst_parse_launch(describe(m_settings).c_str(), &fault);
-    ErrorPtr const owner(fault);
-    if (fault != nullptr || pipeline == nullptr)
+    std::string reason;
+    if (ScreenStage::make(m_settings, m_settings.video, reason) == nullptr)
     {
-        ORVANE_LOG_ERROR("%s", fault != nullptr ? fault->message : "no pipeline");
+        ORVANE_LOG_ERROR("%s", reason.c_str());
         return -ENODEV;
     }
-    m_pipeline.reset(static_cast<GstElement*>(gst_object_ref_sink(pipeline)));
-    m_mixer.reset(gst_bin_get_by_name(GST_BIN(pipeline), "mix"));
-    ObjectPtr<GstElement> const exit(gst_bin_get_by_name(GST_BIN(pipeline), "exit"));
-    m_camera.attach(m_mixer.get(), exit.get());
-    m_bus.reset(gst_element_get_bus(pipeline));
-    GPollFD poll{};
-    gst_bus_get_pollfd(m_bus.get(), &poll);
-    m_busFd = poll.fd;
-    if (int const result = m_worker.start("screen"); result < 0)
-    {
-        return result;
-    }
-    return m_loop.watch(m_busFd, EPOLLIN, [this](std::uint32_t) { readBus(); });
+    return m_worker.start("screen");
+}
+
+bool Screen::isIdle() const
+{
+    return std::none_of(m_slots.begin(), m_slots.end(), [](Slot const& slot) { return slot.input != nullptr; });
 }
 
 std::unique_ptr<ScreenInput> Screen::open()
 {
-    auto const free = std::find(m_taken.begin(), m_taken.end(), false);
-    auto const number = std::distance(m_taken.begin(), free);
-    bool const added = free == m_taken.end();
-    if (added)
+    bool const first = isIdle();
+    auto const free =
+        std::find_if(m_slots.begin(), m_slots.end(), [](Slot const& slot) { return slot.input == nullptr; });
+    auto const number = static_cast<std::size_t>(std::distance(m_slots.begin(), free));
+    if (free == m_slots.end())
     {
-        m_taken.push_back(true);
+        m_slots.emplace_back();
     }
-    else
+    auto input = std::make_unique<ScreenInput>(*this, number, ++m_layers);
+    m_slots[number].input = input.get();
+    if (first)
     {
-        *free = true;
+        m_faults = 0;
+        enter(m_settings.video);
     }
-    int const slot = static_cast<int>(number);
-    bool const first = m_open++ == 0;
-    m_worker.run(
-        [pipeline = m_pipeline.get(), mixer = m_mixer.get(), settings = m_settings, slot, added, first]
-        {
-            if (added)
-            {
-                addInput(pipeline, mixer, slot, settings);
-            }
-            if (first)
-            {
-                gst_element_set_state(pipeline, GST_STATE_PLAYING);
-            }
-        });
-    return std::make_unique<ScreenInput>(*this, slot);
+    else if (m_stage != nullptr)
+    {
+        add(number);
+    }
+    return input;
 }
 
-void Screen::close(int number)
+void Screen::close(std::size_t number)
 {
-    show(number, false);
-    m_taken[static_cast<std::size_t>(number)] = false;
-    if (--m_open == 0)
+    m_slots[number].input->hide();
+    m_slots[number].input = nullptr;
+    if (isIdle())
     {
-        m_worker.run([pipeline = m_pipeline.get()] { gst_element_set_state(pipeline, GST_STATE_NULL); });
+        leave();
         while (!m_requests.empty())
         {
             answer(m_requests.begin()->first, blackPicture(m_settings));
@@ -185,19 +136,106 @@ void Screen::close(int number)
     }
 }
 
-void Screen::show(int number, bool visible)
+/// Begins to run with all inputs that are open.
+int Screen::enter(VideoOutput output)
 {
-    m_worker.run(
-        [mixer = m_mixer.get(), number, visible]
+    std::string reason;
+    m_stage = ScreenStage::make(m_settings, output, reason);
+    if (m_stage == nullptr)
+    {
+        ORVANE_LOG_ERROR("%s", reason.c_str());
+        return -ENODEV;
+    }
+    GPollFD poll{};
+    gst_bus_get_pollfd(m_stage->bus(), &poll);
+    if (m_loop.watch(poll.fd, EPOLLIN, [this](std::uint32_t) { readBus(); }) == 0)
+    {
+        m_busFd = poll.fd;
+    }
+    for (std::size_t number = 0; number < m_slots.size(); ++number)
+    {
+        if (m_slots[number].input != nullptr)
         {
-            ObjectPtr<GstPad> const pad(gst_element_get_static_pad(mixer, padName(number).c_str()));
-            g_object_set(pad.get(), "alpha", visible ? 1.0 : 0.0, nullptr);
-        });
+            add(number);
+        }
+    }
+    m_worker.run([stage = m_stage] { stage->run(); });
+    return 0;
+}
+
+void Screen::leave()
+{
+    if (m_busFd >= 0)
+    {
+        m_loop.unwatch(m_busFd);
+        m_busFd = -1;
+    }
+    for (Slot& slot : m_slots)
+    {
+        slot.staged = false;
+    }
+    m_worker.run([stage = std::move(m_stage)]() mutable { stage.reset(); });
+    m_stage = nullptr;
+}
+
+/// An input that is not in use costs next to nothing, and taking one out of a running pipeline costs care: it stays,
+/// and the next that is opened takes its place.
+void Screen::add(std::size_t number)
+{
+    Slot& slot = m_slots[number];
+    if (!std::exchange(slot.staged, true))
+    {
+        m_worker.run([stage = m_stage, channel = channelName(number), look = slot.look] { stage->add(channel, look); });
+    }
+}
+
+void Screen::readBus()
+{
+    while (m_stage != nullptr)
+    {
+        MessagePtr const message(gst_bus_pop(m_stage->bus()));
+        if (message == nullptr)
+        {
+            return;
+        }
+        if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_LATENCY)
+        {
+            m_worker.run([stage = m_stage] { stage->adaptLatency(); });
+        }
+        else if (GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)
+        {
+            GError* error = nullptr;
+            gst_message_parse_error(message.get(), &error, nullptr);
+            ErrorPtr const owner(error);
+            recover(error->message);
+            return;
+        }
+    }
+}
+
+/// Goes on without a window.
+void Screen::recover(std::string const& reason)
+{
+    ORVANE_LOG_ERROR("%s", reason.c_str());
+    leave();
+    bool const again = ++m_faults <= kMostFaults && enter(VideoOutput::none) == 0;
+    for (auto const& entry : m_requests)
+    {
+        photograph(entry.first);
+    }
+    for (std::size_t number = 0; number < m_slots.size(); ++number)
+    {
+        ScreenInput const* const input = m_slots[number].input;
+        if (input != nullptr && input->m_trouble)
+        {
+            input->m_trouble((again ? "pictures are shown nowhere: " : "there is no picture any more: ") + reason);
+        }
+    }
 }
 
 void Screen::takePicture(PictureTaken taken)
 {
-    if (m_open == 0)
+    if (isIdle())
     {
         taken(blackPicture(m_settings));
         return;
@@ -205,6 +243,15 @@ void Screen::takePicture(PictureTaken taken)
     unsigned int const request = ++m_lastRequest;
     m_requests[request] = {std::move(taken),
                            m_loop.addTimer(kPictureDeadline, [this, request] { answer(request, nullptr); })};
+    photograph(request);
+}
+
+void Screen::photograph(unsigned int request)
+{
+    if (m_stage == nullptr)
+    {
+        return; // the deadline will tell
+    }
     auto const caught =
         [loop = &m_loop, alive = std::weak_ptr<Screen*>(m_alive), request](std::shared_ptr<GstSample> const& picture)
     {
@@ -217,7 +264,7 @@ void Screen::takePicture(PictureTaken taken)
                 }
             });
     };
-    m_worker.run([camera = &m_camera, caught] { camera->take(caught); }); // behind the settings
+    m_worker.run([stage = m_stage, caught] { stage->camera().take(caught); }); // behind inputs that are being added
 }
 
 /// The first of picture and deadline answers.
@@ -232,21 +279,6 @@ void Screen::answer(unsigned int request, std::shared_ptr<GstSample> const& pict
     PictureTaken const taken = std::move(found->second.taken);
     m_requests.erase(found);
     taken(picture);
-}
-
-void Screen::readBus()
-{
-    while (GstMessage* const next = gst_bus_pop(m_bus.get()))
-    {
-        MessagePtr const message(next);
-        if (GST_MESSAGE_TYPE(next) == GST_MESSAGE_ERROR)
-        {
-            GError* error = nullptr;
-            gst_message_parse_error(next, &error, nullptr);
-            ErrorPtr const owner(error);
-            ORVANE_LOG_ERROR("%s", error->message);
-        }
-    }
 }
 
 } // namespace tz::orvane::service

@@ -2,8 +2,8 @@
 // The one picture that all players draw into.
 #pragma once
 
-#include "camera.h"
-#include "gst_ptr.h"
+#include "picture_look.h"
+#include "screen_stage.h"
 #include "settings.h"
 #include "worker.h"
 
@@ -24,24 +24,35 @@ class Screen;
 class ScreenInput
 {
 public:
-    ScreenInput(Screen& screen, int number);
+    ScreenInput(Screen& screen, std::size_t number, unsigned int layer);
     ScreenInput(ScreenInput const&) = delete;
     ScreenInput& operator=(ScreenInput const&) = delete;
     ~ScreenInput();
 
     /// What makeVideoOutlet sends to.
-    std::string const& channel() const { return m_channel; }
+    std::string channel() const;
 
-    void show(bool visible);
+    /// Holds from the next picture on. The layer is the input's own: the input that was opened last covers the others.
+    void show(PictureLook look);
+    void hide() { show(PictureLook()); }
+
+    /// @param trouble called when the screen has lost its pipeline, whether another one takes its place or not
+    void onTrouble(std::function<void(std::string const& text)> trouble) { m_trouble = std::move(trouble); }
 
 private:
+    friend class Screen;
+
     Screen& m_screen;
-    int m_number;
-    std::string m_channel;
+    std::size_t m_number;
+    unsigned int m_layer;
+    std::function<void(std::string const&)> m_trouble;
 };
 
 /// Composes the pictures of the players, and puts them into an X window if asked to. Loop thread; a worker of its own
-/// does what may block. It runs while there is an input, and its faults concern nothing but the picture.
+/// does what may block. It runs while there is an input.
+///
+/// Its faults concern nothing but the picture: a window that is closed or cannot be opened is left out until the next
+/// time that the screen begins to run.
 class Screen
 {
 public:
@@ -61,13 +72,17 @@ public:
     /// when none is composed in time. When nothing is open the screen is black.
     void takePicture(PictureTaken taken);
 
+    Settings const& settings() const { return m_settings; }
+
 private:
     friend class ScreenInput;
 
-    void close(int number);
-    void show(int number, bool visible);
-    void readBus();
-    void answer(unsigned int request, std::shared_ptr<GstSample> const& picture);
+    struct Slot
+    {
+        std::shared_ptr<SharedLook> look = std::make_shared<SharedLook>();
+        ScreenInput* input = nullptr; ///< null: free
+        bool staged = false;          ///< part of the stage at hand
+    };
 
     struct PictureRequest
     {
@@ -75,18 +90,26 @@ private:
         platform::EventLoop::TimerId deadline;
     };
 
-    std::shared_ptr<Screen*> m_alive; ///< dies with the screen: what is on its way to the loop looks here first
+    void close(std::size_t number);
+    bool isIdle() const;
+    int enter(VideoOutput output);
+    void leave();
+    void add(std::size_t number);
+    void readBus();
+    void recover(std::string const& reason);
+    void photograph(unsigned int request);
+    void answer(unsigned int request, std::shared_ptr<GstSample> const& picture);
+
     platform::EventLoop& m_loop;
     Settings const& m_settings;
-    Camera m_camera;
+    std::shared_ptr<ScreenStage> m_stage; ///< null when idle, or after too many faults
+    int m_busFd = -1;
+    int m_faults = 0; ///< since it was idle
+    std::vector<Slot> m_slots;
+    unsigned int m_layers = 0;
     std::map<unsigned int, PictureRequest> m_requests;
     unsigned int m_lastRequest = 0;
-    ObjectPtr<GstElement> m_pipeline;
-    ObjectPtr<GstElement> m_mixer;
-    ObjectPtr<GstBus> m_bus;
-    int m_busFd = -1;
-    int m_open = 0;
-    std::vector<bool> m_taken;
+    std::shared_ptr<Screen*> m_alive; ///< dies with the screen: what is on its way to the loop looks here first
     Worker m_worker;
 };
 

@@ -150,14 +150,6 @@ unsigned int bitRateOf(GstTagList const* tags)
     return exact != 0 ? exact : tagNumber(tags, GST_TAG_NOMINAL_BITRATE);
 }
 
-int rotationOf(GstTagList const* tags)
-{
-    std::string const orientation = tagText(tags, GST_TAG_IMAGE_ORIENTATION);
-    constexpr std::string_view kRotate = "rotate-"; // "flip-" may stand before it
-    auto const at = orientation.find(kRotate);
-    return at == std::string::npos ? 0 : std::atoi(orientation.c_str() + at + kRotate.size());
-}
-
 void readTags(GstTagList const* tags, om::om_media_info_t& media)
 {
     if (tags == nullptr)

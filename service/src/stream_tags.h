@@ -32,9 +32,6 @@ std::string trackTitleOf(GstTagList const* tags);
 /// @return bits a second, 0 when not told
 unsigned int bitRateOf(GstTagList const* tags);
 
-/// @return clockwise degrees by which the picture has to be turned to stand upright
-int rotationOf(GstTagList const* tags);
-
 /// Fills what is still empty of tags and dates.
 void readTags(GstTagList const* tags, om::om_media_info_t& media);
 

@@ -68,6 +68,18 @@ Color Picture::at(int x, int y) const
     return {pixel[0], pixel[1], pixel[2]};
 }
 
+void expectCorners(Picture const& picture, om::om_display_rect_t const& part, Corners const& corners)
+{
+    int const left = part.px + part.width / 4;
+    int const right = part.px + part.width * 3 / 4;
+    int const top = part.py + part.height / 4;
+    int const bottom = part.py + part.height * 3 / 4;
+    EXPECT_EQ(picture.at(left, top), corners[0]);
+    EXPECT_EQ(picture.at(right, top), corners[1]);
+    EXPECT_EQ(picture.at(left, bottom), corners[2]);
+    EXPECT_EQ(picture.at(right, bottom), corners[3]);
+}
+
 Shot takeScreenshot(Viewer& viewer)
 {
     om::OmPropertyGroup group;

@@ -4,6 +4,7 @@
 
 #include "support/viewer.h"
 
+#include <array>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -50,6 +51,18 @@ private:
     int m_height = 0;
     std::vector<std::uint8_t> m_pixels;
 };
+
+/// Top left, top right, bottom left, bottom right.
+using Corners = std::array<Color, 4>;
+
+// How the media that make_media makes look on a screen of their own size, 320 by 180 pixels.
+inline constexpr Corners kUpright{kRed, kGreen, kBlue, kWhite};
+inline constexpr om::om_display_rect_t kScreen{0, 0, 320, 180, 0};
+inline constexpr om::om_display_rect_t kOnItsSide{110, 0, 101, 180,
+                                                  0}; ///< where one lies that was turned by 90 degrees
+
+/// Looks into the four quarters of a part of the screen.
+void expectCorners(Picture const& picture, om::om_display_rect_t const& part, Corners const& corners);
 
 /// An answer to the extended command `screenshot`.
 struct Shot
