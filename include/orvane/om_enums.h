@@ -52,7 +52,7 @@ enum om_zoom_mode_e : int
     OM_ZOOM_MODE_CROP = 2,    ///< fills the rectangle, aspect kept, overhang cut off
 };
 
-/// Magnification of the middle of the picture in percent.
+/// Magnification of the middle of the picture in percent; every number between these is one as well.
 enum om_zoom_ratio_e : int
 {
     OM_ZOOM_RATIO_100 = 100,

@@ -10,6 +10,10 @@ namespace tz::orvane::service
 namespace
 {
 
+/// Pixels of either side. The screen handles each picture many times, also when it never changes: a photo of any size
+/// would bring it to a standstill.
+constexpr int kLargestPicture = 3840;
+
 /// Counts the element's own threads that run; those of adaptive streaming do not show in its pads.
 bool isAtWork(GstElement* element)
 {
@@ -111,8 +115,9 @@ bool Pipeline::seekable() const
 
 char const* missingElement(AudioOutput output)
 {
-    for (char const* const name : {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "intervideosink",
-                                   "intervideosrc", "compositor", "videocrop", "videoflip", "capssetter", "pngenc"})
+    for (char const* const name :
+         {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "videoscale", "intervideosink",
+          "intervideosrc", "compositor", "videocrop", "videoflip", "capssetter", "pngenc"})
     {
         ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
         if (factory == nullptr)
@@ -125,9 +130,10 @@ char const* missingElement(AudioOutput output)
 
 GstElement* makeVideoOutlet(std::string const& channel)
 {
-    GstElement* const sink = gst_element_factory_make("intervideosink", nullptr);
-    g_object_set(sink, "channel", channel.c_str(), nullptr);
-    return sink;
+    std::string const limit = std::to_string(kLargestPicture);
+    std::string const outlet =
+        "videoscale ! video/x-raw,width=[1," + limit + "],height=[1," + limit + "] ! intervideosink channel=" + channel;
+    return gst_parse_bin_from_description(outlet.c_str(), TRUE, nullptr);
 }
 
 } // namespace tz::orvane::service

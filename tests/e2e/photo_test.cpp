@@ -56,6 +56,16 @@ TEST_F(Photos, anUprightPhotoIsTurnedFurther)
     expectCorners(screenshot(viewer), kScreen, {kBlue, kWhite, kRed, kGreen});
 }
 
+TEST_F(Photos, aPhotoOfManyMillionPixelsDoesNotHoldUpTheScreen)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("huge.jpg")));
+    EXPECT_EQ(viewer.recorder().mediaInfo().resolution.width, 8000);
+    expectCorners(screenshot(viewer), kOnItsSide, {kBlue, kRed, kWhite, kGreen});
+    viewer.player().setZoom(om::OM_ZOOM_MODE_CROP, om::OM_ZOOM_RATIO_400);
+    expectCorners(screenshot(viewer), kScreen, {kBlue, kRed, kWhite, kGreen});
+}
+
 /// Where the four quarters meet, as seen a few pixels beside it.
 void expectMeeting(Viewer& viewer, int x, int y)
 {

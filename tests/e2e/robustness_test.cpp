@@ -260,21 +260,16 @@ TEST_F(Robustness, whatIsNotOfferedIsSaidToBeSo)
     Viewer viewer;
     ASSERT_TRUE(viewer.open(media("v.mp4")));
     om::OmIMediaPlayer& player = viewer.player();
-    om::om_display_rect_t const rect{};
-    player.rotate(om::OM_DISPLAY_ROTATE_90);
-    player.setDisplayRect(rect);
     player.setSubtitleUri("x");
     player.setAudioTrackNo(1);
     player.freeDataMem(nullptr);
-    for (char const* const command : {"rotate", "setDisplayRect", "setSubtitleUri", "setAudioTrackNo", "freeDataMem"})
+    for (char const* const command : {"setSubtitleUri", "setAudioTrackNo", "freeDataMem"})
     {
         auto const error = viewer.recorder().takeError();
         ASSERT_TRUE(error);
         EXPECT_EQ(error->code, om::OM_ERROR_NOT_SUPPORTED);
         EXPECT_EQ(error->properties.at(om::OM_KEY_COMMAND), command);
     }
-    om::om_display_rotate_e angle{};
-    EXPECT_EQ(player.getRotateAngle(angle), -EOPNOTSUPP);
     EXPECT_EQ(viewer.command("no-such-command"), -1);
     EXPECT_EQ(viewer.connection().createPreviewTool(nullptr), nullptr);
     EXPECT_EQ(viewer.connection().createDrmAgent(1), nullptr);
