@@ -32,6 +32,7 @@ TEST_F(Photos, aPhotoStandsUprightHoweverTheCameraWasHeld)
         {"orientation7.jpg", 90, kOnItsSide, {kWhite, kGreen, kBlue, kRed}},
         {"orientation8.jpg", 270, kOnItsSide, {kGreen, kWhite, kRed, kBlue}},
         {"exif.jpg", 90, kOnItsSide, {kBlue, kRed, kWhite, kGreen}},
+        {"exif.png", 180, kScreen, {kWhite, kBlue, kGreen, kRed}},
     };
     Viewer viewer;
     for (Case const& photo : cases)
