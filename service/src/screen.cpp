@@ -20,7 +20,8 @@ constexpr char kLogClass[] = "Screen";
 
 constexpr std::chrono::milliseconds kPictureDeadline{3'000};
 
-/// A fault that comes again and again is none that a new beginning mends.
+/// Faults that come closer together are counted: one that comes again and again is none that a new beginning mends.
+constexpr std::chrono::seconds kFaultInterval{10};
 constexpr int kMostFaults = 3;
 
 std::string channelName(std::size_t number)
@@ -218,6 +219,9 @@ void Screen::recover(std::string const& reason)
 {
     ORVANE_LOG_ERROR("%s", reason.c_str());
     leave();
+    auto const now = platform::EventLoop::Clock::now();
+    m_faults = now - m_lastFault < kFaultInterval ? m_faults : 0;
+    m_lastFault = now;
     bool const again = ++m_faults <= kMostFaults && enter(VideoOutput::none) == 0;
     for (auto const& entry : m_requests)
     {

@@ -104,7 +104,8 @@ private:
     Settings const& m_settings;
     std::shared_ptr<ScreenStage> m_stage; ///< null when idle, or after too many faults
     int m_busFd = -1;
-    int m_faults = 0; ///< since it was idle
+    int m_faults = 0;
+    platform::EventLoop::Clock::time_point m_lastFault{};
     std::vector<Slot> m_slots;
     unsigned int m_layers = 0;
     std::map<unsigned int, PictureRequest> m_requests;

@@ -35,11 +35,27 @@ ObjectPtr<GstElement> childOf(GstElement* bin, char const* name)
     return ObjectPtr<GstElement>(gst_bin_get_by_name(GST_BIN(bin), name));
 }
 
-void watch(GstElement* element, GstPadProbeCallback callback, gpointer self)
+void watch(GstElement* element, int what, GstPadProbeCallback callback, gpointer self)
 {
     ObjectPtr<GstPad> const pad(gst_element_get_static_pad(element, "sink"));
-    constexpr int kWatched = GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM;
-    gst_pad_add_probe(pad.get(), static_cast<GstPadProbeType>(kWatched), callback, self, nullptr);
+    gst_pad_add_probe(pad.get(), static_cast<GstPadProbeType>(what), callback, self, nullptr);
+}
+
+/// Any picture is taken, at the screen's own rate. What is cut off at present would limit the answer, and a picture
+/// that is smaller than that would end the input.
+bool answerForAll(GstQuery* query)
+{
+    if (GST_QUERY_TYPE(query) != GST_QUERY_CAPS)
+    {
+        return false;
+    }
+    GstCaps* filter = nullptr;
+    gst_query_parse_caps(query, &filter);
+    CapsPtr const all(gst_caps_new_simple("video/x-raw", "framerate", GST_TYPE_FRACTION, kScreenRate, 1, nullptr));
+    CapsPtr const answer(filter == nullptr ? gst_caps_ref(all.get())
+                                           : gst_caps_intersect_full(filter, all.get(), GST_CAPS_INTERSECT_FIRST));
+    gst_query_set_caps_result(query, answer.get());
+    return true;
 }
 
 } // namespace
@@ -52,11 +68,10 @@ InputChain::InputChain(std::shared_ptr<SharedLook const> look, Area screen)
 
 bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const& channel)
 {
-    // The source repeats the last picture of its channel for ever.
+    // The source repeats the last picture of its channel for ever. What is placed is what the layout says, whatever the
+    // shape of the pixels was.
     std::string const chain = "intervideosrc channel=" + channel + " timeout=" + std::to_string(GST_CLOCK_TIME_NONE) +
-                              " ! video/x-raw,framerate=" + std::to_string(kScreenRate) +
-                              "/1 ! videoconvert name=convert ! videoflip name=flip ! videocrop name=crop ! "
-                              // What is placed is what the layout says, whatever the shape of the pixels was.
+                              " ! videoconvert name=convert ! videoflip name=flip ! videocrop name=crop ! "
                               "capssetter caps=video/x-raw,pixel-aspect-ratio=1/1 ! "
                               "queue max-size-buffers=4 max-size-bytes=0 max-size-time=0";
     GstElement* const input = gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
@@ -69,8 +84,9 @@ bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const
     m_crop = childOf(input, "crop");
     m_pad.reset(gst_element_request_pad_simple(mixer, "sink_%u"));
     g_object_set(m_pad.get(), "alpha", 0.0, nullptr);
-    watch(convert.get(), onFetched, this);
-    watch(m_crop.get(), onTurned, this);
+    constexpr int kData = GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM;
+    watch(convert.get(), kData | GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, onFetched, this);
+    watch(m_crop.get(), kData, onTurned, this);
     gst_bin_add(GST_BIN(pipeline), input);
     ObjectPtr<GstPad> const source(gst_element_get_static_pad(input, "src"));
     return gst_pad_link(source.get(), m_pad.get()) == GST_PAD_LINK_OK &&
@@ -83,6 +99,10 @@ GstPadProbeReturn InputChain::onFetched(GstPad*, GstPadProbeInfo* info, gpointer
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0)
     {
         chain.turn();
+    }
+    else if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM) != 0)
+    {
+        return answerForAll(GST_PAD_PROBE_INFO_QUERY(info)) ? GST_PAD_PROBE_HANDLED : GST_PAD_PROBE_OK;
     }
     else if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_CAPS)
     {

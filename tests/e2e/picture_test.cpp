@@ -220,17 +220,35 @@ TEST_F(Pictures, pixelsThatAreNotSquareKeepTheirShape)
     EXPECT_EQ(picture.at(116, 40), kBlue);
 }
 
-TEST_F(Pictures, aTurnedAndMagnifiedPictureIsFollowedByASmallOne)
+TEST_F(Pictures, whatWasCutOffOneDoesNotHarmTheNext)
 {
+    // A second player keeps the screen running, so that all the others take the same place on it, one after another.
+    Viewer second("second");
+    second.player().setDisplayRect({0, 0, 32, 18, 0});
+    ASSERT_TRUE(second.open(media("v.mp4")));
     Viewer viewer;
-    viewer.player().rotate(om::OM_DISPLAY_ROTATE_90);
-    viewer.player().setZoom(om::OM_ZOOM_MODE_CROP, om::OM_ZOOM_RATIO_400);
-    for (char const* const file : {"v.mp4", "a.m4a", "sar.mp4", "cover.jpg", "v.mp4"})
+    for (char const* const file : {"v.mp4", "red1x1.png", "sar.mp4", "cover.jpg", "red3x1.png", "a.m4a", "red1x300.png",
+                                   "red16000x1.png", "v.mkv", "red17x5.png", "v.mp4"})
     {
-        ASSERT_TRUE(viewer.open(media(file))) << file;
-        EXPECT_EQ(screenshot(viewer).width(), 320) << file;
+        SCOPED_TRACE(file);
+        ASSERT_TRUE(viewer.open(media(file)));
+        viewer.player().setZoom(om::OM_ZOOM_MODE_CROP, om::OM_ZOOM_RATIO_400);
+        for (int const angle : {0, 90, 180, 270})
+        {
+            viewer.player().rotate(static_cast<om::om_display_rotate_e>(angle));
+            Picture const picture = screenshot(viewer);
+            if (std::string(file).compare(0, 3, "red") == 0)
+            {
+                expectCorners(picture, kScreen, {kRed, kRed, kRed, kRed});
+            }
+        }
     }
+    viewer.player().rotate(om::OM_DISPLAY_ROTATE_90);
     expectCorners(screenshot(viewer), kScreen, {kBlue, kRed, kWhite, kGreen});
+    for (Note const& note : second.recorder().notes())
+    {
+        EXPECT_FALSE(note.kind == Note::Kind::event && note.code == om::OM_EVENT_WARNING) << note.code;
+    }
 }
 
 TEST_F(Pictures, settingsOutliveTheirMedium)
