@@ -17,6 +17,7 @@ struct Release
     void operator()(GstEvent* thing) const { gst_event_unref(thing); }
     void operator()(GstMessage* thing) const { gst_message_unref(thing); }
     void operator()(GstQuery* thing) const { gst_query_unref(thing); }
+    void operator()(GstSample* thing) const { gst_sample_unref(thing); }
     void operator()(GstTagList* thing) const { gst_tag_list_unref(thing); }
     void operator()(GstIterator* thing) const { gst_iterator_free(thing); }
     void operator()(GError* thing) const { g_error_free(thing); }
@@ -34,6 +35,7 @@ using CapsPtr = std::unique_ptr<GstCaps, Release>;
 using EventPtr = std::unique_ptr<GstEvent, Release>;
 using MessagePtr = std::unique_ptr<GstMessage, Release>;
 using QueryPtr = std::unique_ptr<GstQuery, Release>;
+using SamplePtr = std::unique_ptr<GstSample, Release>;
 using TagListPtr = std::unique_ptr<GstTagList, Release>;
 using IteratorPtr = std::unique_ptr<GstIterator, Release>;
 using ErrorPtr = std::unique_ptr<GError, Release>;

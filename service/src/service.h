@@ -3,6 +3,7 @@
 #pragma once
 
 #include "deck_yard.h"
+#include "frame_courier.h"
 #include "screen.h"
 #include "session.h"
 #include "settings.h"
@@ -49,6 +50,7 @@ private:
     Settings m_settings;
     Screen m_screen;
     DeckYard m_yard;
+    FrameCourier m_frames;
     PlayerIds m_ids;
     std::map<int, std::unique_ptr<Session>> m_sessions;
     std::unique_ptr<mdt::MdtsMessenger> m_messenger;
