@@ -23,6 +23,26 @@ inline constexpr char OM_PREPARE_KEY_USER_AGENT[] = "user-agent";  ///< of http 
 inline constexpr char OM_PREPARE_KEY_ANIMATION[] = "animation-ms"; ///< how long a photo takes to appear; default 500
 inline constexpr char OM_PREPARE_KEY_SIZE[] = "size"; ///< bytes of the data that will be pushed; makes it seekable
 
+// More keys there: the decoded pictures, for onFrameInfoUpdated. Without the first none are handed over.
+inline constexpr char OM_PREPARE_KEY_FRAME_INFO[] = "frame-info";           ///< OM_FRAME_FORMAT_...
+inline constexpr char OM_PREPARE_KEY_FRAME_INFO_SIZE[] = "frame-info-size"; ///< "WIDTHxHEIGHT": scaled down to fit
+inline constexpr char OM_PREPARE_KEY_FRAME_INFO_INTERVAL[] = "frame-info-interval-ms"; ///< least time between two
+
+inline constexpr char OM_FRAME_FORMAT_RGB[] = "rgb";   ///< 3 bytes a pixel
+inline constexpr char OM_FRAME_FORMAT_RGBA[] = "rgba"; ///< 4 bytes a pixel
+inline constexpr char OM_FRAME_FORMAT_I420[] = "i420"; ///< planes of Y, U and V, the latter two halved both ways
+
+// Properties of onFrameInfoUpdated.
+inline constexpr char OM_FRAME_KEY_FORMAT[] = "format"; ///< OM_FRAME_FORMAT_...
+inline constexpr char OM_FRAME_KEY_WIDTH[] = "width";   ///< pixels
+inline constexpr char OM_FRAME_KEY_HEIGHT[] = "height";
+inline constexpr char OM_FRAME_KEY_STRIDE[] = "stride";           ///< bytes from row to row; U and V: half of it
+inline constexpr char OM_FRAME_KEY_PAR[] = "par";                 ///< shape of a pixel, "16:11" for instance
+inline constexpr char OM_FRAME_KEY_COLORIMETRY[] = "colorimetry"; ///< GStreamer's name; missing when it has none
+inline constexpr char OM_FRAME_KEY_PTS[] = "pts";                 ///< milliseconds, -1 when not known
+inline constexpr char OM_FRAME_KEY_SEQUENCE[] = "sequence";       ///< 1 for the first after the opening, then 2, 3 ...
+inline constexpr char OM_FRAME_KEY_DROPPED[] = "dropped"; ///< since the opening: left out, the application being slow
+
 /// Active-state flags of onStateChanged.
 enum om_act_state_e : int
 {

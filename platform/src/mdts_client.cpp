@@ -49,6 +49,14 @@ bool isEventSocket(int fd)
            ::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && domain == AF_UNIX && type == SOCK_SEQPACKET;
 }
 
+/// The kernel tells how much of its memory is taken by what the peer has not received.
+int unreadMemory(int socket)
+{
+    int unread = 0;
+    ::ioctl(socket, SIOCOUTQ, &unread);
+    return unread;
+}
+
 } // namespace
 
 int FrameQueue::push(FrameWriter& frame)
@@ -176,13 +184,16 @@ void ServiceClient::hangUp()
     m_events.socket.reset();
 }
 
-// The kernel tells how much of the socket's memory is unread, and no frame takes less of it than this: so many frames
-// may be unread, and of those the last ones.
+bool ServiceClient::eventsUnread() const
+{
+    return eventsWait() || unreadMemory(m_events.socket.get()) > 0;
+}
+
+// No frame takes less of the socket's memory than this: so many frames may be unread, and of those the last ones.
 std::size_t ServiceClient::unreadBytes(Outlet& outlet)
 {
     constexpr std::size_t kSmallestFrame = 512;
-    int unread = 0;
-    ::ioctl(outlet.socket.get(), SIOCOUTQ, &unread);
+    int const unread = unreadMemory(outlet.socket.get());
     std::size_t const frames = static_cast<std::size_t>(unread) / kSmallestFrame + 1;
     while (unread == 0 ? !outlet.recent.empty() : outlet.recent.size() > frames)
     {

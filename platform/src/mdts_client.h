@@ -56,6 +56,9 @@ public:
     bool repliesWait() const { return !m_commands.queue.empty(); }
     bool eventsWait() const { return !m_events.queue.empty(); }
 
+    /// @return whether events wait here, or in the socket
+    bool eventsUnread() const;
+
     /// What the loop waits for on the two sockets, besides commands.
     bool repliesArmed = false;
     bool eventsArmed = false;

@@ -438,4 +438,10 @@ std::size_t MdtsMessenger::queuedBytes(int cnid) const
     return client != nullptr ? client->queuedBytes() : 0;
 }
 
+bool MdtsMessenger::eventsUnread(int cnid) const
+{
+    ServiceClient const* const client = m_state->find(cnid);
+    return client != nullptr && client->eventsUnread();
+}
+
 } // namespace tz::orvane::mdt

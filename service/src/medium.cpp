@@ -56,8 +56,12 @@ bool readOption(protocol::PropertyView::Entry const& entry, Medium& medium)
         medium.userAgent = entry.value;
         return entry.value.size() <= kLongestUserAgent && entry.value.find_first_of("\r\n") == std::string_view::npos;
     }
-    medium.unknownOptions.emplace_back(entry.key);
-    return true;
+    OptionResult const frames = readFrameOption(entry.key, entry.value, medium.frames);
+    if (frames == OptionResult::unknown)
+    {
+        medium.unknownOptions.emplace_back(entry.key);
+    }
+    return frames != OptionResult::wrong;
 }
 
 bool readOptions(protocol::PropertyView const& properties, Medium& medium, std::string& reason)
@@ -69,6 +73,11 @@ bool readOptions(protocol::PropertyView const& properties, Medium& medium, std::
             reason = "option " + std::string(entry.key);
             return false;
         }
+    }
+    if (medium.frames.limited && !medium.frames.wanted())
+    {
+        reason = std::string("options of frames without ") + om::OM_PREPARE_KEY_FRAME_INFO;
+        return false;
     }
     if (medium.openTimeout.count() == 0)
     {

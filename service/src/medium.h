@@ -3,6 +3,7 @@
 #pragma once
 
 #include "es_caps.h"
+#include "frame_options.h"
 
 #include "om_property_image.h"
 
@@ -34,6 +35,7 @@ struct Medium
     std::chrono::milliseconds animationDuration{500};
     std::string userAgent;
     std::int64_t size = -1;
+    FrameOptions frames;
     std::vector<std::string> unknownOptions;
     std::optional<EsFormat> video;
     std::optional<EsFormat> audio;

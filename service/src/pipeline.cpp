@@ -2,6 +2,8 @@
 // A GStreamer pipeline that a player drives, whatever feeds it.
 #include "pipeline.h"
 
+#include "frame_tap.h"
+
 #include <cstring>
 
 namespace tz::orvane::service
@@ -13,6 +15,7 @@ namespace
 /// Pixels of either side. The screen handles each picture many times, also when it never changes: a photo of any size
 /// would bring it to a standstill.
 constexpr int kLargestPicture = 3840;
+constexpr guint kTapBuffers = 2;
 
 /// Counts the element's own threads that run; those of adaptive streaming do not show in its pads.
 bool isAtWork(GstElement* element)
@@ -116,7 +119,7 @@ bool Pipeline::seekable() const
 char const* missingElement(AudioOutput output)
 {
     for (char const* const name :
-         {"playbin", "decodebin", "appsrc", "audioconvert", "videoconvert", "videoscale", "intervideosink",
+         {"playbin", "decodebin", "appsrc", "appsink", "audioconvert", "videoconvert", "videoscale", "intervideosink",
           "intervideosrc", "compositor", "videocrop", "videoflip", "capssetter", "pngenc"})
     {
         ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
@@ -128,12 +131,28 @@ char const* missingElement(AudioOutput output)
     return missingAudioElement(output);
 }
 
-GstElement* makeVideoOutlet(std::string const& channel)
+GstElement* makeVideoOutlet(std::string const& channel, std::shared_ptr<FrameTap> const& tap)
 {
     std::string const limit = std::to_string(kLargestPicture);
-    std::string const outlet =
+    std::string const toScreen =
         "videoscale ! video/x-raw,width=[1," + limit + "],height=[1," + limit + "] ! intervideosink channel=" + channel;
-    return gst_parse_bin_from_description(outlet.c_str(), TRUE, nullptr);
+    GstElement* const sink = gst_parse_bin_from_description(toScreen.c_str(), TRUE, nullptr);
+    if (tap == nullptr)
+    {
+        return sink;
+    }
+    GstElement* const outlet = gst_bin_new(nullptr);
+    GstElement* const tee = gst_element_factory_make("tee", nullptr);
+    GstElement* const queue = gst_element_factory_make("queue", nullptr);
+    GstElement* const frames = FrameTap::makeSink(tap);
+    g_object_set(queue, "max-size-buffers", kTapBuffers, "max-size-bytes", 0, "max-size-time", guint64{0}, nullptr);
+    gst_bin_add_many(GST_BIN(outlet), tee, queue, frames, sink, nullptr);
+    // The tap's branch is the first: the screen's sink keeps the thread until the picture's time has come.
+    gst_element_link_many(tee, queue, frames, nullptr);
+    gst_element_link(tee, sink);
+    ObjectPtr<GstPad> const pad(gst_element_get_static_pad(tee, "sink"));
+    gst_element_add_pad(outlet, gst_ghost_pad_new("sink", pad.get()));
+    return outlet;
 }
 
 } // namespace tz::orvane::service

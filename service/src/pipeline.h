@@ -8,12 +8,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tz::orvane::service
 {
+
+class FrameTap;
 
 /// What a blocking call on a pipeline gave.
 enum class CallResult
@@ -97,7 +100,8 @@ private:
 /// @return the name of an element that every pipeline needs and that is not installed; null when all are there
 char const* missingElement(AudioOutput output);
 
-/// The end of every picture: hands it to the screen. @return an element with a floating reference
-GstElement* makeVideoOutlet(std::string const& channel);
+/// The end of every picture: hands it to the screen, and to `tap` unless that is null.
+/// @return an element with a floating reference
+GstElement* makeVideoOutlet(std::string const& channel, std::shared_ptr<FrameTap> const& tap);
 
 } // namespace tz::orvane::service

@@ -313,6 +313,7 @@ void Player::closeDeck()
     m_videoFeed.reset();
     m_audioFeed.reset();
     m_overflowReported = false;
+    m_frames.reset();
     m_host.loop.cancelTimer(m_tick);
     m_tick = 0;
     m_gauges.reset();

@@ -5,6 +5,7 @@
 #include "deck.h"
 #include "deck_yard.h"
 #include "feed.h"
+#include "frame_courier.h"
 #include "gauges.h"
 #include "media_info.h"
 #include "medium.h"
@@ -36,6 +37,7 @@ struct PlayerHost
     Screen& screen;
     Screenshots& screenshots;
     DeckYard& yard;
+    FrameCourier& frames;
     Settings const& settings;
 };
 
@@ -215,6 +217,7 @@ private:
     std::shared_ptr<Feed> m_videoFeed; ///< also of a pushed container
     std::shared_ptr<Feed> m_audioFeed;
     bool m_overflowReported = false;
+    std::shared_ptr<FrameStream> m_frames; ///< null: nobody wants them
 
     /// Dies with the player: what is on its way to the loop looks here first.
     std::shared_ptr<Player*> m_alive;

@@ -106,4 +106,15 @@ void PlayerEvents::playTime(std::int64_t milliseconds) const
     send(protocol::kMsgPlayerPlayTimeUpdated, [&](mdt::MsgData& event) { event.writeSInt64(milliseconds); }, {});
 }
 
+void PlayerEvents::frame(std::vector<unsigned char>& data, Properties properties) const
+{
+    om::OmPropertyGroup group;
+    addAll(group, properties);
+    send(
+        protocol::kMsgPlayerFrameInfoUpdated,
+        [&](mdt::MsgData& event)
+        { event.writeBlockData(reinterpret_cast<char*>(data.data()), static_cast<int>(data.size())); },
+        group);
+}
+
 } // namespace tz::orvane::service

@@ -14,6 +14,7 @@
 #include <initializer_list>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tz::orvane::service
 {
@@ -51,6 +52,12 @@ public:
     void containerInfo(om::om_container_info_t const& info) const;
     void exifInfo(om::om_exif_info_t const& info) const;
     void playTime(std::int64_t milliseconds) const;
+
+    /// @param data of a picture, copied
+    void frame(std::vector<unsigned char>& data, Properties properties) const;
+
+    /// @return whether events are under way to the client that it has not received yet
+    bool unread() const { return m_messenger.eventsUnread(m_cnid); }
 
 private:
     template <class Write> void send(int message, Write write, om::OmPropertyGroup const& group) const;

@@ -65,7 +65,7 @@ bool Player::needsOpen()
 std::unique_ptr<Pipeline> Player::makePipeline(ScreenInput const& input)
 {
     GstElement* const audio = makeAudioChain(m_host.settings.audio);
-    GstElement* const video = makeVideoOutlet(input.channel());
+    GstElement* const video = makeVideoOutlet(input.channel(), m_frames == nullptr ? nullptr : m_frames->tap());
     m_gauges = std::make_unique<Gauges>(audio, video);
     switch (m_medium.kind)
     {
@@ -112,6 +112,10 @@ void Player::openMedium(Then then)
         return;
     }
     makeFeeds();
+    if (m_medium.frames.wanted())
+    {
+        m_frames = FrameStream::make(m_host.frames, m_events, m_medium.frames);
+    }
     auto input = m_host.screen.open();
     input->onTrouble([this](std::string const& text) { warn(om::OM_ERROR_INTERNAL, text); });
     auto pipeline = makePipeline(*input);

@@ -25,6 +25,7 @@ Service::Service(platform::EventLoop& loop, Settings const& settings)
     , m_settings(settings)
     , m_screen(loop, m_settings)
     , m_screenshots(loop, m_screen)
+    , m_frames(loop)
 {
 }
 
@@ -46,6 +47,10 @@ int Service::start(std::function<void()> idle)
         return result;
     }
     if (int const result = m_screenshots.start(mdt::socketDirectory()); result < 0)
+    {
+        return result;
+    }
+    if (int const result = m_frames.start(); result < 0)
     {
         return result;
     }
@@ -73,7 +78,7 @@ int Service::onConnect(mdt::MdtsPeer const& peer)
     ORVANE_LOG_INFO("0x%04X: %s, process %d", static_cast<unsigned int>(peer.cnid), peer.name.c_str(), peer.pid);
     m_loop.cancelTimer(m_idleTimer);
     m_idleTimer = 0;
-    PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_settings};
+    PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_frames, m_settings};
     m_sessions[peer.cnid] = std::make_unique<Session>(host, *m_messenger, m_ids, peer.cnid);
     return 0;
 }

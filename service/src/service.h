@@ -3,6 +3,7 @@
 #pragma once
 
 #include "deck_yard.h"
+#include "frame_courier.h"
 #include "screen.h"
 #include "screenshot.h"
 #include "session.h"
@@ -51,6 +52,7 @@ private:
     Screen m_screen;
     Screenshots m_screenshots;
     DeckYard m_yard;
+    FrameCourier m_frames;
     PlayerIds m_ids;
     std::map<int, std::unique_ptr<Session>> m_sessions;
     std::unique_ptr<mdt::MdtsMessenger> m_messenger;

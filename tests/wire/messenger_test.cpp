@@ -265,6 +265,39 @@ TEST_F(Messenger, eventsArriveInOrderOnOneThreadAndTellWhenTheyWerePosted)
     EXPECT_EQ(reply.sequence(), static_cast<unsigned long long>(kCount) + 1) << "events and replies count together";
 }
 
+TEST_F(Messenger, theServiceKnowsWhetherItsEventsWereReceived)
+{
+    MiniService service;
+    std::promise<void> release;
+    std::shared_future<void> const released = release.get_future().share();
+    std::atomic<bool> entered{false};
+    TestConnection connection(
+        [&, released](MsgData&)
+        {
+            entered = true;
+            released.wait();
+        });
+    auto const unread = [&](int cnid)
+    {
+        bool answer = false;
+        service.run([&](MdtsMessenger& end) { answer = end.eventsUnread(cnid); });
+        return answer;
+    };
+    auto const post = [&] {
+        service.run([&](MdtsMessenger& end) { EXPECT_EQ(end.postEvent(MsgData(connection.cnid(), 0, kEvent, 1)), 0); });
+    };
+    EXPECT_FALSE(unread(connection.cnid()));
+    EXPECT_FALSE(unread(connection.cnid() + 1)) << "nobody is there";
+    post();
+    EXPECT_TRUE(eventually([&] { return entered.load(); }));
+    EXPECT_FALSE(unread(connection.cnid())) << "what is with the listener was received";
+    post();
+    EXPECT_TRUE(unread(connection.cnid()));
+    release.set_value();
+    EXPECT_TRUE(eventually([&] { return !unread(connection.cnid()); }));
+    connection.waitForEvents(2);
+}
+
 TEST_F(Messenger, aQueryFromInsideTheReceiveCallbackWorks)
 {
     std::promise<int> result;

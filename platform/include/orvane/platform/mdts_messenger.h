@@ -104,6 +104,10 @@ public:
     /// @return bytes that wait because this client does not read them
     std::size_t queuedBytes(int cnid) const;
 
+    /// For what may be left out when a client is slow.
+    /// @return whether events are under way that this client has not received yet; false when there is no such client
+    bool eventsUnread(int cnid) const;
+
 private:
     struct State;
     std::shared_ptr<State> m_state; ///< work handed to the loop may outlive the messenger and looks here first

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+// Brings decoded pictures to clients, no faster than they take them.
+#include "frame_courier.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+/// A fraction of the time that a picture lasts.
+constexpr std::chrono::milliseconds kLookAgain{8};
+
+} // namespace
+
+FrameCourier::FrameCourier(platform::EventLoop& loop)
+    : m_loop(loop)
+{
+}
+
+FrameCourier::~FrameCourier()
+{
+    m_loop.cancelTimer(m_timer);
+}
+
+int FrameCourier::start()
+{
+    return m_worker.start("frames");
+}
+
+void FrameCourier::call(std::weak_ptr<FrameStream> const& stream)
+{
+    auto const same = [&](std::weak_ptr<FrameStream> const& other)
+    { return !stream.owner_before(other) && !other.owner_before(stream); };
+    if (std::none_of(m_waiting.begin(), m_waiting.end(), same))
+    {
+        m_waiting.push_back(stream);
+    }
+    serve();
+}
+
+/// Who has waited longest is the first to find room.
+void FrameCourier::serve()
+{
+    auto const isDone = [](std::weak_ptr<FrameStream> const& waiting)
+    {
+        auto const stream = waiting.lock();
+        return stream == nullptr || !stream->advance();
+    };
+    m_waiting.erase(std::remove_if(m_waiting.begin(), m_waiting.end(), isDone), m_waiting.end());
+    if (!m_waiting.empty() && m_timer == 0)
+    {
+        m_timer = m_loop.addTimer(kLookAgain,
+                                  [this]
+                                  {
+                                      m_timer = 0;
+                                      serve();
+                                  });
+    }
+}
+
+std::shared_ptr<FrameStream> FrameStream::make(FrameCourier& courier, PlayerEvents const& events,
+                                               FrameOptions const& options)
+{
+    std::shared_ptr<FrameStream> stream(new FrameStream(courier, events, options));
+    auto const arrived = [loop = &courier.loop(), self = std::weak_ptr<FrameStream>(stream)]
+    {
+        loop->post(
+            [self]
+            {
+                if (auto const alive = self.lock())
+                {
+                    alive->m_courier.call(self);
+                }
+            });
+    };
+    stream->m_tap = std::make_shared<FrameTap>(options.interval, arrived);
+    return stream;
+}
+
+FrameStream::FrameStream(FrameCourier& courier, PlayerEvents const& events, FrameOptions const& options)
+    : m_courier(courier)
+    , m_events(events)
+    , m_options(options)
+    , m_bench(std::make_shared<Bench>())
+{
+}
+
+bool FrameStream::advance()
+{
+    if (m_converting)
+    {
+        return false; // it will call the courier itself
+    }
+    if (!m_events.unread())
+    {
+        if (m_converted)
+        {
+            send();
+        }
+        else if (!m_tap->empty())
+        {
+            convert();
+            return false;
+        }
+    }
+    return m_converted || !m_tap->empty();
+}
+
+void FrameStream::convert()
+{
+    m_converting = true;
+    m_courier.convert(
+        [loop = &m_courier.loop(), self = weak_from_this(), bench = m_bench, options = m_options,
+         sample = std::shared_ptr<GstSample>(m_tap->take())]
+        {
+            auto const result = bench->converter.convert(sample.get(), options, bench->frame);
+            loop->post(
+                [self, result]
+                {
+                    if (auto const stream = self.lock())
+                    {
+                        stream->onConverted(result);
+                    }
+                });
+        });
+}
+
+void FrameStream::onConverted(FrameConverter::Result result)
+{
+    m_converting = false;
+    m_converted = result == FrameConverter::Result::done;
+    if (!m_converted && !std::exchange(m_faultReported, true))
+    {
+        bool const tooLarge = result == FrameConverter::Result::tooLarge;
+        om::om_error_e const code = tooLarge ? om::OM_ERROR_LIMIT : om::OM_ERROR_NOT_SUPPORTED;
+        m_events.event(om::OM_EVENT_WARNING,
+                       {{om::OM_KEY_CODE, std::to_string(static_cast<unsigned int>(code))},
+                        {om::OM_KEY_TEXT, tooLarge ? "pictures are too large to be handed over"
+                                                   : "pictures of this kind cannot be handed over"}});
+    }
+    m_courier.call(weak_from_this());
+}
+
+void FrameStream::send()
+{
+    m_converted = false;
+    Frame& frame = m_bench->frame;
+    m_events.frame(frame.bytes, {{om::OM_FRAME_KEY_FORMAT, frameFormatName(m_options.format)},
+                                 {om::OM_FRAME_KEY_WIDTH, std::to_string(frame.width)},
+                                 {om::OM_FRAME_KEY_HEIGHT, std::to_string(frame.height)},
+                                 {om::OM_FRAME_KEY_STRIDE, std::to_string(frame.stride)},
+                                 {om::OM_FRAME_KEY_PAR, frame.par},
+                                 {om::OM_FRAME_KEY_COLORIMETRY, frame.colorimetry},
+                                 {om::OM_FRAME_KEY_PTS, std::to_string(frame.pts)},
+                                 {om::OM_FRAME_KEY_SEQUENCE, std::to_string(++m_sequence)},
+                                 {om::OM_FRAME_KEY_DROPPED, std::to_string(m_tap->dropped())}});
+}
+
+} // namespace tz::orvane::service
