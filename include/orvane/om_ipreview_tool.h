@@ -47,7 +47,10 @@ public:
     /// Stops all requests. @return 0, or the messenger's negative result
     virtual int stopPreviewAll(OmPropertyGroup const& props) = 0;
 
+    /// Keeps a slot for what may come; does nothing.
     virtual void reserved1() = 0;
+
+    /// Keeps a slot for what may come; does nothing.
     virtual void reserved2() = 0;
 
     /// Sends a named command of the service and waits for its answer; as OmIMediaPlayer::doExtendCommand.
