@@ -141,17 +141,17 @@ public:
 protected:
     OmIConnection() = default;
 
-    std::atomic<unsigned int> m_cnid{0};
-    OmString m_appName;
-    OmPropertyGroup m_properties;
-    std::atomic<int> m_clientStatus{kInitialStatus};
-    std::map<unsigned int, OmIMediaPlayer*> m_playerMap;
-    std::map<unsigned int, std::shared_ptr<OmIDrmAgent>> m_drmMap;
-    OmIPreviewTool* m_prevTool_p = nullptr;
-    OmListenerList<omc::OmcIConnectionListener> m_listeners;
+    std::atomic<unsigned int> m_cnid{0};                           ///< 0 while not connected
+    OmString m_appName;                                            ///< see setAppName
+    OmPropertyGroup m_properties;                                  ///< for a subclass; not used here
+    std::atomic<int> m_clientStatus{kInitialStatus};               ///< see setClientStatus
+    std::map<unsigned int, OmIMediaPlayer*> m_playerMap;           ///< by plid, owned
+    std::map<unsigned int, std::shared_ptr<OmIDrmAgent>> m_drmMap; ///< by plid, shared with the application
+    OmIPreviewTool* m_prevTool_p = nullptr;                        ///< owned
+    OmListenerList<omc::OmcIConnectionListener> m_listeners;       ///< guarded by itself
     std::mutex m_mutex; ///< guards name, maps and tool; never held while anything else is called
 
-    static constexpr int kInitialStatus = 0xA000;
+    static constexpr int kInitialStatus = 0xA000; ///< see getClientStatus
 };
 
 } // namespace tz::orvane::om

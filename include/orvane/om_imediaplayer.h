@@ -232,16 +232,17 @@ public:
     int removeListener(omc::OmcIMediaPlayerListener* listener) { return m_listeners.remove(listener); }
 
 protected:
+    /// Takes the ids that the service gave.
     OmIMediaPlayer(unsigned int cnid, unsigned int plid)
         : m_cnid(cnid)
         , m_plid(plid)
     {
     }
 
-    unsigned int m_cnid;
-    unsigned int m_plid;
-    unsigned int m_reserved = 0;
-    OmListenerList<omc::OmcIMediaPlayerListener> m_listeners;
+    unsigned int m_cnid;                                      ///< of the connection
+    unsigned int m_plid;                                      ///< of this object
+    unsigned int m_reserved = 0;                              ///< not used
+    OmListenerList<omc::OmcIMediaPlayerListener> m_listeners; ///< guarded by itself
 };
 
 } // namespace tz::orvane::om

@@ -63,15 +63,16 @@ public:
     void setListener(omc::OmcIPreviewToolListener* listener) { m_listener.replace(listener); }
 
 protected:
+    /// Takes the ids that the service gave.
     OmIPreviewTool(unsigned int cnid, unsigned int toolId)
         : m_cnid(cnid)
         , m_toolId(toolId)
     {
     }
 
-    unsigned int m_cnid;
-    unsigned int m_toolId;
-    OmListenerList<omc::OmcIPreviewToolListener> m_listener;
+    unsigned int m_cnid;                                     ///< of the connection
+    unsigned int m_toolId;                                   ///< of this object
+    OmListenerList<omc::OmcIPreviewToolListener> m_listener; ///< guarded by itself
 };
 
 } // namespace tz::orvane::om
