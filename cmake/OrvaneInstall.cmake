@@ -31,13 +31,16 @@ install(
   INCLUDES
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(DIRECTORY include/orvane DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
-# The service end of the messenger stays out: the library does not show it.
-install(
-  DIRECTORY platform/include/orvane
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  COMPONENT development
-  PATTERN mdts_messenger.h EXCLUDE
-  PATTERN om_event_loop.h EXCLUDE)
+# The service end of the messenger stays out: the library does not show it. Whoever brings another messenger installs its
+# headers.
+if(TARGET orvane_platform)
+  install(
+    DIRECTORY platform/include/orvane
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+    COMPONENT development
+    PATTERN mdts_messenger.h EXCLUDE
+    PATTERN om_event_loop.h EXCLUDE)
+endif()
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/OrvaneOmc")
 install(EXPORT OrvaneOmcTargets NAMESPACE orvane:: DESTINATION "${package_dir}" COMPONENT development)

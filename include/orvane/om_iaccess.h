@@ -48,6 +48,8 @@ public:
     /// takes. From inside one of its own callbacks the service is told at once and the memory goes when the callback
     /// has returned.
     virtual void destroyConnection(unsigned int cnid) = 0;
+
+    /// The same. @param conn null is refused
     virtual void destroyConnection(OmIConnection* conn) = 0;
 
     /// Destroys all connections, in ascending order of their cnid.
@@ -58,8 +60,8 @@ public:
 protected:
     OmIAccess() = default;
 
-    std::map<unsigned int, OmIConnection*> m_connMap;
-    std::mutex m_mutex; ///< guards m_connMap; never held while anything else is called
+    std::map<unsigned int, OmIConnection*> m_connMap; ///< by cnid
+    std::mutex m_mutex;                               ///< guards m_connMap; never held while anything else is called
 };
 
 } // namespace tz::orvane::om

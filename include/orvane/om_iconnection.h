@@ -54,6 +54,7 @@ public:
     /// @return the player with this id (0x2000 to 0x2FFF), null when there is none
     virtual OmIMediaPlayer* findPlayer(unsigned int plid) = 0;
 
+    /// @return how many players there are
     virtual std::size_t getPlayerCount()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -74,7 +75,11 @@ public:
     /// that its listener takes. From inside its own callback the service is told at once and the memory goes when the
     /// callback has returned.
     virtual void destroyPlayer(unsigned int plid) = 0;
+
+    /// The same. @param player null is refused
     virtual void destroyPlayer(OmIMediaPlayer* player) = 0;
+
+    /// Destroys all players of this connection; the rules of destroyPlayer hold.
     virtual void destroyPlayerAll() = 0;
 
     /// Stops all players of this connection; they stay.
@@ -86,12 +91,14 @@ public:
     /// Destroys the preview tool; the rules of destroyPlayer hold.
     virtual void destroyPreviewTool() = 0;
 
+    /// @return the name that the application connected with
     virtual OmString getAppName()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_appName;
     }
 
+    /// Changes the name here; the service keeps the one of the connection. @param name the new one
     virtual void setAppName(OmString const& name)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -106,13 +113,23 @@ public:
 
     /// Ends an agent's session; waits for its callbacks as destroyPlayer does. The agent lives as long as it is held.
     virtual void destroyDrmAgent(unsigned int plid) = 0;
+
+    /// The same. @param agent empty is refused
     virtual void destroyDrmAgent(std::shared_ptr<OmIDrmAgent> agent) = 0;
 
+    /// Keeps a slot for what may come. @return -4
     virtual int reserved1() { return -4; }
+
+    /// Keeps a slot for what may come. @return 0
     virtual int reserved2() { return 0; }
+
+    /// Keeps a slot for what may come. @return 0
     virtual int reserved3() { return 0; }
 
+    /// Keeps a number for the application. @param status any
     virtual void setClientStatus(int status) { m_clientStatus = status; }
+
+    /// @return what setClientStatus was given last; 0xA000 at first and after disconnect
     virtual int getClientStatus() { return m_clientStatus; }
 
     /// Adds a listener, called in the order of adding on the receive thread. @return 0, -2 for null, 1 when present
@@ -124,17 +141,17 @@ public:
 protected:
     OmIConnection() = default;
 
-    std::atomic<unsigned int> m_cnid{0};
-    OmString m_appName;
-    OmPropertyGroup m_properties;
-    std::atomic<int> m_clientStatus{kInitialStatus};
-    std::map<unsigned int, OmIMediaPlayer*> m_playerMap;
-    std::map<unsigned int, std::shared_ptr<OmIDrmAgent>> m_drmMap;
-    OmIPreviewTool* m_prevTool_p = nullptr;
-    OmListenerList<omc::OmcIConnectionListener> m_listeners;
+    std::atomic<unsigned int> m_cnid{0};                           ///< 0 while not connected
+    OmString m_appName;                                            ///< see setAppName
+    OmPropertyGroup m_properties;                                  ///< for a subclass; not used here
+    std::atomic<int> m_clientStatus{kInitialStatus};               ///< see setClientStatus
+    std::map<unsigned int, OmIMediaPlayer*> m_playerMap;           ///< by plid, owned
+    std::map<unsigned int, std::shared_ptr<OmIDrmAgent>> m_drmMap; ///< by plid, shared with the application
+    OmIPreviewTool* m_prevTool_p = nullptr;                        ///< owned
+    OmListenerList<omc::OmcIConnectionListener> m_listeners;       ///< guarded by itself
     std::mutex m_mutex; ///< guards name, maps and tool; never held while anything else is called
 
-    static constexpr int kInitialStatus = 0xA000;
+    static constexpr int kInitialStatus = 0xA000; ///< see getClientStatus
 };
 
 } // namespace tz::orvane::om

@@ -34,10 +34,25 @@ public:
     /// @return the id of the connection, 0x1000 to 0x1FFF
     virtual unsigned int getClientID() { return m_cnid; }
 
+    /// @name Life of the session
+    /// @{
+
+    /// Makes, prepares and ends the session in the service.
+    /// @return the messenger's result, negative when the service refused or did not answer
     virtual int drmPluginCreate() = 0;
     virtual int initialize() = 0;
     virtual int cleanup() = 0;
+    /// @}
 
+    /// @name Buffer operations
+    /// @{
+
+    /// Each sends a buffer to the service and waits for one in return; om_service.h tells what is in them.
+    /// @param in            what is sent, @p in_size bytes; only read
+    /// @param[in,out] out   `*out` is where the answer goes; nothing is copied when it is null
+    /// @param[out] out_size bytes of the answer, also when nothing was copied; left alone when the service did not
+    /// answer
+    /// @return 0, or negative: the service refused, did not answer, or answered without a buffer
     virtual int setServerCertificate(void* in, unsigned int in_size, void** out, unsigned int& out_size) = 0;
     virtual int openSession(void* in, unsigned int in_size, void** out, unsigned int& out_size) = 0;
     virtual int generateKeyRequest(void* in, unsigned int in_size, void** out, unsigned int& out_size) = 0;
@@ -50,6 +65,7 @@ public:
     virtual int getCertificateRequest(void* in, unsigned int in_size, void** out, unsigned int& out_size) = 0;
     virtual int parseAndLoadServiceCertificateResponse(void* in, unsigned int in_size, void** out,
                                                        unsigned int& out_size) = 0;
+    /// @}
 
     /// Sends a named command without waiting. @return the messenger's result, 0 also when it could not be sent
     virtual int doExtendCommand(OmString const& command, OmPropertyGroup const& props) = 0;
@@ -57,7 +73,15 @@ public:
     /// Takes a message for this agent; called on the receive thread. @return 0, -1 when malformed, -2 for null
     virtual int dispatch(void* event) = 0;
 
-    // Buffer operations with a checked capacity.
+    /// @name Buffer operations with a checked capacity
+    /// @{
+
+    /// The same, for a caller that says how large its buffer is.
+    /// @param in            what is sent, @p in_size bytes; only read
+    /// @param out           where the answer goes
+    /// @param out_capacity  bytes that have room there
+    /// @param[out] out_size bytes of the answer, also when they did not fit
+    /// @return 0; -E2BIG when the answer does not fit, which loses it; else as without a capacity
     int setServerCertificate(void* in, unsigned int in_size, void* out, unsigned int out_capacity,
                              unsigned int& out_size);
     int openSession(void* in, unsigned int in_size, void* out, unsigned int out_capacity, unsigned int& out_size);
@@ -73,6 +97,7 @@ public:
                               unsigned int& out_size);
     int parseAndLoadServiceCertificateResponse(void* in, unsigned int in_size, void* out, unsigned int out_capacity,
                                                unsigned int& out_size);
+    /// @}
 
     /// Adds a listener, called in the order of adding on the receive thread. @return 0, -2 for null, 1 when present
     int addListener(omc::OmcIDrmAgentListener* listener) { return m_listeners.add(listener); }
@@ -81,6 +106,7 @@ public:
     int removeListener(omc::OmcIDrmAgentListener* listener) { return m_listeners.remove(listener); }
 
 protected:
+    /// Takes the ids that the service gave.
     OmIDrmAgent(unsigned int cnid, unsigned int plid)
         : m_cnid(cnid)
         , m_plid(plid)
@@ -92,9 +118,9 @@ protected:
     virtual int boundedOperation(int operation, void* in, unsigned int in_size, void* out, unsigned int out_capacity,
                                  unsigned int& out_size) = 0;
 
-    unsigned int m_cnid;
-    unsigned int m_plid;
-    OmListenerList<omc::OmcIDrmAgentListener> m_listeners;
+    unsigned int m_cnid;                                   ///< of the connection
+    unsigned int m_plid;                                   ///< of this object
+    OmListenerList<omc::OmcIDrmAgentListener> m_listeners; ///< guarded by itself
 };
 
 } // namespace tz::orvane::om

@@ -43,10 +43,11 @@ public:
     /// @param flag  OM_PREPARE_... of om_service.h
     virtual int prepare(OmString const& uri, OmPropertyGroup& props, unsigned int flag) = 0;
 
-    /// Plays from a position; a negative one plays from where the player stands.
+    /// Plays from a position. @param pos milliseconds; a negative one is where the player stands
     virtual int start(long long const& pos) = 0;
 
-    /// Hands container data to the service; the block may have any size up to 64 MiB.
+    /// Hands container data to the service.
+    /// @param data read before this returns @param size bytes, up to 64 MiB
     /// @return 0, also when the data could not be sent; -2 for null or no bytes
     virtual int pushData(void const* data, unsigned int size) = 0;
 
@@ -67,78 +68,151 @@ public:
     /// Tells the service that delivered data may go; frees nothing here. @return the messenger's result
     virtual int freeDataMem(void* data) = 0;
 
+    /// Closes the medium; start opens it again.
     virtual int stop() = 0;
+
+    /// Holds time still.
     virtual int pause() = 0;
+
+    /// Lets time run again.
     virtual int resume() = 0;
 
     /// @return positive when seeking is possible, 0 when not, -1 when the service did not answer
     virtual int isSeekable() = 0;
 
+    /// Goes to another position.
     /// @param pos   milliseconds
     /// @param flags OM_SEEK_... of om_service.h
     virtual int seek(long long const& pos, int flags) = 0;
 
     /// @return positive when other speeds are possible, 0 when not, -1 when the service did not answer
     virtual int isSpeedable() = 0;
+
+    /// Plays faster, slower or backwards.
+    /// @param speed sixteenths of the normal speed, negative backwards
+    /// @param param sent unchanged
     virtual int speed(om_play_speed_e speed, int param) = 0;
 
-    // Queries with a result argument give a negative value on failure; the argument is then left as far as the answer
-    // was read. getDisplayRect and getZoom report only whether the service answered; getZoom gives zeros when it did
-    // not.
+    /// @param[out] speed sixteenths of the normal speed @return negative when there was no answer
     virtual int getSpeed(om_play_speed_e& speed) = 0;
+
+    /// Turns the picture. @param angle clockwise degrees
     virtual int rotate(om_display_rotate_e angle) = 0;
+
+    /// @param[out] angle clockwise degrees @return negative when there was no answer
     virtual int getRotateAngle(om_display_rotate_e& angle) = 0;
+
+    /// Places the picture. @param rect pixels of the screen
     virtual int setDisplayRect(om_display_rect_t const& rect) = 0;
+
+    /// @param[out] rect pixels of the screen, left as it is when the answer held none
+    /// @return negative when there was no answer
     virtual int getDisplayRect(om_display_rect_t& rect) = 0;
+
+    /// Fits the picture into its rectangle. @param mode how @param ratio percent
     virtual int setZoom(om_zoom_mode_e mode, om_zoom_ratio_e ratio) = 0;
+
+    /// @param[out] mode  0 when there was no answer
+    /// @param[out] ratio percent, 0 when there was no answer
+    /// @return negative when there was no answer
     virtual int getZoom(om_zoom_mode_e& mode, om_zoom_ratio_e& ratio) = 0;
 
-    /// @param distance pixels of the screen
+    /// Moves a magnified photo. @param direct where to @param distance pixels of the screen
     virtual int moveTo(om_photo_move_direction_e direct, int distance) = 0;
+
+    /// Chooses how photos appear. @param anim the animation
     virtual int setAnimation(om_image_animation_e anim) = 0;
 
     /// @param volume 0 to 100
     virtual int setVolume(int volume) = 0;
+
+    /// Switches the sound. @param mute 0: on, else off
     virtual int setAudioMute(int mute) = 0;
 
     /// @return positive when muted, 0 when not, negative when the service did not answer
     virtual int isAudioMute() = 0;
+
+    /// Hides the picture. @param mute 0: shown, else hidden
     virtual int setVideoMute(int mute) = 0;
+
+    /// @return positive when hidden, 0 when not, negative when the service did not answer
     virtual int isVideoMute() = 0;
+
+    // The following queries leave their argument as far as the answer was read.
+
+    /// @param[out] state what onStateChanged told last @return negative when there was no answer
     virtual int getState(om_state_e& state) = 0;
 
     /// @return 0 always, the argument is left alone; the flags arrive with onStateChanged
     virtual int getActStateFlags(int& flags) = 0;
+
+    /// @param[out] pos milliseconds @return negative when there was no answer
     virtual int getCurPosition(long long& pos) = 0;
+
+    /// @param[out] info what is known of the medium; sent with the question @return negative when there was no answer
     virtual int getMediaInfo(om_media_info_t& info) = 0;
+
+    /// @param[out] info all tracks; sent with the question @return negative when there was no answer
     virtual int getContainerInfo(om_container_info_t& info) = 0;
+
+    /// @param[out] info what a photo tells of itself @return negative when there was no answer
     virtual int getExifInfo(om_exif_info_t& info) = 0;
+
+    /// @param[out] info the chapter that plays @return negative when there was no answer
     virtual int getCharpterInfo(om_chapter_info_t& info) = 0;
+
+    /// @param[out] info the video tracks @return negative when there was no answer
     virtual int getVideoTrackInfo(om_stream_info_group_t& info) = 0;
+
+    /// @param[out] info the audio tracks @return negative when there was no answer
     virtual int getAudioTrackInfo(om_stream_info_group_t& info) = 0;
+
+    /// Chooses what is heard. @param no a number of the list of audio tracks, from 0
     virtual int setAudioTrackNo(unsigned int no) = 0;
+
+    /// @param[out] no the audio track that is heard @return negative when there was no answer
     virtual int getAudioTrackNo(unsigned int& no) = 0;
+
+    /// @param[out] info the subtitle tracks @return negative when there was no answer
     virtual int getSubtitleTrackInfo(om_stream_info_group_t& info) = 0;
+
+    /// Chooses the subtitles. @param no a number of the list of subtitle tracks, from 0
     virtual int setSubtitleTrackNo(unsigned int no) = 0;
+
+    /// @param[out] no the subtitle track that is shown @return negative when there was no answer
     virtual int getSubtitleTrackNo(unsigned int& no) = 0;
+
+    /// Shows or hides subtitles. @param visible 0: hidden, else shown
     virtual int setSubtitleVisible(int visible) = 0;
 
     /// @return positive when shown, 0 when not, -1 when the service did not answer
     virtual int isSubtitleVisible() = 0;
+
+    /// Chooses the font of subtitles. @param path sent unchanged, also when empty
     virtual int setSubtitleFontPath(OmString const& path) = 0;
+
+    /// Takes subtitles from a file of their own. @param uri a path or URI, sent unchanged, also when empty
     virtual int setSubtitleUri(OmString const& uri) = 0;
+
+    /// Places and colours subtitles. @param style the whole style
     virtual int setSubtitleStyle(om_subtiltile_style_t style) = 0;
 
     /// @param delay milliseconds; positive shows subtitles later
     virtual int setSubtitleDelay(long long delay) = 0;
+
+    /// Changes something more about the sound. @param audioAttribute what, see om_service.h @param value of it
     virtual int setExtraAudioAttribute(int audioAttribute, int value) = 0;
 
     /// Sends a named command of the service and waits for its answer.
-    /// @param props arguments; replaced by the answer, kept when it is empty
+    /// @param command its name
+    /// @param props   arguments; replaced by the answer, kept when it is empty
     /// @return 0 or positive; -1 when the command could not be sent or its answer not be read
     virtual int doExtendCommand(OmString const& command, OmPropertyGroup& props) = 0;
 
+    /// Keeps a slot for what may come. @return -4
     virtual int reserved1() { return -4; }
+
+    /// Keeps a slot for what may come. @return -4
     virtual int reserved2() { return -4; }
 
     /// @return -1 always
@@ -158,16 +232,17 @@ public:
     int removeListener(omc::OmcIMediaPlayerListener* listener) { return m_listeners.remove(listener); }
 
 protected:
+    /// Takes the ids that the service gave.
     OmIMediaPlayer(unsigned int cnid, unsigned int plid)
         : m_cnid(cnid)
         , m_plid(plid)
     {
     }
 
-    unsigned int m_cnid;
-    unsigned int m_plid;
-    unsigned int m_reserved = 0;
-    OmListenerList<omc::OmcIMediaPlayerListener> m_listeners;
+    unsigned int m_cnid;                                      ///< of the connection
+    unsigned int m_plid;                                      ///< of this object
+    unsigned int m_reserved = 0;                              ///< not used
+    OmListenerList<omc::OmcIMediaPlayerListener> m_listeners; ///< guarded by itself
 };
 
 } // namespace tz::orvane::om

@@ -47,7 +47,10 @@ public:
     /// Stops all requests. @return 0, or the messenger's negative result
     virtual int stopPreviewAll(OmPropertyGroup const& props) = 0;
 
+    /// Keeps a slot for what may come; does nothing.
     virtual void reserved1() = 0;
+
+    /// Keeps a slot for what may come; does nothing.
     virtual void reserved2() = 0;
 
     /// Sends a named command of the service and waits for its answer; as OmIMediaPlayer::doExtendCommand.
@@ -60,15 +63,16 @@ public:
     void setListener(omc::OmcIPreviewToolListener* listener) { m_listener.replace(listener); }
 
 protected:
+    /// Takes the ids that the service gave.
     OmIPreviewTool(unsigned int cnid, unsigned int toolId)
         : m_cnid(cnid)
         , m_toolId(toolId)
     {
     }
 
-    unsigned int m_cnid;
-    unsigned int m_toolId;
-    OmListenerList<omc::OmcIPreviewToolListener> m_listener;
+    unsigned int m_cnid;                                     ///< of the connection
+    unsigned int m_toolId;                                   ///< of this object
+    OmListenerList<omc::OmcIPreviewToolListener> m_listener; ///< guarded by itself
 };
 
 } // namespace tz::orvane::om

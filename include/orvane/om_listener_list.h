@@ -23,10 +23,19 @@ public:
 protected:
     ~OmListenerListBase() = default;
 
+    /// Puts a listener at the end. @return 0, -2 for null, 1 when present
     int addEntry(void* listener);
+
+    /// Takes a listener out and waits for a call of it on another thread. @return 0, -2 for null, 1 when absent
     int removeEntry(void* listener);
+
+    /// Makes a listener the only one, null leaves none; waits for calls of the others on other threads.
     void replaceEntries(void* listener);
+
+    /// Empties the list and waits for calls on other threads.
     void clearEntries();
+
+    /// Calls `call(listener, context)` for every listener in list order, without a lock.
     void visit(void (*call)(void* listener, void* context), void* context);
 
 private:
@@ -59,6 +68,7 @@ public:
     /// Makes `listener` the only one; null empties the list.
     void replace(Listener* listener) { replaceEntries(listener); }
 
+    /// Empties the list; waits for running calls as a removal does.
     void clear() { clearEntries(); }
 
     /// Calls `call(*listener)` for every listener in list order.

@@ -21,7 +21,7 @@ namespace tz::orvane::om
 class ORVANE_API OmPropertyGroup
 {
 public:
-    static constexpr int kMaxEntries = 16;
+    static constexpr int kMaxEntries = 16; ///< further ones are refused
 
     /// An empty group.
     OmPropertyGroup();
@@ -56,6 +56,8 @@ public:
 
     /// @return the value of the first entry with this key, empty when there is none or `key` is null
     virtual OmString get(char const* key) const;
+
+    /// The same for a string, taken up to its first NUL.
     virtual OmString get(OmString const& key) const;
 
     /// @return the lowest index with this key, -1 when there is none

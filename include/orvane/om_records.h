@@ -12,86 +12,88 @@ namespace tz::orvane::om
 /// A ratio, printed as numerator, colon, denominator.
 struct om_rational_t
 {
-    int32_t num;
-    int32_t den;
+    int32_t num; ///< numerator
+    int32_t den; ///< denominator, 0 when the ratio is not known
 };
 
 /// Picture size in pixels.
 struct om_resolution_t
 {
-    int32_t width;
-    int32_t height;
+    int32_t width;  ///< pixels, -1 when not known
+    int32_t height; ///< pixels, -1 when not known
 };
 
 /// A rectangle on the screen in pixels.
 struct om_display_rect_t
 {
-    int32_t px;
-    int32_t py;
-    int32_t width;
-    int32_t height;
-    int32_t zoom;
+    int32_t px;     ///< left edge
+    int32_t py;     ///< top edge
+    int32_t width;  ///< to the right
+    int32_t height; ///< downwards
+    int32_t zoom;   ///< magnification in percent, 0 leaves it
 };
 
 /// A chapter of a medium; positions in milliseconds.
 struct om_chapter_info_t
 {
-    alignas(8) int64_t start_pos;
-    alignas(8) int64_t end_pos;
-    char name[256];
-    char lang[16];
+    alignas(8) int64_t start_pos; ///< where it begins
+    alignas(8) int64_t end_pos;   ///< where the next one begins
+    char name[256];               ///< its title
+    char lang[16];                ///< ISO 639-2, three letters
 };
 
+/// A time of day; -1 in each part when not known.
 struct om_time_t
 {
-    int32_t hour;
-    int32_t minute;
-    int32_t second;
+    int32_t hour;   ///< 0 to 23
+    int32_t minute; ///< 0 to 59
+    int32_t second; ///< 0 to 59
 };
 
+/// A day and a time of it; -1 in each part when not known.
 struct om_date_t
 {
-    int32_t year;
-    int32_t month;
-    int32_t day;
-    int32_t wday;
-    om_time_t time;
+    int32_t year;   ///< all four digits
+    int32_t month;  ///< 1 to 12
+    int32_t day;    ///< 1 to 31
+    int32_t wday;   ///< day of the week, 0 is Sunday
+    om_time_t time; ///< the time of that day
 };
 
 /// Details of a video stream.
 struct om_video_stream_detail_t
 {
-    int32_t width;
-    int32_t height;
-    int32_t fps;
+    int32_t width;  ///< pixels
+    int32_t height; ///< pixels
+    int32_t fps;    ///< frames a second, rounded
 };
 
 /// Details of an audio stream.
 struct om_audio_stream_detail_t
 {
-    char lang[16];
-    int32_t codec; ///< om_audio_codec_e
-    int32_t samplerate;
-    int32_t ch;
-    int32_t audio_format;
+    char lang[16];        ///< ISO 639-2, three letters
+    int32_t codec;        ///< om_audio_codec_e
+    int32_t samplerate;   ///< Hz
+    int32_t ch;           ///< number of channels
+    int32_t audio_format; ///< om_audio_format_e of om_service.h
 };
 
 /// Details of a subtitle stream.
 struct om_subtitle_stream_detail_t
 {
-    char title[64];
-    char lang[16];
-    int32_t drawtype;
-    int32_t embtype;
+    char title[64];   ///< the name that the medium gives it
+    char lang[16];    ///< ISO 639-2, three letters
+    int32_t drawtype; ///< om_subtitle_draw_type_e of om_service.h
+    int32_t embtype;  ///< om_subtitle_source_e of om_service.h
 };
 
 /// One elementary stream; the list that holds it tells which detail is meant.
 struct om_stream_info_t
 {
-    int32_t id;
-    int32_t stream_type;
-    char mime_type[32];
-    char reserved[68];
+    int32_t id;          ///< number in its list from 0, -1 in an unused entry
+    int32_t stream_type; ///< om_stream_type_e of om_service.h
+    char mime_type[32];  ///< of the stream
+    char reserved[68];   ///< not used
     union
     {
         om_video_stream_detail_t video;
@@ -104,89 +106,89 @@ struct om_stream_info_t
 /// All tracks of one kind.
 struct om_stream_info_group_t
 {
-    static constexpr int kCapacity = 24;
+    static constexpr int kCapacity = 24; ///< entries that the record has
 
-    int32_t count; ///< -1 when not known
-    om_stream_info_t streams[kCapacity];
-    char reserved[8];
+    int32_t count;                       ///< -1 when not known
+    om_stream_info_t streams[kCapacity]; ///< the first `count` are in use
+    char reserved[8];                    ///< not used
 };
 
 /// All tracks of the opened medium.
 struct om_container_info_t
 {
-    static constexpr int kVideoCapacity = 2;
-    static constexpr int kAudioCapacity = 18;
-    static constexpr int kTextCapacity = 20;
+    static constexpr int kVideoCapacity = 2;  ///< video entries that the record has
+    static constexpr int kAudioCapacity = 18; ///< audio entries that the record has
+    static constexpr int kTextCapacity = 20;  ///< subtitle entries that the record has
 
-    om_stream_info_t videos_detail[kVideoCapacity];
-    int32_t video_count;
-    int32_t video_selected;
-    int32_t video_muted;
-    om_stream_info_t audios_detail[kAudioCapacity];
-    int32_t audio_count;
-    int32_t audio_selected;
-    int32_t audio_muted;
-    om_stream_info_t subtitle_detail[kTextCapacity];
-    int32_t text_count;
-    int32_t text_selected;
-    int32_t text_muted;
+    om_stream_info_t videos_detail[kVideoCapacity];  ///< the first `video_count` are in use
+    int32_t video_count;                             ///< -1 when not known
+    int32_t video_selected;                          ///< number of the one that is shown, -1 for none
+    int32_t video_muted;                             ///< 1 when the picture is hidden
+    om_stream_info_t audios_detail[kAudioCapacity];  ///< the first `audio_count` are in use
+    int32_t audio_count;                             ///< -1 when not known
+    int32_t audio_selected;                          ///< number of the one that is heard, -1 for none
+    int32_t audio_muted;                             ///< 1 when the sound is off
+    om_stream_info_t subtitle_detail[kTextCapacity]; ///< the first `text_count` are in use
+    int32_t text_count;                              ///< -1 when not known
+    int32_t text_selected;                           ///< number of the one that is chosen, -1 for none
+    int32_t text_muted;                              ///< 1 when subtitles are hidden
 };
 
 /// Descriptive tags of a medium.
 struct alignas(4) om_tag_info_t
 {
-    char title[256];
-    char artist[256];
-    char album[256];
-    char year[16];
-    char genre[16];
+    char title[256];  ///< of the whole medium
+    char artist[256]; ///< who performs
+    char album[256];  ///< what it was published on
+    char year[16];    ///< of publication, as text
+    char genre[16];   ///< as text
 };
 
 /// What is known of an opened medium; -1 stands for "unknown" where a field starts with it.
 struct om_media_info_t
 {
-    int32_t media_type;
-    int32_t reserved;
+    int32_t media_type;            ///< om_media_type_e of om_service.h
+    int32_t reserved;              ///< not used
     alignas(8) uint64_t file_size; ///< bytes
     alignas(8) int64_t duration;   ///< milliseconds
-    char mime_type[64];
-    om_resolution_t resolution;
-    int32_t frame_rate; ///< frames a second, rounded
-    int32_t hdr_type;
-    int32_t color_depth; ///< bits of a sample
-    int32_t bit_rate;    ///< bits a second
-    int32_t audio_codec; ///< om_audio_codec_e
-    int32_t video_codec; ///< om_video_codec_e
-    int32_t audio_track_num;
-    int32_t video_track_num;
-    int32_t text_track_num;
-    int32_t disp_rotation; ///< degrees
-    om_rational_t par;     ///< pixel aspect ratio
-    int32_t audio_channel;
-    int32_t sample_rate; ///< Hz
-    om_date_t create_date;
-    int32_t cap_flags;
-    om_tag_info_t tag;
+    char mime_type[64];            ///< of the container
+    om_resolution_t resolution;    ///< as it is coded, not turned and not stretched
+    int32_t frame_rate;            ///< frames a second, rounded
+    int32_t hdr_type;              ///< om_hdr_type_e of om_service.h
+    int32_t color_depth;           ///< bits of a sample
+    int32_t bit_rate;              ///< bits a second
+    int32_t audio_codec;           ///< om_audio_codec_e
+    int32_t video_codec;           ///< om_video_codec_e
+    int32_t audio_track_num;       ///< how many there are
+    int32_t video_track_num;       ///< how many there are
+    int32_t text_track_num;        ///< how many there are
+    int32_t disp_rotation;         ///< degrees
+    om_rational_t par;             ///< pixel aspect ratio
+    int32_t audio_channel;         ///< number of channels
+    int32_t sample_rate;           ///< Hz
+    om_date_t create_date;         ///< when it was recorded
+    int32_t cap_flags;             ///< om_cap_flag_e of om_service.h
+    om_tag_info_t tag;             ///< descriptive texts
 };
 
 /// The parts of a media URI, NUL-terminated.
 struct alignas(4) om_uri_info_t
 {
-    char orign_uri[2048];
-    char pure_uri[2048]; ///< without the known parameters
-    char file_name[64];
-    char header[64]; ///< scheme and slashes
+    char orign_uri[2048]; ///< as it was given
+    char pure_uri[2048];  ///< without the known parameters
+    char file_name[64];   ///< the last part of the path
+    char header[64];      ///< scheme and slashes
 };
 
 /// How a medium is shown and heard.
 struct om_setting_info_t
 {
-    om_display_rect_t disp_rect;
-    int32_t disp_rotate; ///< om_display_rotate_e
-    int32_t zoom_mode;   ///< om_zoom_mode_e
-    int32_t zoom_ratio;  ///< om_zoom_ratio_e
-    int32_t play_speed;  ///< om_play_speed_e
-    int32_t volume;
+    om_display_rect_t disp_rect; ///< where it is shown
+    int32_t disp_rotate;         ///< om_display_rotate_e
+    int32_t zoom_mode;           ///< om_zoom_mode_e
+    int32_t zoom_ratio;          ///< om_zoom_ratio_e
+    int32_t play_speed;          ///< om_play_speed_e
+    int32_t volume;              ///< 0 to 100
 };
 
 /// A request to play a medium, and how far it has come.
@@ -234,15 +236,15 @@ struct om_subtiltile_info_t
 /// Look of subtitles; -1 leaves the service's default.
 struct om_subtiltile_style_t
 {
-    int32_t subtitle_x;
-    int32_t subtitle_y;
-    int32_t subtitle_width;
-    int32_t subtitle_height;
-    int32_t reserved;
-    uint32_t subtitle_color;
-    uint32_t subtitle_BGcolor;
-    int32_t subtitle_fontsize;
-    int32_t subtitle_charset;
+    int32_t subtitle_x;        ///< left edge of their area
+    int32_t subtitle_y;        ///< top edge of their area
+    int32_t subtitle_width;    ///< of their area
+    int32_t subtitle_height;   ///< of their area
+    int32_t reserved;          ///< not used
+    uint32_t subtitle_color;   ///< of the text; 256 leaves the default
+    uint32_t subtitle_BGcolor; ///< behind the text; 256 leaves the default
+    int32_t subtitle_fontsize; ///< size of the letters; reset to 200
+    int32_t subtitle_charset;  ///< how files are read that do not say it
 };
 
 /// Where subtitles stand.
@@ -304,8 +306,8 @@ struct om_preview_constents_info_t
 /// Why something failed.
 struct om_error_detail_t
 {
-    int32_t err_code; ///< OM_ERROR_... of om_service.h
-    char err_str[256];
+    int32_t err_code;  ///< OM_ERROR_... of om_service.h
+    char err_str[256]; ///< the same for a person
 };
 
 /// How opening a medium ended.
@@ -336,9 +338,9 @@ struct om_state_detail_t
 /// A track that was switched to.
 struct alignas(8) om_track_detail_t
 {
-    om_stream_info_t stream;
-    int32_t track_type; ///< offset 472: kind of the track
-    int32_t track_no;   ///< offset 476: its number in the list of its kind
+    om_stream_info_t stream; ///< the track itself
+    int32_t track_type;      ///< offset 472: kind of the track
+    int32_t track_no;        ///< offset 476: its number in the list of its kind
 };
 
 /// A picture in memory. It holds an address: it has its 284 bytes where addresses have 4, and never crosses the
@@ -372,18 +374,18 @@ struct om_exif_info_t
     om_rational_t exposure_time; ///< offset 8: seconds
     om_rational_t f_number;      ///< offset 16
     om_rational_t focal_length;  ///< offset 24: millimetres
-    char camera_model[64];
-    char camera_maker[64]; ///< offset 96
-    int32_t color_space;
-    om_date_t date_taken;
-    om_gps_info_t gps;
-    int32_t iso;
+    char camera_model[64];       ///< empty when not known
+    char camera_maker[64];       ///< offset 96
+    int32_t color_space;         ///< om_exif_color_space_e of om_service.h
+    om_date_t date_taken;        ///< in the time of the camera
+    om_gps_info_t gps;           ///< where it was taken
+    int32_t iso;                 ///< speed of the sensor
 };
 
 /// What a player holds of one kind of resource.
 struct om_resrc_entry_t
 {
-    int32_t type;
+    int32_t type;      ///< kind of the resource
     int32_t limit_num; ///< how many it may hold
     int32_t req_num;   ///< how many it asked for
     int32_t curr_num;  ///< how many it has
@@ -392,7 +394,7 @@ struct om_resrc_entry_t
 /// The resources of a player.
 struct om_resrc_info_t
 {
-    static constexpr int kCapacity = 3;
+    static constexpr int kCapacity = 3; ///< kinds that the record has room for
 
     int32_t enable;                        ///< offset 0: 1 when resources are managed for this player
     uint32_t appId;                        ///< offset 4
@@ -409,7 +411,7 @@ struct om_resrc_info_t
 /// How many of one kind of resource the players of each priority may hold.
 struct om_resrc_cfg_info_t
 {
-    static constexpr int kCapacity = 3;
+    static constexpr int kCapacity = 3; ///< priorities that the record has room for
 
     int32_t type;           ///< offset 0
     int32_t count;          ///< offset 4: entries in use

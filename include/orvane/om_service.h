@@ -125,25 +125,25 @@ inline constexpr char OM_COMMAND_END_OF_DATA[] = "end-of-data";
 /// (milliseconds), "title", "lang" when there is such a chapter.
 inline constexpr char OM_COMMAND_CHAPTER[] = "chapter";
 inline constexpr char OM_KEY_INDEX[] = "index"; ///< from 0
-inline constexpr char OM_KEY_COUNT[] = "count";
-inline constexpr char OM_KEY_START[] = "start";
-inline constexpr char OM_KEY_END[] = "end";
-inline constexpr char OM_KEY_TITLE[] = "title";
-inline constexpr char OM_KEY_LANG[] = "lang";
+inline constexpr char OM_KEY_COUNT[] = "count"; ///< how many there are
+inline constexpr char OM_KEY_START[] = "start"; ///< milliseconds
+inline constexpr char OM_KEY_END[] = "end";     ///< milliseconds
+inline constexpr char OM_KEY_TITLE[] = "title"; ///< text
+inline constexpr char OM_KEY_LANG[] = "lang";   ///< ISO 639-2, three letters
 
 /// Tells what serves: "version" of the service and "protocol", the version of what it speaks.
 inline constexpr char OM_COMMAND_VERSION[] = "version";
-inline constexpr char OM_KEY_VERSION[] = "version";
-inline constexpr char OM_KEY_PROTOCOL[] = "protocol";
+inline constexpr char OM_KEY_VERSION[] = "version";   ///< as text: "1.0.0"
+inline constexpr char OM_KEY_PROTOCOL[] = "protocol"; ///< a number
 
 /// Tells the names of all these commands: "commands", separated by blanks.
 inline constexpr char OM_COMMAND_LIST_COMMANDS[] = "list-commands";
-inline constexpr char OM_KEY_COMMANDS[] = "commands";
+inline constexpr char OM_KEY_COMMANDS[] = "commands"; ///< separated by blanks
 
 /// Changes the time between play-time reports of the medium at hand to "interval-ms", bounded as in prepare; without
 /// it nothing changes. Tells the "interval-ms" that holds.
 inline constexpr char OM_COMMAND_PLAYTIME_INTERVAL[] = "playtime-interval";
-inline constexpr char OM_KEY_INTERVAL[] = "interval-ms";
+inline constexpr char OM_KEY_INTERVAL[] = "interval-ms"; ///< milliseconds, 0: no reports
 
 /// Tells how playing goes: OM_STATISTIC_...
 inline constexpr char OM_COMMAND_STATISTICS[] = "statistics";
@@ -151,10 +151,10 @@ inline constexpr char OM_STATISTIC_FRAMES_DECODED[] = "frames-decoded"; ///< pic
 inline constexpr char OM_STATISTIC_FRAMES_DROPPED[] = "frames-dropped"; ///< of them, or before them: too late to show
 inline constexpr char OM_STATISTIC_BUFFERING[] = "buffering-percent";   ///< 100: enough is there
 inline constexpr char OM_STATISTIC_AUDIO_LEVEL[] = "audio-level-db";    ///< what is heard, "-700.0": nothing
-inline constexpr char OM_STATISTIC_AUDIO_LEVEL_LEFT[] = "audio-level-left-db";
-inline constexpr char OM_STATISTIC_AUDIO_LEVEL_RIGHT[] = "audio-level-right-db";
-inline constexpr char OM_STATISTIC_AUDIO_RATE[] = "audio-rate";         ///< Hz at the output, 0 without sound
-inline constexpr char OM_STATISTIC_AUDIO_CHANNELS[] = "audio-channels"; ///< at the output, 0 without sound
+inline constexpr char OM_STATISTIC_AUDIO_LEVEL_LEFT[] = "audio-level-left-db";   ///< the same of the left side
+inline constexpr char OM_STATISTIC_AUDIO_LEVEL_RIGHT[] = "audio-level-right-db"; ///< and of the right side
+inline constexpr char OM_STATISTIC_AUDIO_RATE[] = "audio-rate";                  ///< Hz at the output, 0 without sound
+inline constexpr char OM_STATISTIC_AUDIO_CHANNELS[] = "audio-channels";          ///< at the output, 0 without sound
 
 /// Takes a picture of the whole screen. The group is replaced by "path" of a PNG file, "width", "height", and
 /// "position" of the player. The file lasts until the player's next screenshot or its destruction.
@@ -257,11 +257,11 @@ enum om_exif_color_space_e : std::int32_t
 /// that there is no such stream. Numbers are little-endian.
 struct om_es_format_t
 {
-    std::int32_t codec;   ///< om_video_codec_e or om_audio_codec_e
-    std::int32_t width;   ///< video: pixels, 0 when the stream says it
-    std::int32_t height;  ///< video: pixels, 0 when the stream says it
-    std::int32_t fps_num; ///< video: frame rate, 0 when not known
-    std::int32_t fps_den;
+    std::int32_t codec;       ///< om_video_codec_e or om_audio_codec_e
+    std::int32_t width;       ///< video: pixels, 0 when the stream says it
+    std::int32_t height;      ///< video: pixels, 0 when the stream says it
+    std::int32_t fps_num;     ///< video: frame rate, 0 when not known
+    std::int32_t fps_den;     ///< its denominator
     std::int32_t sample_rate; ///< audio: Hz, 0 when the stream says it
     std::int32_t channels;    ///< audio: 0 when the stream says it
     std::int32_t reserved;    ///< zero; codec data of the stream, if it has some, follow the record
@@ -280,6 +280,7 @@ struct om_es_unit_t
 };
 static_assert(sizeof(om_es_unit_t) == 32);
 
+/// Flags of om_es_unit_t.
 enum om_es_flag_e : std::int32_t
 {
     OM_ES_KEY_FRAME = 1,

@@ -7,6 +7,7 @@
 namespace tz::orvane::om
 {
 
+/// Text of the API: bytes, UTF-8 where people read them.
 using OmString = std::string;
 
 } // namespace tz::orvane::om

@@ -37,8 +37,8 @@ namespace tz::orvane::om
 class ORVANE_API OmTimer
 {
 public:
-    static constexpr unsigned int kFirstTaskId = 0xB101;
-    static constexpr unsigned int kLastTaskId = 0xB4FF;
+    static constexpr unsigned int kFirstTaskId = 0xB101; ///< the lowest id of a task
+    static constexpr unsigned int kLastTaskId = 0xB4FF;  ///< the highest id of a task
 
     /// Starts the timer thread when this is the first timer of the process.
     /// @param listener not owned, must outlive the timer; null is allowed and hears nothing
@@ -81,8 +81,8 @@ private:
 /// One armed task.
 struct OmTimerTaskInfo_t
 {
-    OmTimer* timer; ///< null when the task is over and waits to be swept
-    int task_id;
+    OmTimer* timer;                ///< null when the task is over and waits to be swept
+    int task_id;                   ///< chosen by the caller
     alignas(8) long long interval; ///< milliseconds
     int period;                    ///< 0: once
     alignas(8) long long remain;   ///< milliseconds
@@ -99,6 +99,7 @@ class ORVANE_API OmTimerThread
 public:
     static constexpr int kTick = 100; ///< milliseconds
 
+    /// What the thread is doing.
     enum class Mode : int
     {
         closed,  ///< there is no thread, or it is about to end

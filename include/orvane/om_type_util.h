@@ -17,9 +17,10 @@ public:
     OmTypeUtil() = delete;
 
     /// @name Initial values
+    /// @{
+
     /// Numbers become 0 and text all zero bytes, except as said beside; a record inside another gets its own initial
     /// values. Reserved fields and alignment gaps are left alone.
-    /// @{
     static void reset(om_rational_t& record);
     static void reset(om_resolution_t& record);
     static void reset(om_display_rect_t& record);
@@ -57,8 +58,9 @@ public:
     /// @}
 
     /// @name Copies
-    /// Makes `to` equal to `from`, reserved fields included.
     /// @{
+
+    /// Makes `to` equal to `from`, reserved fields included.
     static void copy(om_rational_t const& from, om_rational_t& to);
     static void copy(om_resolution_t const& from, om_resolution_t& to);
     static void copy(om_display_rect_t const& from, om_display_rect_t& to);
@@ -102,9 +104,10 @@ public:
     static int copy(char const* from, int fsize, char* to, int tsize);
 
     /// @name Dumps
+    /// @{
+
     /// Puts a record into the debug output at level debug, one field a line. Records that are mostly part of others put
     /// out "Called!" and no more.
-    /// @{
     static void output(om_rational_t const& record);
     static void output(om_resolution_t const& record);
     static void output(om_display_rect_t const& record);
@@ -141,6 +144,8 @@ public:
 
     /// @return the codec's display name, "unknown" for a value without one
     static OmString to_string(om_video_codec_e codec);
+
+    /// @return the codec's display name, "unknown" for a value without one
     static OmString to_string(om_audio_codec_e codec);
 
     /// Reads a rectangle from text such as "{10,20,640,480}": left, top, width and height, in pixels.

@@ -35,6 +35,7 @@ ORVANE_API int Global_CallbackToClient(void* msg);
 class ORVANE_API OmcClient : public om::OmIConnection
 {
 public:
+    /// Makes a client that is not connected. @param appName see setAppName
     explicit OmcClient(om::OmString const& appName);
     OmcClient(OmcClient const&) = delete;
     OmcClient& operator=(OmcClient const&) = delete;
@@ -56,6 +57,8 @@ public:
     std::shared_ptr<om::OmIDrmAgent> createDrmAgent(unsigned int drmType) override;
     std::shared_ptr<om::OmIDrmAgent> findDrmAgent(unsigned int plid) override;
     void destroyDrmAgent(unsigned int plid) override;
+
+    /// The same. @param agent empty is refused
     void destroyDrmAgent(std::shared_ptr<om::OmIDrmAgent> agent) override;
 
     /// Takes a message for the connection itself; called on the receive thread.
@@ -65,6 +68,7 @@ public:
     /// Opens the connection of the messenger. @return the messenger's result, negative on failure
     virtual int doConnect(om::OmString const& appName, unsigned int flags);
 
+    /// Only logs: the constructor has made everything ready.
     void init();
 
     /// Puts id, name and status back to their initial values.

@@ -17,6 +17,7 @@ namespace tz::orvane::omc
 class ORVANE_API OmcDrmAgent : public om::OmIDrmAgent
 {
 public:
+    /// Takes the ids that the service gave; tells it nothing.
     OmcDrmAgent(unsigned int cnid, unsigned int plid);
     OmcDrmAgent(OmcDrmAgent const&) = delete;
     OmcDrmAgent& operator=(OmcDrmAgent const&) = delete;

@@ -26,6 +26,9 @@ class ORVANE_API OmcIConnectionListener
 public:
     /// @param status OM_CONNECTION_STATUS_DIED when the service is gone, else the service's value
     virtual void onConnectionChanged(om::OmIConnection* conn, int status) = 0;
+
+    /// @param evt   OM_CLIENT_EVENT_... of om_service.h
+    /// @param props what belongs to it
     virtual void onEvent(om::OmIConnection* conn, int evt, om::OmPropertyGroup& props) = 0;
 
 protected:
@@ -47,14 +50,26 @@ public:
     /// @param evt OM_EVENT_... of om_service.h
     virtual void onEvent(om::OmIMediaPlayer* player, unsigned int reqId, unsigned int evt,
                          om::OmPropertyGroup const& props);
+
+    /// The service's late answer to a command.
+    /// @param evt    which one, as the service numbers them
+    /// @param result negative when it failed
     virtual void onReply(om::OmIMediaPlayer* player, unsigned int reqId, unsigned int evt, int result,
                          om::OmPropertyGroup const& props);
+
+    /// More is known of the medium. @param info all that is known now
     virtual void onMetaInfoUpdated(om::OmIMediaPlayer* player, unsigned int reqId, om::om_media_info_t* info,
                                    om::OmPropertyGroup const& props);
+
+    /// The tracks of the medium are known, or have changed. @param info all of them
     virtual void onContainerInfoUpdated(om::OmIMediaPlayer* player, unsigned int reqId, om::om_container_info_t* info,
                                         om::OmPropertyGroup const& props);
+
+    /// A photo was opened that tells of itself. @param info what it tells
     virtual void onExifInfoUpdated(om::OmIMediaPlayer* player, unsigned int reqId, om::om_exif_info_t* info,
                                    om::OmPropertyGroup const& props);
+
+    /// Another track is shown or heard. @param track which one
     virtual void onTrackChanged(om::OmIMediaPlayer* player, unsigned int reqId, om::om_track_detail_t* track,
                                 om::OmPropertyGroup const& props);
 
@@ -74,6 +89,11 @@ protected:
 class ORVANE_API OmcIPreviewToolListener
 {
 public:
+    /// A request is done.
+    /// @param reqId       as getRequestID gave it before the request
+    /// @param res         0, or negative on failure
+    /// @param output_path where the picture is
+    /// @param props       what else is known
     virtual void onPreviewInfoReply(om::OmIPreviewTool* tool, unsigned int reqId, int res,
                                     om::OmString const& output_path, om::OmPropertyGroup const& props) = 0;
 

@@ -15,6 +15,7 @@ namespace tz::orvane::omc
 class ORVANE_API OmcPreviewInfoTool : public om::OmIPreviewTool
 {
 public:
+    /// Takes the ids of the connection and of the tool, as the service gave them.
     OmcPreviewInfoTool(unsigned int cnid, unsigned int id);
     OmcPreviewInfoTool(OmcPreviewInfoTool const&) = delete;
     OmcPreviewInfoTool& operator=(OmcPreviewInfoTool const&) = delete;

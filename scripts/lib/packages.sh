@@ -19,7 +19,7 @@ packages_of() {
     package) echo dpkg-dev lintian debootstrap ;;
     arm) echo g++-arm-linux-gnueabihf qemu-user abigail-tools ;;
     fuzz) echo clang libclang-rt-14-dev libglib2.0-dev libexif-dev ;;
-    tidy) echo clang-tidy clang-format git ;;
+    tidy) echo clang-tidy clang-format doxygen git ;;
     *)
         echo "no package set is called $1" >&2
         return 1

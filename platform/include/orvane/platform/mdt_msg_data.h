@@ -12,6 +12,7 @@
 namespace tz::orvane::mdt
 {
 
+/// Kind of an argument.
 enum class MsgArgType : int
 {
     none,
@@ -38,11 +39,20 @@ class ORVANE_API MsgData
 {
 public:
     MsgData();
+
+    /// @param pid  connection, as a cnid
+    /// @param uid  object of it, 0 for the connection itself
+    /// @param msg  code of the operation or event
+    /// @param type of the message, as the protocol numbers them
     MsgData(int const& pid, int const& uid, int const& msg, int const& type);
     MsgData(MsgData const&) = delete;
     MsgData& operator=(MsgData const&) = delete;
     ~MsgData();
 
+    /// @name Header
+    /// @{
+
+    /// Connection (cnid), object, code and type, as the constructor takes them.
     void writePid(int const& pid) { m_pid = pid; }
     void writeUid(int const& uid) { m_uid = uid; }
     void writeMsg(int const& msg) { m_msg = msg; }
@@ -51,9 +61,13 @@ public:
     int readUid() const { return m_uid; }
     int readMsg() const { return m_msg; }
     int readType() const { return m_type; }
+    /// @}
 
-    // Writers give 0, or -EMSGSIZE when the message would pass 64 MiB or 64 arguments. Null writes an empty argument.
+    /// @name Writers
+    /// @{
 
+    /// Appends an argument. Null writes an empty one.
+    /// @return 0, or -EMSGSIZE when the message would pass 64 MiB or 64 arguments
     int writeUInt32(unsigned int value);
     int writeSInt32(int value);
     int writeSInt64(long long value);
@@ -67,10 +81,14 @@ public:
     /// @param data not copied: it must stay as it is until the message has been posted
     int writeBlockData(char* data, int const& length);
 
-    // Readers of the next argument in order. They give 0, or -EPROTO when there is no next argument or it is of another
-    // kind or too short; the value is then left alone and the position does not move. readData copies what is there of
-    // a short argument, leaves the rest of the destination alone and gives -EPROTO.
+    /// @}
 
+    /// @name Readers in order
+    /// @{
+
+    /// Gives the next argument. The value is left alone and the position does not move when there is none, or it is of
+    /// another kind or too short; readData copies what is there of a short one.
+    /// @return 0, or -EPROTO when there is no such argument
     int readUInt32(unsigned int& value);
     int readUInt32(int& value);
     int readSInt32(int& value);
@@ -81,6 +99,7 @@ public:
 
     /// Gives the bytes of an argument of the kinds string, data or block without copying them.
     int readBlockData(char** data, int& length);
+    /// @}
 
     /// Gives the bytes of an argument and moves the sequential position behind it.
     /// @return null when there is no such argument; the address is aligned to 8 bytes
@@ -91,6 +110,7 @@ public:
     /// @return 0, or -EPROTO when there is no such argument
     int read(int const& index, void** data, int* size) const;
 
+    /// @return how many arguments there are
     int argCount() const { return m_argCount; }
 
     /// @return none when there is no such argument

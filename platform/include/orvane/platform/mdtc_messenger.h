@@ -22,16 +22,16 @@ enum MdtType_e : int
 /// What a connection is opened with. On 32-bit ARM its 132 bytes and the offsets of its fields are fixed.
 struct _MdtInitParCfg_t
 {
-    uint32_t reserved0[3];
-    uint32_t send_capacity;
-    uint32_t reserved1[9];
-    uint32_t receive_capacity;
-    uint32_t reserved2[2];
-    uint32_t event_capacity;
-    uint32_t reserved3[8];
+    uint32_t reserved0[3];      ///< not used
+    uint32_t send_capacity;     ///< bytes; a wish that a messenger may take
+    uint32_t reserved1[9];      ///< not used
+    uint32_t receive_capacity;  ///< bytes, likewise
+    uint32_t reserved2[2];      ///< not used
+    uint32_t event_capacity;    ///< bytes, likewise
+    uint32_t reserved3[8];      ///< not used
     int (*callback)(void* msg); ///< called on the receive thread with each `MsgData*` of this connection
     std::string name;           ///< name of the application
-    uint32_t flags;
+    uint32_t flags;             ///< handed to the service
 };
 
 #if defined(__arm__)
@@ -49,6 +49,7 @@ static_assert(offsetof(_MdtInitParCfg_t, callback) == 100 && offsetof(_MdtInitPa
 class ORVANE_API MdtcMessenger
 {
 public:
+    /// @return the messenger of the process, made on first use
     static MdtcMessenger& GetInstance();
 
     /// Names the service that later connections go to. @return 0, -EINVAL for null or an unusable name

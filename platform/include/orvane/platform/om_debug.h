@@ -49,10 +49,10 @@ ORVANE_API void setDebugSink(DebugSink sink, void* context);
 /// Where a line comes from: the stem of the source's name, line, class and function.
 struct LogSite
 {
-    char const* file;
-    int line;
-    char const* className;
-    char const* function;
+    char const* file;      ///< stem of the source's name
+    int line;              ///< of the source
+    char const* className; ///< of the operation
+    char const* function;  ///< the operation
 };
 
 /// Puts out "file:line: class::function() ", the formatted text and one newline. Check debugEnabled first. Any thread.

@@ -29,7 +29,10 @@ public:
     /// Waits for the end. @return 0, or a negative errno value (nothing to join, or called on the thread itself)
     int join();
 
+    /// Lets the thread run to its end by itself; nothing happens when there is none.
     void detach();
+
+    /// @return whether there is a thread that was neither joined nor detached
     bool joinable() const { return m_joinable; }
 
 private:
