@@ -33,9 +33,9 @@ inline constexpr char OM_FRAME_FORMAT_RGBA[] = "rgba"; ///< 4 bytes a pixel
 inline constexpr char OM_FRAME_FORMAT_I420[] = "i420"; ///< planes of Y, U and V, the latter two halved both ways
 
 // Properties of onFrameInfoUpdated.
-inline constexpr char OM_FRAME_KEY_FORMAT[] = "format"; ///< OM_FRAME_FORMAT_...
-inline constexpr char OM_FRAME_KEY_WIDTH[] = "width";   ///< pixels
-inline constexpr char OM_FRAME_KEY_HEIGHT[] = "height";
+inline constexpr char OM_FRAME_KEY_FORMAT[] = "format";           ///< OM_FRAME_FORMAT_...
+inline constexpr char OM_FRAME_KEY_WIDTH[] = "width";             ///< pixels
+inline constexpr char OM_FRAME_KEY_HEIGHT[] = "height";           ///< pixels
 inline constexpr char OM_FRAME_KEY_STRIDE[] = "stride";           ///< bytes from row to row; U and V: half of it
 inline constexpr char OM_FRAME_KEY_PAR[] = "par";                 ///< shape of a pixel, "16:11" for instance
 inline constexpr char OM_FRAME_KEY_COLORIMETRY[] = "colorimetry"; ///< GStreamer's name; missing when it has none
