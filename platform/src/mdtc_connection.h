@@ -60,6 +60,7 @@ private:
     int announceDescriptors(Deadline const& deadline);
     int placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadline);
     int transmit(FrameWriter& frame, Deadline const& deadline);
+    ssize_t trySend(FrameWriter& frame);
     int sendQuery(FrameWriter& frame, Call& call, Deadline const& deadline);
     int lead(Call& call, Deadline const& deadline, bool wait);
     int takeReply(Call& call, bool wait);

@@ -76,7 +76,7 @@ int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadli
     }
     if (call.currentState() == Call::leading && frame.outOfLineCount() == 0)
     {
-        ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+        ssize_t const sent = trySend(frame);
         if (sent >= 0)
         {
             return static_cast<int>(sent);
@@ -239,11 +239,23 @@ int Connection::placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadl
     return 0;
 }
 
+// The service compares the count with what it has received, and looks into the socket again only when they differ.
+ssize_t Connection::trySend(FrameWriter& frame)
+{
+    m_sendRing.frameGoesOut();
+    ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+    if (sent < 0)
+    {
+        m_sendRing.frameStays();
+    }
+    return sent;
+}
+
 int Connection::transmit(FrameWriter& frame, Deadline const& deadline)
 {
     for (;;)
     {
-        ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+        ssize_t const sent = trySend(frame);
         if (sent >= 0)
         {
             return static_cast<int>(sent);
