@@ -162,6 +162,7 @@ ssize_t FrameReader::receive(int socket, bool wait)
     {
         return received;
     }
+    ++m_frameCount;
     auto const bytes = static_cast<std::size_t>(received);
     char const* const fault = bytes > kMaxFrameBytes
                                   ? "longer than a frame may be"
@@ -175,7 +176,7 @@ ssize_t FrameReader::receive(int socket, bool wait)
     if (kind() == FrameKind::descriptorsFollow && !m_descriptorsMayCome)
     {
         m_descriptorsMayCome = true;
-        return -EAGAIN;
+        return wait ? -EAGAIN : receive(socket);
     }
     return received;
 }

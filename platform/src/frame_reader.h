@@ -28,13 +28,16 @@ public:
 
     /// Receives one frame.
     /// @param wait as long as the socket's own receive timeout says, or until a signal; otherwise never
-    /// @return bytes; 0 at the end of the connection; -EAGAIN when there is nothing for the caller; -EPROTO for a
+    /// @return bytes; 0 at the end of the connection; -EAGAIN when there is nothing for the caller (yet); -EPROTO for a
     /// malformed frame, whose fault `reason` then names; another negative errno value
     ssize_t receive(int socket, bool wait = false);
 
     /// From now on frames bring no descriptors before one announces them: receiving costs less then, and the kernel
     /// closes those that come all the same.
     void awaitAnnouncement() { m_descriptorsMayCome = false; }
+
+    /// @return how many frames have been received, sound or not
+    std::uint32_t frameCount() const { return m_frameCount; }
 
     char const* reason() const { return m_reason; }
     FrameHeader const& header() const
@@ -79,6 +82,7 @@ private:
     std::vector<Mapping> m_mappings;
     std::vector<std::unique_ptr<unsigned char[]>> m_copies;
     bool m_descriptorsMayCome = true;
+    std::uint32_t m_frameCount = 0;
     char const* m_reason = "";
     bool m_whole = true; ///< nothing of the frame is elsewhere
     bool m_ringUsed = false;

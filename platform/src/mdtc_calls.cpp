@@ -9,7 +9,6 @@ namespace tz::orvane::mdt
 
 void CallTable::enter(Call& call)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
     call.id = ++m_lastId;
     if (m_closedStatus != 0)
     {
@@ -54,18 +53,10 @@ void CallTable::markSent(Call& call)
     }
 }
 
-void CallTable::remove(Call& call)
+Call* CallTable::leave(Call& call)
 {
-    Call* successor = nullptr;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        unlink(call);
-        if (call.leads)
-        {
-            successor = passLead(call);
-        }
-    }
-    wakeUp(successor);
+    unlink(call);
+    return call.leads ? passLead(call) : nullptr;
 }
 
 bool CallTable::sleepUntil(Call& call, Deadline const& deadline)

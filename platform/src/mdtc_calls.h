@@ -37,7 +37,7 @@ struct Call
     int status = 0; ///< when done: the reply's, or a negative errno value
     bool sent = false;
     bool listed = false;
-    bool leads = false; ///< has the lead, also when it is done already: must hand it on
+    bool leads = false; ///< has the lead, also when it is done already: hands it on when it leaves
     std::atomic<std::uint32_t> state{waiting};
     Call* next = nullptr;
     Call* previous = nullptr;
@@ -45,12 +45,24 @@ struct Call
 
 /// One of the callers leads: it reads the socket, stores the replies of the others and wakes them. All others sleep on
 /// their own state word. Everything is changed under one mutex; the futex is only a hint.
+///
+/// The mutex is that of the table of connections, so that a query which nobody disturbs takes it twice: once to find
+/// its connection, hold it and enter the call, and once to leave again.
 class CallTable
 {
 public:
+    explicit CallTable(std::mutex& mutex)
+        : m_mutex(mutex)
+    {
+    }
+
     /// Enters a call before it is sent, so that its reply cannot come too early. Who finds nobody leading has the lead
-    /// at once: it sends without waiting for room, or gives the lead away first.
+    /// at once: it sends without waiting for room, or gives the lead away first. Under the mutex.
     void enter(Call& call);
+
+    /// Removes a call whatever became of it and hands the lead on if it had it. Under the mutex.
+    /// @return who is to be woken once the mutex is free; may be null
+    Call* leave(Call& call);
 
     /// Gives the lead away, because the caller is going to wait for something else than replies.
     void giveLeadAway(Call& call);
@@ -58,57 +70,52 @@ public:
     /// The call's message has left: from now on it may be given the lead. Takes the lead if nobody has it.
     void markSent(Call& call);
 
-    /// Removes a call whatever became of it and hands the lead on if it had it.
-    void leave(Call& call)
-    {
-        // Once it is done nobody else touches it any more: only then may it be looked at without the mutex.
-        if (call.currentState() != Call::done || call.leads)
-        {
-            remove(call);
-        }
-    }
-
     /// Waits until the call leads or is done. @return false when the deadline passed first
     bool sleep(Call& call, Deadline const& deadline)
     {
         return call.currentState() != Call::waiting || sleepUntil(call, deadline);
     }
 
-    /// Finishes the call with this id: `store(reply)` runs under the mutex, so that the caller cannot leave meanwhile.
-    /// A call that leads, which is the caller's own, hands the lead on.
-    /// @return false when nobody waits for it any more
+    /// Finishes another's call, the one with this id: `store(reply)` runs under the mutex, so that its caller cannot
+    /// leave meanwhile. @return false when nobody waits for it any more
     template <class Store> bool finish(std::uint64_t id, int status, Store&& store)
     {
-        Call* toWake = nullptr;
+        Call* call = nullptr;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
-            Call* const call = find(id);
+            call = find(id);
             if (call == nullptr)
             {
                 return false;
             }
             store(call->reply);
-            toWake = call->leads ? passLead(*call) : call;
             complete(*call, status);
         }
-        wakeUp(toWake);
+        wakeUp(call);
         return true;
     }
 
     /// Finishes all calls, and all that will be entered, with this negative status.
     void finishAll(int status);
 
+    /// Forgets calls whose callers a fork has left behind. Under the mutex.
+    void abandon()
+    {
+        m_first = nullptr;
+        m_last = nullptr;
+    }
+
+    static void wakeUp(Call* call);
+
 private:
     Call* find(std::uint64_t id);
-    void remove(Call& call);
     Call* passLead(Call& call);
     void takeLead(Call& call);
     void complete(Call& call, int status);
     void unlink(Call& call);
     static bool sleepUntil(Call& call, Deadline const& deadline);
-    static void wakeUp(Call* call);
 
-    std::mutex m_mutex;
+    std::mutex& m_mutex;
     Call* m_first = nullptr;
     Call* m_last = nullptr;
     std::uint64_t m_lastId = 0; ///< never reused: a late reply finds nobody

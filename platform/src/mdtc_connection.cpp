@@ -215,6 +215,7 @@ void Connection::abandon()
 {
     m_closed = true;
     m_dead = true;
+    m_calls.abandon();
     m_command.reset();
     m_event.reset();
 }

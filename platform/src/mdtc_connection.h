@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,12 @@ namespace tz::orvane::mdt
 class Connection
 {
 public:
-    Connection() = default;
+    /// @param mutex of the table of connections
+    explicit Connection(std::mutex& mutex)
+        : m_calls(mutex)
+    {
+    }
+
     Connection(Connection const&) = delete;
     Connection& operator=(Connection const&) = delete;
 
@@ -39,8 +45,29 @@ public:
     bool alive() const { return !m_dead; }
     int eventSocket() const { return m_event.get(); }
 
+    // Around each post, under the mutex: whoever is inside keeps the connection from being destroyed.
+
+    /// @param call of a query, else null
+    void enter(Call* call)
+    {
+        ++m_users;
+        if (call != nullptr && !m_dead)
+        {
+            m_calls.enter(*call);
+        }
+    }
+
+    /// @return who is to be woken once the mutex is free; may be null
+    Call* leave(Call* call)
+    {
+        --m_users;
+        return call != nullptr ? m_calls.leave(*call) : nullptr;
+    }
+
+    bool inUse() const { return m_users > 0; }
+
     int post(MsgData const& msg, int timeout);
-    int query(MsgData const& msg, MsgData& reply, int timeout);
+    int query(MsgData const& msg, Call& call, int timeout);
 
     /// Hands what the event socket holds to the callback. @return false when there will be no more
     bool readEvents(FrameReader& reader);
@@ -48,7 +75,7 @@ public:
     /// Ends the connection for good; called by the application's disConnect. Nothing is delivered any more.
     void close();
 
-    /// Closes the sockets of a copy that a fork made, without a word to the service.
+    /// Closes the sockets of a copy that a fork made, without a word to the service. Under the mutex.
     void abandon();
 
 private:
@@ -60,9 +87,10 @@ private:
     int announceDescriptors(Deadline const& deadline);
     int placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadline);
     int transmit(FrameWriter& frame, Deadline const& deadline);
+    ssize_t trySend(FrameWriter& frame);
     int sendQuery(FrameWriter& frame, Call& call, Deadline const& deadline);
     int lead(Call& call, Deadline const& deadline, bool wait);
-    int takeReply(Call& call, bool wait);
+    std::optional<int> takeReply(Call& call, bool wait);
     void die(char const* reason);
 
     /// What posts give once the connection has ended.
@@ -73,6 +101,7 @@ private:
     platform::UniqueFd m_event;
     int (*m_callback)(void*) = nullptr;
     int m_cnid = 0;
+    int m_users = 0; ///< posts that are under way
     std::atomic<bool> m_dead{false};
     std::atomic<bool> m_closed{false};
     bool m_deathDelivered = false; ///< receive thread

@@ -31,22 +31,62 @@ struct MdtcMessenger::State
     std::mutex mutex;
     std::string serviceName;
     std::vector<std::shared_ptr<Connection>> connections; ///< oldest first
+    std::vector<std::shared_ptr<Connection>> leaving;     ///< taken out while posts are under way
     std::shared_ptr<Receiver> receiver;                   ///< of the present connections
     std::shared_ptr<Receiver> formerReceiver;             ///< may still be in its last callback
 
     /// Ids can coincide when a service starts anew: posts go to the newest connection that lives.
-    std::shared_ptr<Connection> find(int cnid)
+    Connection* find(int cnid) const
     {
-        std::lock_guard<std::mutex> lock(mutex);
-        std::shared_ptr<Connection> const* best = nullptr;
+        Connection* best = nullptr;
         for (auto const& connection : connections)
         {
-            if (connection->cnid() == cnid && (best == nullptr || connection->alive() || !(*best)->alive()))
+            if (connection->cnid() == cnid && (best == nullptr || connection->alive() || !best->alive()))
             {
-                best = &connection;
+                best = connection.get();
             }
         }
-        return best != nullptr ? *best : nullptr;
+        return best;
+    }
+
+    /// Finds a connection and holds it until `leave`. @param call to be entered there, null for a post without reply
+    Connection* enter(int cnid, Call* call)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        Connection* const connection = find(cnid);
+        if (connection != nullptr)
+        {
+            connection->enter(call);
+        }
+        return connection;
+    }
+
+    void leave(Connection& connection, Call* call)
+    {
+        std::shared_ptr<Connection> unused; // goes after the mutex
+        Call* toWake = nullptr;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            toWake = connection.leave(call);
+            if (!leaving.empty() && !connection.inUse())
+            {
+                unused = takeLeaving(connection);
+            }
+        }
+        CallTable::wakeUp(toWake);
+    }
+
+    std::shared_ptr<Connection> takeLeaving(Connection const& connection)
+    {
+        auto const found = std::find_if(leaving.begin(), leaving.end(),
+                                        [&](auto const& candidate) { return candidate.get() == &connection; });
+        if (found == leaving.end())
+        {
+            return nullptr;
+        }
+        std::shared_ptr<Connection> taken = std::move(*found);
+        leaving.erase(found);
+        return taken;
     }
 
     /// @return 0 or a negative errno value
@@ -92,6 +132,10 @@ struct MdtcMessenger::State
         }
         std::shared_ptr<Connection> const taken = *best;
         connections.erase(best);
+        if (taken->inUse())
+        {
+            leaving.push_back(taken);
+        }
         retireReceiver(*taken);
         return taken;
     }
@@ -130,11 +174,15 @@ struct MdtcMessenger::State
         mutex.unlock();
     }
 
+    // Posts of the parent's other threads never leave in the child: what they use stays.
     void abandon()
     {
-        for (auto const& connection : connections)
+        for (auto const* const group : {&connections, &leaving})
         {
-            connection->abandon();
+            for (auto const& connection : *group)
+            {
+                connection->abandon();
+            }
         }
         for (auto const& held : {receiver, formerReceiver})
         {
@@ -206,7 +254,7 @@ int MdtcMessenger::connect(_MdtInitParCfg_t const& cfg, int& cnid)
         }
         path += m_state->serviceName;
     }
-    auto const connection = std::make_shared<Connection>();
+    auto const connection = std::make_shared<Connection>(m_state->mutex);
     int result = connection->open(path, cfg, m_state->heldIds());
     if (result == 0)
     {
@@ -234,14 +282,27 @@ int MdtcMessenger::disConnect(int const& cnid)
 
 int MdtcMessenger::postMsg(MsgData const& msg, int const& timeout)
 {
-    std::shared_ptr<Connection> const connection = m_state->find(msg.readPid());
-    return connection != nullptr ? connection->post(msg, timeout) : -ENOTCONN;
+    Connection* const connection = m_state->enter(msg.readPid(), nullptr);
+    if (connection == nullptr)
+    {
+        return -ENOTCONN;
+    }
+    int const result = connection->post(msg, timeout);
+    m_state->leave(*connection, nullptr);
+    return result;
 }
 
 int MdtcMessenger::postMsg(MsgData const& msg, MsgData& reply, int const& timeout)
 {
-    std::shared_ptr<Connection> const connection = m_state->find(msg.readPid());
-    return connection != nullptr ? connection->query(msg, reply, timeout) : -ENOTCONN;
+    Call call(reply);
+    Connection* const connection = m_state->enter(msg.readPid(), &call);
+    if (connection == nullptr)
+    {
+        return -ENOTCONN;
+    }
+    int const result = connection->query(msg, call, timeout);
+    m_state->leave(*connection, &call);
+    return result;
 }
 
 } // namespace tz::orvane::mdt

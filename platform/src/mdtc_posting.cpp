@@ -31,39 +31,29 @@ int Connection::post(MsgData const& msg, int timeout)
     return send(frame, Deadline(timeout));
 }
 
-int Connection::query(MsgData const& msg, MsgData& reply, int timeout)
+int Connection::query(MsgData const& msg, Call& call, int timeout)
 {
     if (m_dead)
     {
         return endStatus();
     }
     Deadline const deadline(timeout);
-    Call call(reply);
     FrameWriter frame(FrameKind::query, msg);
-    m_calls.enter(call);
     frame.header().call = call.id;
     int const sent = sendQuery(frame, call, deadline);
-    int result = sent;
-    if (sent >= 0)
+    if (sent < 0)
     {
-        // Who leads from the beginning has the whole time ahead: when it is the usual one, which is the socket's own,
-        // the receive itself waits, and a system call is saved.
-        bool const wholeTime = !call.sent && timeout == protocol::kPostTimeout;
-        if (!m_calls.sleep(call, deadline))
-        {
-            result = -ETIMEDOUT;
-        }
-        else if (call.currentState() == Call::leading)
-        {
-            result = lead(call, deadline, wholeTime);
-        }
-        if (result >= 0)
-        {
-            result = call.status < 0 ? call.status : sent;
-        }
+        return sent;
     }
-    m_calls.leave(call);
-    return result;
+    // Who leads from the beginning has the whole time ahead: when it is the usual one, which is the socket's own, the
+    // receive itself waits, and a system call is saved.
+    bool const wholeTime = !call.sent && timeout == protocol::kPostTimeout;
+    if (!m_calls.sleep(call, deadline))
+    {
+        return -ETIMEDOUT;
+    }
+    int const status = call.currentState() == Call::leading ? lead(call, deadline, wholeTime) : call.status;
+    return status < 0 ? status : sent;
 }
 
 // Most queries find nobody leading and room in the socket: they keep the lead that they have entered with.
@@ -76,7 +66,7 @@ int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadli
     }
     if (call.currentState() == Call::leading && frame.outOfLineCount() == 0)
     {
-        ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+        ssize_t const sent = trySend(frame);
         if (sent >= 0)
         {
             return static_cast<int>(sent);
@@ -91,7 +81,8 @@ int Connection::sendQuery(FrameWriter& frame, Call& call, Deadline const& deadli
     return result;
 }
 
-// The caller that leads reads until its own reply has come; `leave` then hands the lead on.
+// The caller that leads reads until its own reply has come; it hands the lead on when it leaves.
+// @return the status of the reply, or a negative errno value
 int Connection::lead(Call& call, Deadline const& deadline, bool wait)
 {
     while (call.currentState() == Call::leading)
@@ -105,22 +96,23 @@ int Connection::lead(Call& call, Deadline const& deadline, bool wait)
                 return -ETIMEDOUT;
             }
         }
-        int const result = takeReply(call, wait);
-        if (result < 0)
+        std::optional<int> const result = takeReply(call, wait);
+        if (result.has_value())
         {
-            return result;
+            return *result;
         }
         wait = false;
     }
-    return 0;
+    return call.status;
 }
 
-int Connection::takeReply(Call& call, bool wait)
+// @return what becomes of the caller's own query, nothing when it has to go on reading
+std::optional<int> Connection::takeReply(Call& call, bool wait)
 {
     ssize_t const received = m_replyReader.receive(m_command.get(), wait);
     if (received == -EAGAIN || received == -EINTR)
     {
-        return 0;
+        return std::nullopt;
     }
     bool const sound = received > 0 && m_replyReader.kind() == FrameKind::reply && m_replyReader.resolve(nullptr);
     if (!sound)
@@ -130,21 +122,24 @@ int Connection::takeReply(Call& call, bool wait)
         return call.status < 0 ? call.status : -EPIPE;
     }
     FrameHeader const& header = m_replyReader.header();
-    // With the reply stored the lead may be another's, and the reader with it: it must be clean by then.
     auto const store = [this](MsgData& reply)
     {
         m_replyReader.fill(reply, true);
         m_replyReader.finish(nullptr);
     };
-    bool const awaited = m_calls.finish(header.call, header.status, store);
-    if (!awaited)
+    if (header.call == call.id)
+    {
+        store(call.reply); // which nobody else touches while this caller leads
+        return header.status;
+    }
+    if (!m_calls.finish(header.call, header.status, store))
     {
         unsigned const count = ++m_lateReplies;
         ORVANE_LOG_WARNING("A reply to 0x%04X came too late and is dropped; %u of this connection so far.",
                            static_cast<unsigned>(header.msg), count);
         m_replyReader.finish(nullptr);
     }
-    return 0;
+    return std::nullopt;
 }
 
 int Connection::send(FrameWriter& frame, Deadline const& deadline)
@@ -239,11 +234,24 @@ int Connection::placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadl
     return 0;
 }
 
+// The service compares the count with what it has received: behind a query it looks into the socket only if they
+// differ.
+ssize_t Connection::trySend(FrameWriter& frame)
+{
+    m_sendRing.frameGoesOut();
+    ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+    if (sent < 0)
+    {
+        m_sendRing.frameStays();
+    }
+    return sent;
+}
+
 int Connection::transmit(FrameWriter& frame, Deadline const& deadline)
 {
     for (;;)
     {
-        ssize_t const sent = frame.send(m_command.get(), MSG_DONTWAIT);
+        ssize_t const sent = trySend(frame);
         if (sent >= 0)
         {
             return static_cast<int>(sent);

@@ -71,6 +71,8 @@ public:
         ssize_t const received = m_reader.receive(commandSocket());
         return received > 0 && !m_reader.resolve(ring()) ? -EPROTO : received;
     }
+    /// @return whether nothing is in the command socket; what comes from now on the loop tells
+    bool isDrained() const { return m_introduced && m_receiveRing.framesSent() == m_reader.frameCount(); }
     SharedRing* ring() { return m_introduced ? &m_receiveRing : nullptr; }
 
     /// Takes over what the opening frame brings. @param heldIds cnids that the client's process still uses

@@ -25,11 +25,15 @@ namespace
 constexpr char kLogFile[] = "mdts_messenger";
 constexpr char kLogClass[] = "MdtsMessenger";
 
-/// One-way messages of a client handled before others get their turn.
+/// Messages of a client handled before others get their turn.
 constexpr int kMessagesPerTurn = 16;
 
 /// How long a client may take to introduce itself.
 constexpr std::chrono::milliseconds kIntroductionTime{5000};
+
+/// What the loop tells of a command socket: each arrival once, so that whoever is told must read all that is there. It
+/// costs less than being told again and again until the socket is empty.
+constexpr std::uint32_t kArrivals = EPOLLIN | EPOLLRDHUP | EPOLLET;
 
 using ClientPtr = std::shared_ptr<ServiceClient>;
 
@@ -59,7 +63,7 @@ struct MdtsMessenger::State : std::enable_shared_from_this<State>
     void acceptAll();
     void onCommand(ClientPtr const& client, std::uint32_t events);
     void onEventSocket(ClientPtr const& client, std::uint32_t events);
-    bool takeMessage(ClientPtr const& client);
+    bool takeMessage(ClientPtr const& client, bool isEnding);
     void introduce(ClientPtr const& client);
     bool isFull(pid_t pid) const;
     int freeCnid(std::vector<int> const& heldIds);
@@ -87,7 +91,7 @@ int MdtsMessenger::State::adopt(int socket)
         return -EUSERS;
     }
     auto const client = std::make_shared<ServiceClient>(owned.release(), peer, ++lastSerial, limits.queuedBytes);
-    result = loop.watch(client->commandSocket(), EPOLLIN,
+    result = loop.watch(client->commandSocket(), kArrivals,
                         [this, client](std::uint32_t events) { onCommand(client, events); });
     if (result != 0)
     {
@@ -129,17 +133,24 @@ void MdtsMessenger::State::onCommand(ClientPtr const& client, std::uint32_t even
     {
         settle(*client, client->flushReplies());
     }
-    for (int i = 0; i < kMessagesPerTurn && present(*client) && !client->repliesWait(); ++i)
+    bool const isEnding = (events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
+    for (int i = 0; present(*client) && !client->repliesWait(); ++i)
     {
-        if (!takeMessage(client))
+        if (i == kMessagesPerTurn)
+        {
+            loop.change(client->commandSocket(), kArrivals); // tells once more of what is left
+            return;
+        }
+        if (!takeMessage(client, isEnding))
         {
             return;
         }
     }
 }
 
-// @return whether another message may be there: a client that sent a query is silent until it has its reply.
-bool MdtsMessenger::State::takeMessage(ClientPtr const& client)
+// @param isEnding the last that there is to read is the end
+// @return whether there may be more to read
+bool MdtsMessenger::State::takeMessage(ClientPtr const& client, bool isEnding)
 {
     ssize_t const received = client->receive();
     if (received == -EAGAIN)
@@ -152,8 +163,10 @@ bool MdtsMessenger::State::takeMessage(ClientPtr const& client)
         end(*client, received == 0 ? nullptr : reader.reason());
         return false;
     }
-    bool more = false;
     FrameKind const kind = reader.kind();
+    // Who sent a query is mostly silent until he has the reply, and need not be read again. Asked before he is
+    // answered: of what he sends then the loop tells. Who sent a command may well send more while he is read.
+    bool const more = kind != FrameKind::query || isEnding || !client->isDrained();
     if (!client->introduced())
     {
         introduce(client);
@@ -173,7 +186,6 @@ bool MdtsMessenger::State::takeMessage(ClientPtr const& client)
         call.m_type = message.readType();
         call.m_connection = client->serial();
         call.m_id = kind == FrameKind::query ? reader.header().call : 0;
-        more = kind == FrameKind::command;
         if (message.readPid() == client->peer().cnid)
         {
             handler.onMessage(message, call);
@@ -298,7 +310,7 @@ int MdtsMessenger::State::settle(ServiceClient& client, int result)
     if (client.repliesArmed != client.repliesWait())
     {
         client.repliesArmed = client.repliesWait();
-        loop.change(client.commandSocket(), client.repliesArmed ? EPOLLOUT : EPOLLIN);
+        loop.change(client.commandSocket(), client.repliesArmed ? std::uint32_t{EPOLLOUT} : kArrivals);
     }
     if (client.eventsArmed != client.eventsWait())
     {

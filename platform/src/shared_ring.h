@@ -52,6 +52,10 @@ public:
 
     // Writer.
 
+    /// Counts the frames of the socket beside the ring: each before it is sent, and back when it could not be.
+    void frameGoesOut() { control().framesSent.fetch_add(1); }
+    void frameStays() { control().framesSent.fetch_sub(1); }
+
     /// Looks for room. @return whether there is; `position` is then where the block belongs
     bool reserve(std::uint32_t length, std::uint32_t& position) const;
 
@@ -69,6 +73,9 @@ public:
 
     // Reader.
 
+    /// @return how many frames the writer has sent or is about to send, as far as it tells the truth
+    std::uint32_t framesSent() const { return control().framesSent.load(); }
+
     /// @return the address of a block, null when the range is not one that the writer can own now
     unsigned char* block(std::uint32_t position, std::uint32_t length) const;
 
@@ -80,6 +87,7 @@ private:
     {
         std::atomic<std::uint32_t> released; ///< the reader's position; the futex of a waiting writer
         std::atomic<std::uint32_t> waiting;  ///< not 0 while the writer wants to be woken
+        alignas(64) std::atomic<std::uint32_t> framesSent;
     };
 
     Control& control() const { return *static_cast<Control*>(static_cast<void*>(m_memory.data())); }

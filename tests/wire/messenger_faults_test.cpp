@@ -5,6 +5,7 @@
 #include "support/log_capture.h"
 #include "support/mini_service.h"
 #include "support/process_state.h"
+#include "support/raw_peer.h"
 #include "support/temp_dir.h"
 #include "support/wait.h"
 
@@ -84,47 +85,6 @@ protected:
 
     ProcessState m_state;
     SocketDir m_directory;
-};
-
-/// A client of its own making, introduced like any other.
-struct RawPeer
-{
-    explicit RawPeer(MiniService& service)
-    {
-        int sockets[2];
-        int events[2];
-        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets), 0);
-        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, events), 0);
-        command.reset(sockets[0]);
-        event.reset(events[0]);
-        UniqueFd const eventEnd(events[1]);
-        service.run([&](MdtsMessenger& end) { EXPECT_EQ(end.adopt(sockets[1]), 0); });
-        MsgData hello;
-        hello.writeString("raw");
-        for (int i = 0; i < 4; ++i)
-        {
-            hello.writeUInt32(0);
-        }
-        hello.writeData(nullptr, 0);
-        FrameWriter opening(FrameKind::hello, hello);
-        EXPECT_EQ(opening.plan(), 0);
-        opening.addDescriptor(eventEnd.get());
-        UniqueFd rings[2];
-        for (UniqueFd& ring : rings)
-        {
-            EXPECT_EQ(SharedRing::create(ring), 0);
-            opening.addDescriptor(ring.get());
-        }
-        EXPECT_GT(opening.send(command.get(), 0), 0);
-        FrameReader reader;
-        EXPECT_TRUE(eventually([&] { return reader.receive(command.get()) > 0; }));
-        EXPECT_EQ(reader.kind(), FrameKind::helloReply);
-        cnid = reader.header().pid;
-    }
-
-    UniqueFd command;
-    UniqueFd event;
-    int cnid = 0;
 };
 
 /// Threads of this process that wait for something in the kernel.

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace tz::orvane::mdt;
 using namespace tz::orvane::test;
@@ -492,6 +493,41 @@ TEST_F(Messenger, disconnectEndsQueriesThatWait)
     connection.disconnect();
     EXPECT_EQ(waiting.get(), -ENOTCONN);
     EXPECT_TRUE(connection.events().empty()) << "who disconnects is told nothing";
+}
+
+TEST_F(Messenger, disconnectWhileOthersPostAndAskIsSafe)
+{
+    MiniService service;
+    for (int round = 0; round < 200; ++round)
+    {
+        TestConnection connection;
+        int const cnid = connection.cnid();
+        std::atomic<int> begun{0};
+        std::vector<std::future<int>> others;
+        for (bool const asks : {true, false, true, false})
+        {
+            others.push_back(std::async(std::launch::async,
+                                        [&begun, cnid, asks]
+                                        {
+                                            MsgData const msg(cnid, 0, asks ? kQuery : kCommand, 1);
+                                            MsgData reply;
+                                            int result = 0;
+                                            for (int i = 0; result >= 0; ++i)
+                                            {
+                                                result = asks ? messenger().postMsg(msg, reply, kTimeout)
+                                                              : messenger().postMsg(msg, kTimeout);
+                                                begun += i == 0 ? 1 : 0;
+                                            }
+                                            return result;
+                                        }));
+        }
+        ASSERT_TRUE(eventually([&] { return begun == 4; }));
+        connection.disconnect();
+        for (auto& other : others)
+        {
+            EXPECT_EQ(other.get(), -ENOTCONN);
+        }
+    }
 }
 
 TEST_F(Messenger, disconnectInsideTheCallbackIsSafe)
