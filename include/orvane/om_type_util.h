@@ -20,7 +20,8 @@ public:
     /// @{
 
     /// Numbers become 0 and text all zero bytes, except as said beside; a record inside another gets its own initial
-    /// values. Reserved fields and alignment gaps are left alone.
+    /// values. Reserved fields and alignment gaps are left alone, except those of om_resrc_info_t, which is cleared as
+    /// a whole.
     static void reset(om_rational_t& record);
     static void reset(om_resolution_t& record);
     static void reset(om_display_rect_t& record);
@@ -106,8 +107,9 @@ public:
     /// @name Dumps
     /// @{
 
-    /// Puts a record into the debug output at level debug, one field a line. Records that are mostly part of others put
-    /// out "Called!" and no more.
+    /// Puts a record into the debug output at level debug, one field a line. Those that no field is shown of put out
+    /// "Called!" and no more: ratios, sizes, times, dates, places, chapters, streams and their groups, subtitle tracks
+    /// and layouts, whole contents, thumbnails, and the details of a seek, a state, a track or a thumbnail.
     static void output(om_rational_t const& record);
     static void output(om_resolution_t const& record);
     static void output(om_display_rect_t const& record);

@@ -23,13 +23,32 @@ using Offsets = std::vector<std::size_t>;
 // Sizes, alignments and offsets of the records are checked when the library is compiled.
 TEST(Records, numbersAreSignedUnlessTheyAreSizesColoursOrIds)
 {
+    EXPECT_TRUE((std::is_same_v<decltype(om_rational_t::num), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_display_rect_t::px), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_date_t::year), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_stream_info_t::id), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_stream_info_group_t::count), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_container_info_t::video_count), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_container_info_t::audio_selected), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_container_info_t::text_count), std::int32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_media_info_t::file_size), std::uint64_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_media_info_t::duration), std::int64_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_media_info_t::audio_track_num), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_media_info_t::bit_rate), std::int32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_chapter_info_t::start_pos), std::int64_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_chapter_info_t::end_pos), std::int64_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_subtiltile_style_t::subtitle_x), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_subtiltile_style_t::subtitle_charset), std::int32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_subtiltile_style_t::subtitle_color), std::uint32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_subtiltile_style_t::subtitle_BGcolor), std::uint32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_thumbnail_request_info_t::target_pos), std::int64_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_preview_constents_info_t::duration), std::int64_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_preview_constents_info_t::file_size), std::uint64_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_error_detail_t::err_code), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_exif_info_t::rotation), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_exif_info_t::mirror), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_exif_info_t::color_space), std::int32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(om_exif_info_t::iso), std::int32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_resrc_info_t::appId), std::uint32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_resrc_info_t::cnid), std::uint32_t>));
     EXPECT_TRUE((std::is_same_v<decltype(om_resrc_info_t::plid), std::uint32_t>));

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace tz::orvane::om
@@ -23,6 +24,8 @@ namespace
 using test::LogCapture;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 /// Alignment gaps, which belong to no field.
@@ -62,7 +65,11 @@ template <class Record> void expectCopy(char const* name, std::vector<Gap> const
     }
     std::memcpy(to.get(), before.data(), sizeof(Record));
 
+    LogCapture const log;
     OmTypeUtil::copy(*from, *to);
+    ASSERT_THAT(log.lines(), Not(IsEmpty())) << name;
+    EXPECT_EQ(log.lines().front().place, "om_type_util: OmTypeUtil::copy") << name;
+    EXPECT_EQ(log.linesOf("OmTypeUtil::copy").front(), "debug: Called!") << name;
     EXPECT_EQ(bytesOf(*from), expected) << name;
     Bytes actual = bytesOf(*to);
     for (Gap const& gap : gaps)
@@ -151,7 +158,10 @@ TEST(OmTypeUtilCopy, pictureIsCopiedIntoTheBlockThatTheOtherSideHas)
     om_thumbnail_detail_t to{};
     to.data = room;
     to.size = 4;
+    LogCapture const log;
     OmTypeUtil::copy(from, to);
+    EXPECT_THAT(log.linesOf("OmTypeUtil::copy"), Each("debug: Called!"));
+    EXPECT_EQ(log.lines().front().place, "om_type_util: OmTypeUtil::copy");
     EXPECT_EQ(to.data, room);
     EXPECT_EQ(to.size, 3);
     EXPECT_THAT(room, ElementsAre('a', '\0', 'c', '4'));
@@ -173,6 +183,22 @@ TEST(OmTypeUtilCopy, pictureOfNoBytesNeedsNoBlock)
     EXPECT_EQ(to.data, nullptr);
     EXPECT_EQ(to.size, 0);
     EXPECT_EQ(to.format, 3);
+}
+
+TEST(OmTypeUtilCopy, pictureComesWithAReasonThatFillsItsField)
+{
+    char picture[] = {'a'};
+    char room[] = {'1', '2'};
+    om_thumbnail_detail_t from = thumbnail(picture, 1);
+    std::string const reason(sizeof from.error.err_str, 'r');
+    std::memcpy(from.error.err_str, reason.data(), reason.size()); // without a NUL
+    om_thumbnail_detail_t to{};
+    to.data = room;
+    OmTypeUtil::copy(from, to);
+    EXPECT_EQ(std::string(to.error.err_str, sizeof to.error.err_str), reason);
+    EXPECT_EQ(to.color_space, 2); // right behind it
+    EXPECT_EQ(to.error.err_code, 1);
+    EXPECT_THAT(room, ElementsAre('a', '2'));
 }
 
 TEST(OmTypeUtilCopy, everyRecordInsideSaysThatItWasCalled)

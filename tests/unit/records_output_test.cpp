@@ -27,6 +27,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 
 using Lines = std::vector<std::string>;
 
@@ -171,13 +172,37 @@ TEST(OmTypeUtilOutput, textWithoutNulEndsWithItsField)
     EXPECT_THAT(dumpOf(tag), ElementsAre("Called!", " Tag-Info:", " |- title=" + title, " |- artist=" + artist,
                                          " |- album=" + album, " |- year=" + year, " |- genre=" + genre));
 
-    auto const uri = std::make_unique<om_uri_info_t>();
+    auto const uri = std::make_unique<om_uri_info_t>(); // lines that are longer than what a line usually needs
+    std::string const original = fill(uri->orign_uri, 'o');
+    std::string const pure = fill(uri->pure_uri, 'p');
+    std::string const file = fill(uri->file_name, 'f');
     std::string const header = fill(uri->header, 'h');
-    EXPECT_EQ(dumpOf(*uri).back(), "header:[" + header + "]");
+    EXPECT_THAT(dumpOf(*uri), ElementsAre("Called!", "orign_uri:[" + original + "]", "pure_uri:[" + pure + "]",
+                                          "file_name:[" + file + "]", "header:[" + header + "]"));
 
     om_error_detail_t error{};
     std::string const reason = fill(error.err_str, 'r');
     EXPECT_EQ(dumpOf(error).back(), " |- err_str=" + reason);
+}
+
+TEST(OmTypeUtilOutput, textOfAContainerWithoutNulEndsWithItsField)
+{
+    auto const info = std::make_unique<om_container_info_t>();
+    info->video_count = info->audio_count = info->text_count = 1;
+    std::string const video = fill(info->videos_detail[0].mime_type, 'v');
+    std::string const audio = fill(info->audios_detail[0].mime_type, 'a');
+    std::string const spoken = fill(info->audios_detail[0].audio.lang, 's');
+    std::string const text = fill(info->subtitle_detail[0].mime_type, 'x');
+    std::string const title = fill(info->subtitle_detail[0].subtitle.title, 't');
+    std::string const written = fill(info->subtitle_detail[0].subtitle.lang, 'w');
+    // What lies behind a text shows when it is read too far.
+    info->videos_detail[0].reserved[0] = info->audios_detail[0].reserved[0] = info->subtitle_detail[0].reserved[0] =
+        '!';
+    info->audios_detail[0].audio.codec = info->subtitle_detail[0].subtitle.drawtype = '!';
+    Lines const lines = dumpOf(*info);
+    EXPECT_THAT(lines, IsSupersetOf({"     |- mime_type=" + video, "     |- stream_type=" + audio,
+                                     "     |- audio.lang=" + spoken, "     |- mime_type=" + text,
+                                     "     |- subtitle.title=" + title, "     |- subtitle.lang=" + written}));
 }
 
 om_media_info_t mediaInfo()

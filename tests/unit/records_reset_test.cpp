@@ -24,6 +24,7 @@ using test::LogCapture;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 constexpr unsigned char kLeftAlone = 0xA5;
@@ -73,11 +74,22 @@ std::vector<unsigned char> imageOf(std::size_t size, Table const& table)
     return image;
 }
 
-template <class Record> void expectReset(char const* name, Table const& table)
+/// A record that held something else before.
+template <class Record> std::unique_ptr<Record> resetRecord()
 {
-    auto const record = std::make_unique<Record>();
+    auto record = std::make_unique<Record>();
     std::memset(record.get(), kLeftAlone, sizeof(Record));
     OmTypeUtil::reset(*record);
+    return record;
+}
+
+template <class Record> void expectReset(char const* name, Table const& table)
+{
+    LogCapture const log;
+    auto const record = resetRecord<Record>();
+    ASSERT_THAT(log.lines(), Not(IsEmpty())) << name;
+    EXPECT_EQ(log.lines().front().place, "om_type_util: OmTypeUtil::reset") << name;
+    EXPECT_EQ(log.linesOf("OmTypeUtil::reset").front(), "debug: Called!") << name;
     std::vector<unsigned char> const expected = imageOf(sizeof(Record), table);
     auto const* const actual = reinterpret_cast<unsigned char const*>(record.get());
     for (std::size_t i = 0; i < sizeof(Record); ++i)
@@ -177,8 +189,7 @@ TEST(OmTypeUtilReset, setsTheBytesOfDetails)
 
 TEST(OmTypeUtilReset, containerReadsAsOneOfWhichNoTrackIsKnown)
 {
-    auto const info = std::make_unique<om_container_info_t>();
-    OmTypeUtil::reset(*info);
+    auto const info = resetRecord<om_container_info_t>();
     EXPECT_THAT((std::vector<int>{info->video_count, info->video_selected, info->audio_count, info->audio_selected,
                                   info->text_count, info->text_selected}),
                 Each(-1));
@@ -192,30 +203,27 @@ TEST(OmTypeUtilReset, containerReadsAsOneOfWhichNoTrackIsKnown)
 
 TEST(OmTypeUtilReset, settingsStartAtNormalSpeed)
 {
-    om_setting_info_t info{};
-    OmTypeUtil::reset(info);
-    EXPECT_EQ(info.play_speed, 16);
-    EXPECT_THAT((std::vector<int>{info.disp_rect.px, info.disp_rect.zoom, info.disp_rotate, info.zoom_mode,
-                                  info.zoom_ratio, info.volume}),
+    auto const info = resetRecord<om_setting_info_t>();
+    EXPECT_EQ(info->play_speed, 16);
+    EXPECT_THAT((std::vector<int>{info->disp_rect.px, info->disp_rect.zoom, info->disp_rotate, info->zoom_mode,
+                                  info->zoom_ratio, info->volume}),
                 Each(0));
 }
 
 TEST(OmTypeUtilReset, subtitleStyleLeavesTheServicesDefault)
 {
-    om_subtiltile_style_t style{};
-    OmTypeUtil::reset(style);
-    EXPECT_THAT((std::vector<int>{style.subtitle_x, style.subtitle_y, style.subtitle_width, style.subtitle_height,
-                                  style.subtitle_charset}),
+    auto const style = resetRecord<om_subtiltile_style_t>();
+    EXPECT_THAT((std::vector<int>{style->subtitle_x, style->subtitle_y, style->subtitle_width, style->subtitle_height,
+                                  style->subtitle_charset}),
                 Each(-1));
-    EXPECT_EQ(style.subtitle_color, 256U);
-    EXPECT_EQ(style.subtitle_BGcolor, 256U);
-    EXPECT_EQ(style.subtitle_fontsize, 200);
+    EXPECT_EQ(style->subtitle_color, 256U);
+    EXPECT_EQ(style->subtitle_BGcolor, 256U);
+    EXPECT_EQ(style->subtitle_fontsize, 200);
 }
 
 TEST(OmTypeUtilReset, playRequestStartsAtTheBeginningAndRunsToTheEnd)
 {
-    auto const request = std::make_unique<om_request_info_t>();
-    OmTypeUtil::reset(*request);
+    auto const request = resetRecord<om_request_info_t>();
     EXPECT_EQ(request->start_pos, 0);
     EXPECT_EQ(request->end_pos, -1);
     EXPECT_EQ(request->play_scene, 1);
@@ -235,10 +243,17 @@ TEST(OmTypeUtilReset, everyRecordInsideSaysThatItWasCalled)
     OmTypeUtil::reset(date);
     EXPECT_THAT(log.linesOf("OmTypeUtil::reset"), ElementsAre("debug: Called!", "debug: Called!"));
 
+    // The medium with its resolution, ratio, date, time and tags.
+    log.clear();
+    om_media_info_t media;
+    OmTypeUtil::reset(media);
+    EXPECT_THAT(log.linesOf("OmTypeUtil::reset"), SizeIs(6));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::reset"), Each("debug: Called!"));
+
     log.clear();
     auto const container = std::make_unique<om_container_info_t>();
     OmTypeUtil::reset(*container);
-    EXPECT_THAT(log.textsOf("OmTypeUtil::reset"), SizeIs(1 + 2 + 18 + 20));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::reset"), SizeIs(1 + 2 + 18 + 20));
 }
 
 TEST(OmTypeUtilReset, saysNothingBelowTheLevel)

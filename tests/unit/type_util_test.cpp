@@ -17,7 +17,6 @@ namespace tz::orvane::om
 namespace
 {
 
-using platform::DebugLevel;
 using test::LogCapture;
 using ::testing::ElementsAre;
 
@@ -46,10 +45,18 @@ TEST(BoundedCopy, sizesBelowOneAreRefused)
     EXPECT_EQ(OmTypeUtil::copy("abcd", 4, to, 0), -2);
     EXPECT_EQ(OmTypeUtil::copy("abcd", -4, to, 4), -2);
     EXPECT_EQ(OmTypeUtil::copy(nullptr, 0, nullptr, 0), -2);
+    EXPECT_EQ(OmTypeUtil::copy(nullptr, 4, to, 0), -2);
+    EXPECT_EQ(OmTypeUtil::copy("abcd", 0, nullptr, 4), -2);
     EXPECT_STREQ(to, "zzzzzzz");
-    EXPECT_EQ(log.texts()[1], "Invalid! fsize=0, tsize=4.");
-    EXPECT_EQ(log.lines()[1].level, DebugLevel::error);
-    EXPECT_EQ(log.texts()[3], "Invalid! fsize=4, tsize=-1.");
+    EXPECT_THAT(log.linesOf("OmTypeUtil::copy"),
+                ElementsAre("debug: Called! from=, fsize=0, to=zzzz, tsize=4", "error: Invalid! fsize=0, tsize=4.",
+                            "debug: Called! from=abcd, fsize=4, to=, tsize=-1", "error: Invalid! fsize=4, tsize=-1.",
+                            "debug: Called! from=abcd, fsize=4, to=, tsize=0", "error: Invalid! fsize=4, tsize=0.",
+                            "debug: Called! from=, fsize=-4, to=zzzz, tsize=4", "error: Invalid! fsize=-4, tsize=4.",
+                            "debug: Called! from=, fsize=0, to=, tsize=0", "error: Invalid! fsize=0, tsize=0.",
+                            "debug: Called! from=, fsize=4, to=, tsize=0", "error: Invalid! fsize=4, tsize=0.",
+                            "debug: Called! from=, fsize=0, to=, tsize=4", "error: Invalid! fsize=0, tsize=4."));
+    EXPECT_EQ(log.lines().front().place, "om_type_util: OmTypeUtil::copy");
 }
 
 TEST(BoundedCopy, bothSidesAreTold)
@@ -57,8 +64,8 @@ TEST(BoundedCopy, bothSidesAreTold)
     char to[4] = "zz";
     LogCapture const log;
     EXPECT_EQ(OmTypeUtil::copy("ab", 3, to, 4), 0);
-    EXPECT_THAT(log.textsOf("OmTypeUtil::copy"), ElementsAre("Called! from=ab, fsize=3, to=zz, tsize=4",
-                                                             "from=ab, fsize=3, to=ab, tsize=4, min_size=3"));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::copy"), ElementsAre("debug: Called! from=ab, fsize=3, to=zz, tsize=4",
+                                                             "info: from=ab, fsize=3, to=ab, tsize=4, min_size=3"));
 }
 
 TEST(BoundedCopy, textWithoutNulIsToldWithABound)
@@ -68,8 +75,8 @@ TEST(BoundedCopy, textWithoutNulIsToldWithABound)
     std::unique_ptr<char[]> const to(new char[2]{'x', 'y'});
     LogCapture const log;
     EXPECT_EQ(OmTypeUtil::copy(from.get(), 3, to.get(), 2), 0);
-    EXPECT_THAT(log.texts(), ElementsAre("Called! from=abc, fsize=3, to=xy, tsize=2",
-                                         "from=abc, fsize=3, to=ab, tsize=2, min_size=2"));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::copy"), ElementsAre("debug: Called! from=abc, fsize=3, to=xy, tsize=2",
+                                                             "info: from=abc, fsize=3, to=ab, tsize=2, min_size=2"));
 }
 
 TEST(OmTypeUtilConvert, readsLeftTopWidthAndHeight)
@@ -78,9 +85,10 @@ TEST(OmTypeUtilConvert, readsLeftTopWidthAndHeight)
     LogCapture const log;
     EXPECT_EQ(OmTypeUtil::convert("{10,20,640,480}", rect), 0);
     EXPECT_EQ(fields(rect), std::make_tuple(10, 20, 640, 480, 5));
-    EXPECT_THAT(log.textsOf("OmTypeUtil::convert"),
-                ElementsAre("Called!", " OmDisplayRect_t-Convert: from={10,20,640,480}", " |- px=10", " |- py=20",
-                            " |- width=640", " |- height=480"));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::convert"),
+                ElementsAre("debug: Called!", "debug:  OmDisplayRect_t-Convert: from={10,20,640,480}",
+                            "debug:  |- px=10", "debug:  |- py=20", "debug:  |- width=640", "debug:  |- height=480"));
+    EXPECT_EQ(log.lines().front().place, "om_type_util: OmTypeUtil::convert");
 }
 
 TEST(OmTypeUtilConvert, partialTextSetsWhatItGives)
@@ -104,8 +112,15 @@ TEST(OmTypeUtilConvert, partialTextSetsWhatItGives)
     for (auto const& c : cases)
     {
         om_display_rect_t rect{1, 2, 3, 4, 5};
+        LogCapture const log;
         EXPECT_EQ(OmTypeUtil::convert(c.text, rect), 0) << c.text;
         EXPECT_EQ(fields(rect), c.expected) << c.text;
+        auto const [px, py, width, height, zoom] = c.expected;
+        EXPECT_THAT(log.linesOf("OmTypeUtil::convert"),
+                    ElementsAre("debug: Called!", std::string("debug:  OmDisplayRect_t-Convert: from=") + c.text,
+                                "debug:  |- px=" + std::to_string(px), "debug:  |- py=" + std::to_string(py),
+                                "debug:  |- width=" + std::to_string(width),
+                                "debug:  |- height=" + std::to_string(height)));
     }
 }
 
@@ -115,19 +130,24 @@ TEST(OmTypeUtilConvert, emptyTextFails)
     LogCapture const log;
     EXPECT_EQ(OmTypeUtil::convert("", rect), -1);
     EXPECT_EQ(fields(rect), std::make_tuple(1, 2, 3, 4, 5));
-    EXPECT_THAT(log.texts(), ElementsAre("Called!", " OmDisplayRect_t-Convert: from="));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::convert"),
+                ElementsAre("debug: Called!", "debug:  OmDisplayRect_t-Convert: from="));
 }
 
 TEST(OmTypeUtilConvert, textThatEndsBeforeANumberCouldFails)
 {
     om_display_rect_t rect{1, 2, 3, 4, 5};
-    LogCapture const log(DebugLevel::error);
+    LogCapture const log;
     EXPECT_EQ(OmTypeUtil::convert("{", rect), -1);
     EXPECT_EQ(OmTypeUtil::convert("{  ", rect), -1);
     EXPECT_EQ(OmTypeUtil::convert(std::string(1, '\0') + "{1,2,3,4}", rect), -1);
     EXPECT_EQ(fields(rect), std::make_tuple(1, 2, 3, 4, 5));
-    EXPECT_THAT(log.texts(), ElementsAre("string[{] format output fail.", "string[{  ] format output fail.",
-                                         "string[] format output fail."));
+    EXPECT_THAT(log.linesOf("OmTypeUtil::convert"),
+                ElementsAre("debug: Called!", "debug:  OmDisplayRect_t-Convert: from={",
+                            "error: string[{] format output fail.", "debug: Called!",
+                            "debug:  OmDisplayRect_t-Convert: from={  ", "error: string[{  ] format output fail.",
+                            "debug: Called!",
+                            "debug:  OmDisplayRect_t-Convert: from=", "error: string[] format output fail."));
 }
 
 TEST(SerializeChar, zeroBytesBecomeStars)

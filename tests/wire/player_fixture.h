@@ -2,7 +2,9 @@
 // A player by itself, connected to a scripted service, and the check of its one-way commands.
 #pragma once
 
+#include "om_protocol.h"
 #include "orvane/omc_mediaplayer.h"
+#include "orvane/platform/mdtc_messenger.h"
 #include "support/log_capture.h"
 #include "support/message_text.h"
 #include "support/scripted_service.h"
@@ -50,12 +52,49 @@ protected:
     {
         SCOPED_TRACE(row.operation);
         LogCapture log;
-        EXPECT_GT(row.call(m_player), 0) << "the messenger's own result: bytes sent";
-        EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
+        int const result = row.call(m_player);
         std::vector<std::string> lines = row.entry;
         lines.push_back(row.success);
         EXPECT_EQ(log.linesOf(operationName(row.operation)), lines);
         EXPECT_EQ(log.lines().front().place, "omc_mediaplayer: " + operationName(row.operation));
+
+        ScriptedService::settle(kCnid);
+        std::vector<RecordedMessage> const messages = m_service.messages();
+        EXPECT_THAT(sent(), ::testing::ElementsAre(row.message));
+        ASSERT_FALSE(messages.empty());
+        EXPECT_EQ(result, postAgain(messages.back())) << "the messenger's own result";
+        EXPECT_GT(result, 0);
+        sent();
+    }
+
+    /// What the messenger gives when it is handed the same one-way message by the test.
+    static int postAgain(RecordedMessage const& message)
+    {
+        mdt::MsgData again(message.pid, message.uid, message.msg, message.type);
+        for (RecordedArgument const& argument : message.arguments)
+        {
+            switch (argument.type)
+            {
+            case mdt::MsgArgType::uint32:
+                again.writeUInt32(argument.asUInt32());
+                break;
+            case mdt::MsgArgType::sint32:
+                again.writeSInt32(argument.asSInt32());
+                break;
+            case mdt::MsgArgType::sint64:
+                again.writeSInt64(argument.asSInt64());
+                break;
+            case mdt::MsgArgType::string:
+                again.writeString(argument.asText());
+                break;
+            case mdt::MsgArgType::data:
+                again.writeData(argument.bytes.data(), static_cast<unsigned short>(argument.bytes.size()));
+                break;
+            default:
+                ADD_FAILURE() << "no command has such an argument";
+            }
+        }
+        return mdt::MdtcMessenger::GetInstance().postMsg(again, protocol::kPostTimeout);
     }
 
     /// The connection must be gone.

@@ -177,6 +177,7 @@ TEST_F(PreviewTool, aGroupTravelsWithARequest)
 
 constexpr char kSent[] = "info: Succeeded to send msg or command from client to binder.";
 constexpr char kReplied[] = "info: msgDataOut (pid=0x1ABC, uid=0x4DEF, cmd=0xA306, type=2).";
+constexpr char kRead[] = "info: Succeeded to readData from binder msgDataOut to client. .";
 
 /// What an extended command logs before it is sent.
 Lines extendEntry(std::string const& command, OmPropertyGroup const& props, int expectedLength)
@@ -202,7 +203,7 @@ TEST_F(PreviewTool, anExtendedCommandIsAddressedToTheTool)
     EXPECT_THAT(sent(),
                 ::testing::ElementsAre("msg=0xA306 uid=0x4DEF type=2 query string(c) data(9: 505230303030454400)"));
     Lines lines = entry;
-    lines.insert(lines.end(), {kSent, kReplied, "info: Succeeded to readData from binder msgDataOut to client. ."});
+    lines.insert(lines.end(), {kSent, kReplied, kRead});
     EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
     EXPECT_EQ(log.lines().front().place, "omc_preview_tool: OmcPreviewInfoTool::doExtendCommand");
 }
@@ -225,7 +226,45 @@ TEST_F(PreviewTool, anExtendedCommandThatFailsGivesMinusOneAndKeepsTheGroup)
     lines = entry;
     lines.push_back("error: Error! Failed to send msg or command from client to binder. ErrorCode=-13.");
     EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
+
+    m_connection.disconnect();
+    log.clear();
+    EXPECT_EQ(m_tool.doExtendCommand("a b", props), -1);
+    lines.back() = "error: Error! Failed to send msg or command from client to binder. ErrorCode=-107.";
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
     EXPECT_EQ(props.get("k"), "v");
+}
+
+TEST_F(PreviewTool, anEmptyAnswerLeavesTheGroupOfAnExtendedCommandAsItWas)
+{
+    OmPropertyGroup props;
+    props.add("k", "v");
+    Lines lines = extendEntry("c", props, 21);
+    lines.insert(lines.end(), {kSent, kReplied, kRead});
+    m_service.answer(0xA306, bytes(""));
+    LogCapture log;
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(m_tool.doExtendCommand("c", props), 0);
+    EXPECT_THAT(::testing::internal::GetCapturedStdout(),
+                ::testing::MatchesRegex("\\[PRG\\]\\[ERR\\] Invalid content!, group.m_arr=.*, group.m_size=-1.\n"));
+    EXPECT_EQ(log.linesOf("OmcPreviewInfoTool::doExtendCommand"), lines);
+    EXPECT_EQ(props.count(), 1);
+    EXPECT_EQ(props.get("k"), "v");
+}
+
+TEST(PreviewToolAlone, anAnswerThatIsNoGroupEndsTheProcess)
+{
+    SocketDir const dir; // cleared here: the child has no time for it
+    expectAbort("[PRG][ERR] Invalid END! end=EX\n",
+                []
+                {
+                    ScriptedService service;
+                    WireConnection const connection(service);
+                    service.answer(0xA306, bytes(std::string("PR0000EX\0", 9)));
+                    omc::OmcPreviewInfoTool tool(kCnid, kToolId);
+                    OmPropertyGroup props;
+                    tool.doExtendCommand("c", props);
+                });
 }
 
 TEST_F(PreviewTool, reservedOperationsDoNothing)

@@ -13,6 +13,9 @@ namespace tz::orvane::om
 namespace
 {
 
+// The images are little-endian, and nobody turns them round.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+
 struct Place
 {
     std::size_t actual;

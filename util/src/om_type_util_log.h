@@ -15,10 +15,10 @@ namespace tz::orvane::om
 inline constexpr char kLogFile[] = "om_type_util";
 inline constexpr char kLogClass[] = "OmTypeUtil";
 
-/// Text need not end in a NUL. @return how many of its characters may be put out
+/// Text need not end in a NUL, nor be there. @return how many of its characters may be put out
 inline int shownLength(char const* text, int size)
 {
-    return size > 0 ? static_cast<int>(strnlen(text, static_cast<std::size_t>(size))) : 0;
+    return text != nullptr && size > 0 ? static_cast<int>(strnlen(text, static_cast<std::size_t>(size))) : 0;
 }
 
 /// Puts out the fields of a record, one a line, in the name of the operation that it was made for.

@@ -109,7 +109,8 @@ void OmTypeUtil::reset(om_media_info_t& record)
             record.audio_codec, record.video_codec, record.disp_rotation, record.audio_channel, record.cap_flags);
     setUnknown(record.duration, record.color_depth, record.bit_rate, record.audio_track_num, record.video_track_num,
                record.text_track_num, record.sample_rate);
-    record.resolution = {-1, -1};
+    reset(record.resolution);
+    record.resolution = {-1, -1}; // not known, rather than none
     reset(record.par);
     reset(record.create_date);
     reset(record.tag);
