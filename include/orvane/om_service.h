@@ -253,6 +253,42 @@ enum om_exif_color_space_e : std::int32_t
     OM_EXIF_COLOR_SPACE_UNCALIBRATED = 65535, ///< one that the picture brings with it
 };
 
+/// Number of a subtitle track that stands for none, in setSubtitleTrackNo and getSubtitleTrackNo.
+inline constexpr std::uint32_t OM_TRACK_NONE = 0xFFFFFFFF;
+
+// Values of om_subtiltile_style_t that leave the choice to the service. Other colours are 0xAARRGGBB (AA is opacity);
+// position and size are thousandths of the picture; a font size is relative to the usual one.
+inline constexpr std::int32_t OM_SUBTITLE_PLACE_DEFAULT = -1;
+inline constexpr std::uint32_t OM_SUBTITLE_COLOR_DEFAULT = 256; ///< white text; no background
+inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_DEFAULT = 200;
+inline constexpr std::int32_t OM_SUBTITLE_PLACE_WHOLE = 1000;
+inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_LEAST = 50;
+inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_MOST = 1000;
+
+/// Values of om_subtiltile_style_t::subtitle_charset: how files are read that are neither UTF-8 nor marked as Unicode.
+enum om_subtitle_charset_e : std::int32_t
+{
+    OM_SUBTITLE_CHARSET_AUTO = -1, ///< as OM_SUBTITLE_CHARSET_WESTERN
+    OM_SUBTITLE_CHARSET_UTF_8 = 0,
+    OM_SUBTITLE_CHARSET_WESTERN = 1,              ///< Windows 1252, which holds ISO 8859-1
+    OM_SUBTITLE_CHARSET_CENTRAL_EUROPEAN = 2,     ///< Windows 1250
+    OM_SUBTITLE_CHARSET_CYRILLIC = 3,             ///< Windows 1251
+    OM_SUBTITLE_CHARSET_GREEK = 4,                ///< Windows 1253
+    OM_SUBTITLE_CHARSET_TURKISH = 5,              ///< Windows 1254
+    OM_SUBTITLE_CHARSET_HEBREW = 6,               ///< Windows 1255
+    OM_SUBTITLE_CHARSET_ARABIC = 7,               ///< Windows 1256
+    OM_SUBTITLE_CHARSET_BALTIC = 8,               ///< Windows 1257
+    OM_SUBTITLE_CHARSET_VIETNAMESE = 9,           ///< Windows 1258
+    OM_SUBTITLE_CHARSET_THAI = 10,                ///< TIS-620
+    OM_SUBTITLE_CHARSET_KOREAN = 11,              ///< code page 949, which holds EUC-KR
+    OM_SUBTITLE_CHARSET_JAPANESE = 12,            ///< code page 932, which holds Shift JIS
+    OM_SUBTITLE_CHARSET_SIMPLIFIED_CHINESE = 13,  ///< GB 18030
+    OM_SUBTITLE_CHARSET_TRADITIONAL_CHINESE = 14, ///< Big5
+    OM_SUBTITLE_CHARSET_UTF_16_LE = 15,
+    OM_SUBTITLE_CHARSET_UTF_16_BE = 16,
+    OM_SUBTITLE_CHARSET_KOI8_R = 17,
+};
+
 /// First two buffers of openEsMedia: the video and the audio stream that will be pushed. A buffer without bytes says
 /// that there is no such stream. Numbers are little-endian.
 struct om_es_format_t

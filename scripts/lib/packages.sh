@@ -7,7 +7,7 @@ packages_of() {
     build) echo g++ cmake ninja-build pkg-config ;;
     play)
         packages_of build
-        echo libcli11-dev nlohmann-json3-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev
+        echo libcli11-dev nlohmann-json3-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libfontconfig-dev
         echo gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
         echo gstreamer1.0-x gstreamer1.0-alsa gstreamer1.0-pulseaudio libexif-dev fonts-dejavu-core
         ;;

@@ -92,27 +92,6 @@ std::string schemeOf(std::string const& uri)
     return end == std::string::npos ? std::string() : uri.substr(0, end);
 }
 
-/// @return an empty text for what is neither an absolute path nor a URI
-std::string normalized(std::string const& uri)
-{
-    if (uri.empty() || uri.size() > kLongestUri)
-    {
-        return {};
-    }
-    if (uri[0] == '/')
-    {
-        TextPtr const text(gst_filename_to_uri(uri.c_str(), nullptr));
-        return text == nullptr ? std::string() : text.get();
-    }
-    std::string const scheme = schemeOf(uri);
-    if (gst_uri_is_valid(uri.c_str()) == FALSE || scheme.empty())
-    {
-        return {};
-    }
-    TextPtr const lower(g_ascii_strdown(scheme.c_str(), -1));
-    return lower.get() + uri.substr(scheme.size());
-}
-
 bool readFormat(std::string_view bytes, std::optional<EsFormat>& format)
 {
     if (bytes.empty())
@@ -144,7 +123,7 @@ std::optional<Medium> readPrepare(std::string const& uri, protocol::PropertyView
     medium.kind = (flags & om::OM_PREPARE_PUSH) != 0 ? Medium::Kind::container : Medium::Kind::uri;
     if (medium.kind == Medium::Kind::uri)
     {
-        medium.uri = normalized(uri);
+        medium.uri = normalizedUri(uri);
         if (medium.uri.empty())
         {
             reason = "neither an absolute path nor a URI";
@@ -176,6 +155,26 @@ std::optional<Medium> readStreams(std::string_view video, std::string_view audio
         return std::nullopt;
     }
     return readOptions(properties, medium, reason) ? std::optional<Medium>(std::move(medium)) : std::nullopt;
+}
+
+std::string normalizedUri(std::string const& uri)
+{
+    if (uri.empty() || uri.size() > kLongestUri)
+    {
+        return {};
+    }
+    if (uri[0] == '/')
+    {
+        TextPtr const text(gst_filename_to_uri(uri.c_str(), nullptr));
+        return text == nullptr ? std::string() : text.get();
+    }
+    std::string const scheme = schemeOf(uri);
+    if (gst_uri_is_valid(uri.c_str()) == FALSE || scheme.empty())
+    {
+        return {};
+    }
+    TextPtr const lower(g_ascii_strdown(scheme.c_str(), -1));
+    return lower.get() + uri.substr(scheme.size());
 }
 
 std::optional<std::chrono::milliseconds> readInterval(std::string_view text)

@@ -52,6 +52,9 @@ std::optional<Medium> readPrepare(std::string const& uri, protocol::PropertyView
 std::optional<Medium> readStreams(std::string_view video, std::string_view audio, std::string_view options,
                                   std::string& reason);
 
+/// @return a URI; an empty text for what is neither an absolute path nor a URI
+std::string normalizedUri(std::string const& uri);
+
 /// @return the time between play-time reports, 0 for none; nothing for a text that is no such time
 std::optional<std::chrono::milliseconds> readInterval(std::string_view text);
 

@@ -120,7 +120,7 @@ char const* missingElement(AudioOutput output)
 {
     for (char const* const name :
          {"playbin", "decodebin", "appsrc", "appsink", "audioconvert", "videoconvert", "videoscale", "intervideosink",
-          "intervideosrc", "compositor", "videocrop", "videoflip", "capssetter", "pngenc"})
+          "intervideosrc", "compositor", "textoverlay", "videocrop", "videoflip", "capssetter", "pngenc"})
     {
         ObjectPtr<GstElementFactory> const factory(gst_element_factory_find(name));
         if (factory == nullptr)

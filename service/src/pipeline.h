@@ -41,6 +41,8 @@ struct StreamPad
     TagListPtr tags;       ///< may be null
 };
 
+class SubtitleTap;
+
 /// Owner of one pipeline. Made on the loop's thread; everything that GStreamer may block belongs to the deck's worker.
 class Pipeline
 {
@@ -79,6 +81,13 @@ public:
 
     /// All streams, in the order of their numbers.
     virtual std::vector<StreamPad> streams() const = 0;
+
+    /// Lets another audio stream through, while it plays. Takes about half a second.
+    /// @param former the number of the one that it takes the place of @return failed: all is as it was
+    virtual CallResult switchAudio(int /*number*/, int /*former*/) { return CallResult::failed; }
+
+    /// Before it is opened: where its texts go to as well, if it has some.
+    virtual void takeTexts(SubtitleTap& /*tap*/) {}
 
     /// @return whether seeking to a time is possible
     virtual bool seekable() const;

@@ -25,6 +25,7 @@ Player::Player(PlayerHost const& host, PlayerEvents const& events)
     , m_events(events)
     , m_speed(om::OM_PLAY_SPEED_NORMAL)
     , m_picture(host.settings)
+    , m_subtitles(host.loop, *this)
     , m_alive(std::make_shared<Player*>(this))
 {
 }
@@ -36,6 +37,10 @@ Player::~Player()
 
 void Player::prepare(Medium medium)
 {
+    if (m_phase != Phase::none)
+    {
+        m_subtitles.forgetMedium();
+    }
     dropDeck();
     m_medium = std::move(medium);
     m_info.reset();
@@ -169,6 +174,7 @@ void Player::report(int moreFlags)
         flags |= m_wantPlaying && m_buffering ? om::OM_ACT_BUFFERING : 0;
     }
     m_events.state(state(), flags);
+    m_subtitles.follow(m_running, m_speed);
 }
 
 void Player::askPosition(PositionAnswer answer)
@@ -287,6 +293,7 @@ void Player::fail(Fault const& fault)
 {
     ORVANE_LOG_INFO("error %u: %s", fault.code, fault.text.c_str());
     dropDeck();
+    m_subtitles.forgetMedium();
     m_phase = Phase::none;
     m_events.fault(fault);
     report();
@@ -316,6 +323,7 @@ void Player::closeDeck()
     m_frames.reset();
     m_host.loop.cancelTimer(m_tick);
     m_tick = 0;
+    m_subtitles.close();
     m_gauges.reset();
     for (PositionAnswer const& answer : std::exchange(m_positionAsked, {}))
     {

@@ -15,6 +15,7 @@
 #include "screenshot.h"
 #include "settings.h"
 #include "sound.h"
+#include "subtitles.h"
 
 #include "orvane/om_enums.h"
 #include "orvane/platform/om_event_loop.h"
@@ -46,7 +47,7 @@ struct PlayerHost
 /// Commands are carried out one after another, each when the one before is complete. Prepare and stop do not wait: they
 /// discard what waits, and end an operation that is under way. A medium that was stopped or failed is closed behind the
 /// player's back, so that nothing that hangs holds up what comes next.
-class Player final : private DeckListener
+class Player final : private DeckListener, private SubtitleHost
 {
 public:
     Player(PlayerHost const& host, PlayerEvents const& events);
@@ -72,6 +73,15 @@ public:
 
     /// Pixels of the screen by which a photo is moved, as far as there is more of it.
     void movePhoto(int right, int down);
+
+    void setAudioTrack(unsigned int number);
+
+    /// @param number OM_TRACK_NONE for none
+    void setSubtitleTrack(unsigned int number);
+
+    /// @param uri of a file of subtitles, empty for none
+    void setSubtitleUri(std::string const& uri);
+    Subtitles& subtitles() { return m_subtitles; }
 
     /// Container data. @param data copied
     void push(void const* data, std::size_t size);
@@ -140,6 +150,25 @@ private:
     void onDeckDuration() override;
     void onDeckMessage(GstMessage* message) override;
 
+    void askSubtitlePosition(std::function<void(std::int64_t)> answer) override;
+    void onSubtitlesLoaded() override;
+    void onSubtitleRefusal(Fault const& fault, char const* command) override;
+
+    // player_tracks.cpp
+    using Switched = std::function<void(bool done)>;
+    static double rateOf(int speed) { return static_cast<double>(speed) / om::OM_PLAY_SPEED_NORMAL; }
+    void doSetAudioTrack(unsigned int number);
+    void doSetSubtitleTrack(unsigned int number);
+    void chooseEmbedded(int number);
+    int embeddedTexts() const;
+    bool needsTracks();
+    void switchAudio(int number, Switched then);
+    void passSwitch(int number, Switched then);
+    void standAgain(Then then);
+    void flushTo(std::optional<std::int64_t> position, Then then);
+    void completeTracks(MediaInfo& info) const;
+    void tellTracks(StreamPad::Kind kind);
+
     // player_operations.cpp: what commands are made of
     void openMedium(Then then);
     std::unique_ptr<Pipeline> makePipeline(ScreenInput const& input);
@@ -148,6 +177,7 @@ private:
     void settle(Then then);
     void moveTo(int speed, std::optional<std::int64_t> position, int flags, Then then);
     void readPosition(Then then);
+    bool isFile() const { return m_medium.kind == Medium::Kind::uri && !m_medium.fromNetwork(); }
     bool isSeekable() const { return m_info && m_info->seekable; }
     std::chrono::milliseconds deadline() const;
     void doStart(std::int64_t position);
@@ -209,6 +239,8 @@ private:
     int m_speed;
     Sound m_sound;
     Picture m_picture;
+    int m_audioTrack = 0;
+    Subtitles m_subtitles;
     std::shared_ptr<Screenshot> m_screenshot;
 
     platform::EventLoop::TimerId m_tick = 0;

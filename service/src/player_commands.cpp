@@ -6,6 +6,7 @@
 #include "info_commands.h"
 #include "picture_commands.h"
 #include "sound_commands.h"
+#include "subtitle_commands.h"
 
 #include <cerrno>
 #include <cstring>
@@ -150,12 +151,6 @@ template <StreamPad::Kind kind> void getTrackInfo(Player& player, Request& reque
                              : request.replyRecord(trackGroup(player.info()->container, kind));
 }
 
-void getAudioTrackNo(Player& player, Request& request)
-{
-    int const selected = player.info() == nullptr ? -1 : player.info()->container.audio_selected;
-    selected < 0 ? request.reply(-ENODATA) : request.reply(static_cast<std::uint32_t>(selected));
-}
-
 constexpr PlayerCommandRow kRows[] = {
     {protocol::kCmdInitMediaPlayer, announce},
     {protocol::kCmdPrepare, prepare},
@@ -178,20 +173,26 @@ constexpr PlayerCommandRow kRows[] = {
     {protocol::kCmdGetVideoTrackInfo, getTrackInfo<StreamPad::Kind::video>},
     {protocol::kCmdGetAudioTrackInfo, getTrackInfo<StreamPad::Kind::audio>},
     {protocol::kCmdGetSubtitleTrackInfo, getTrackInfo<StreamPad::Kind::text>},
-    {protocol::kCmdGetAudioTrackNo, getAudioTrackNo},
     {protocol::kCmdPlayerExtendCommand, extendCommand},
 };
+
+PlayerCommand findOwnCommand(int code)
+{
+    return findIn(kRows, code);
+}
 
 } // namespace
 
 PlayerCommand findPlayerCommand(int code)
 {
-    PlayerCommand command = findIn(kRows, code);
-    for (auto const find : {findInfoCommand, findPictureCommand, findSoundCommand})
+    for (auto const find : {findOwnCommand, findInfoCommand, findPictureCommand, findSoundCommand, findSubtitleCommand})
     {
-        command = command != nullptr ? command : find(code);
+        if (PlayerCommand const command = find(code))
+        {
+            return command;
+        }
     }
-    return command;
+    return nullptr;
 }
 
 } // namespace tz::orvane::service

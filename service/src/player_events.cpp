@@ -101,6 +101,11 @@ void PlayerEvents::exifInfo(om::om_exif_info_t const& info) const
     send(protocol::kMsgPlayerExifInfoUpdated, [&](mdt::MsgData& event) { writeRecord(event, info); }, {});
 }
 
+void PlayerEvents::trackChanged(om::om_track_detail_t const& track) const
+{
+    send(protocol::kMsgPlayerTrackInfoUpdated, [&](mdt::MsgData& event) { writeRecord(event, track); }, {});
+}
+
 void PlayerEvents::playTime(std::int64_t milliseconds) const
 {
     send(protocol::kMsgPlayerPlayTimeUpdated, [&](mdt::MsgData& event) { event.writeSInt64(milliseconds); }, {});

@@ -51,6 +51,7 @@ public:
     void mediaInfo(om::om_media_info_t const& info) const;
     void containerInfo(om::om_container_info_t const& info) const;
     void exifInfo(om::om_exif_info_t const& info) const;
+    void trackChanged(om::om_track_detail_t const& track) const;
     void playTime(std::int64_t milliseconds) const;
 
     /// @param data of a picture, copied

@@ -119,6 +119,8 @@ void Player::openMedium(Then then)
     auto input = m_host.screen.open();
     input->onTrouble([this](std::string const& text) { warn(om::OM_ERROR_INTERNAL, text); });
     auto pipeline = makePipeline(*input);
+    m_audioTrack = 0;
+    pipeline->takeTexts(*m_subtitles.open(*input, isFile() ? m_medium.uri : std::string()));
     m_deck = std::make_shared<Deck>(m_host.loop, std::move(pipeline), std::move(input), m_medium.fromNetwork());
     if (int const result = m_deck->start(); result < 0)
     {
@@ -165,6 +167,7 @@ void Player::probe(Then then)
         },
         [this, answer, then = std::move(then)](Deck::Outcome)
         {
+            completeTracks(*answer);
             bool const known = m_info.has_value();
             bool const sameMedia = known && std::memcmp(&m_info->media, &answer->media, sizeof answer->media) == 0;
             bool const sameTracks =
@@ -251,7 +254,7 @@ void Player::moveTo(int speed, std::optional<std::int64_t> position, int flags, 
         Deck::Kind::seek, deadline(),
         [position, target, flags, speed, sound = m_sound](Pipeline& pipeline)
         {
-            double const rate = static_cast<double>(speed) / om::OM_PLAY_SPEED_NORMAL;
+            double const rate = rateOf(speed);
             if (!position)
             {
                 *target = pipeline.position().value_or(*target);

@@ -14,9 +14,11 @@ extern "C"
 
     __attribute__((visibility("default"))) char const* __lsan_default_suppressions()
     {
-        return "leak:ld-linux\n"       // tables that GLib makes while it is being loaded
-               "leak:g_intern_\n"      // GLib lets go of the table of such names when it makes a larger one
-               "leak:g_quark_from\n"   // the same
-               "leak:libgstsoup.so\n"; // an object that waits for a main loop, which this service has none of
+        return "leak:ld-linux\n"           // tables that GLib makes while it is being loaded
+               "leak:g_intern_\n"          // GLib lets go of the table of such names when it makes a larger one
+               "leak:g_quark_from\n"       // the same
+               "leak:libfontconfig\n"      // its patterns refer to each other by distances, where nobody sees a pointer
+               "leak:gst_structure_free\n" // a session of libsoup that ends while a server is silent
+               "leak:libgstsoup.so\n";     // an object that waits for a main loop, which this service has none of
     }
 }

@@ -67,6 +67,11 @@ void ScreenInput::show(PictureLook look)
     m_screen.m_slots[m_number].look->set(look);
 }
 
+void ScreenInput::drawText(std::string const& text, TextLook const& look, bool newFont)
+{
+    m_screen.m_slots[m_number].text->set(text, look, newFont);
+}
+
 Screen::Screen(platform::EventLoop& loop, Settings const& settings)
     : m_loop(loop)
     , m_settings(settings)
@@ -186,7 +191,8 @@ void Screen::add(std::size_t number)
     Slot& slot = m_slots[number];
     if (!std::exchange(slot.staged, true))
     {
-        m_worker.run([stage = m_stage, channel = channelName(number), look = slot.look] { stage->add(channel, look); });
+        m_worker.run([stage = m_stage, channel = channelName(number), look = slot.look, text = slot.text]
+                     { stage->add(channel, look, text); });
     }
 }
 

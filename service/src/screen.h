@@ -5,6 +5,7 @@
 #include "picture_look.h"
 #include "screen_stage.h"
 #include "settings.h"
+#include "text_look.h"
 #include "worker.h"
 
 #include "orvane/platform/om_event_loop.h"
@@ -38,6 +39,9 @@ public:
 
     /// @param trouble called when the screen has lost its pipeline, whether another one takes its place or not
     void onTrouble(std::function<void(std::string const& text)> trouble) { m_trouble = std::move(trouble); }
+
+    /// Holds from the next picture on. @param text plain, empty for none @param newFont installed a moment ago, perhaps
+    void drawText(std::string const& text, TextLook const& look, bool newFont);
 
 private:
     friend class Screen;
@@ -80,6 +84,7 @@ private:
     struct Slot
     {
         std::shared_ptr<SharedLook> look = std::make_shared<SharedLook>();
+        std::shared_ptr<SharedText> text = std::make_shared<SharedText>();
         ScreenInput* input = nullptr; ///< null: free
         bool staged = false;          ///< part of the stage at hand
     };

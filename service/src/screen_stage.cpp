@@ -60,9 +60,10 @@ bool answerForAll(GstQuery* query)
 
 } // namespace
 
-InputChain::InputChain(std::shared_ptr<SharedLook const> look, Area screen)
+InputChain::InputChain(std::shared_ptr<SharedLook const> look, std::shared_ptr<SharedText const> text, Area screen)
     : m_shared(std::move(look))
     , m_screen(screen)
+    , m_text(std::move(text))
 {
 }
 
@@ -89,8 +90,7 @@ bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const
     watch(m_crop.get(), kData, onTurned, this);
     gst_bin_add(GST_BIN(pipeline), input);
     ObjectPtr<GstPad> const source(gst_element_get_static_pad(input, "src"));
-    return gst_pad_link(source.get(), m_pad.get()) == GST_PAD_LINK_OK &&
-           gst_element_sync_state_with_parent(input) != FALSE;
+    return m_text.join(pipeline, source.get(), m_pad.get()) && gst_element_sync_state_with_parent(input) != FALSE;
 }
 
 GstPadProbeReturn InputChain::onFetched(GstPad*, GstPadProbeInfo* info, gpointer self)
@@ -242,9 +242,10 @@ ScreenStage::~ScreenStage()
     gst_element_set_state(m_pipeline.get(), GST_STATE_NULL);
 }
 
-void ScreenStage::add(std::string const& channel, std::shared_ptr<SharedLook const> look)
+void ScreenStage::add(std::string const& channel, std::shared_ptr<SharedLook const> look,
+                      std::shared_ptr<SharedText const> text)
 {
-    m_inputs.push_back(std::make_unique<InputChain>(std::move(look), m_screen));
+    m_inputs.push_back(std::make_unique<InputChain>(std::move(look), std::move(text), m_screen));
     if (!m_inputs.back()->join(m_pipeline.get(), m_mixer.get(), channel))
     {
         ORVANE_LOG_ERROR("no input for %s", channel.c_str());

@@ -6,6 +6,7 @@
 #include "gst_ptr.h"
 #include "picture_look.h"
 #include "settings.h"
+#include "text_chain.h"
 
 #include <memory>
 #include <string>
@@ -22,7 +23,7 @@ constexpr int kScreenRate = 25;
 class InputChain
 {
 public:
-    InputChain(std::shared_ptr<SharedLook const> look, Area screen);
+    InputChain(std::shared_ptr<SharedLook const> look, std::shared_ptr<SharedText const> text, Area screen);
     InputChain(InputChain const&) = delete;
     InputChain& operator=(InputChain const&) = delete;
 
@@ -44,6 +45,7 @@ private:
     Area m_screen;
     ObjectPtr<GstElement> m_flip;
     ObjectPtr<GstElement> m_crop;
+    TextChain m_text;
     ObjectPtr<GstPad> m_pad; ///< of the mixer
 
     // Of the input's thread.
@@ -73,7 +75,8 @@ public:
     Camera& camera() { return m_camera; }
 
     // On the worker.
-    void add(std::string const& channel, std::shared_ptr<SharedLook const> look);
+    void add(std::string const& channel, std::shared_ptr<SharedLook const> look,
+             std::shared_ptr<SharedText const> text);
     void run();
     void adaptLatency();
 

@@ -4,9 +4,13 @@
 
 #include "feed.h"
 #include "image_head.h"
+#include "subtitle_tap.h"
 
+#include <chrono>
+#include <cstring>
 #include <string_view>
 #include <sys/stat.h>
+#include <thread>
 #include <utility>
 
 namespace tz::orvane::service
@@ -22,6 +26,10 @@ constexpr unsigned int kPlayAudio = 2;
 constexpr unsigned int kHttpTimeoutSeconds = 10;
 constexpr unsigned int kRtspLatencyMilliseconds = 200;
 constexpr guint64 kRtspTimeoutMicroseconds = 5'000'000;
+
+constexpr std::chrono::milliseconds kSwitchTime{400};
+constexpr std::chrono::milliseconds kLongestSwitch{3'000};
+constexpr std::chrono::milliseconds kSwitchPoll{10};
 
 bool hasProperty(GstElement* element, char const* name)
 {
@@ -107,6 +115,16 @@ std::string pathOf(std::string const& uri)
 {
     TextPtr const path(g_filename_from_uri(uri.c_str(), nullptr, nullptr));
     return path == nullptr ? std::string() : path.get();
+}
+
+/// @return whether what leaves a selector belongs to one of its inputs
+bool isThrough(GstPad* input)
+{
+    ObjectPtr<GstElement> const selector(gst_pad_get_parent_element(input));
+    ObjectPtr<GstPad> const output(selector == nullptr ? nullptr : gst_element_get_static_pad(selector.get(), "src"));
+    TextPtr const wanted(gst_pad_get_stream_id(input));
+    TextPtr const current(output == nullptr ? nullptr : gst_pad_get_stream_id(output.get()));
+    return wanted != nullptr && current != nullptr && std::strcmp(wanted.get(), current.get()) == 0;
 }
 
 GstElement* makePlaybin(std::string const& uri, GstElement* audioChain, GstElement* videoOutlet)
@@ -206,6 +224,38 @@ std::vector<StreamPad> UriPipeline::streams() const
         }
     }
     return found;
+}
+
+/// A pause or a seek right behind a switch may hang for ever. And a flush before the first data of the new stream have
+/// come makes the selector forget to tell what they are: they would be taken for data of the old stream.
+CallResult UriPipeline::switchAudio(int number, int former)
+{
+    using Clock = std::chrono::steady_clock;
+    GstPad* stream = nullptr;
+    g_signal_emit_by_name(element(), "get-audio-pad", number, &stream);
+    ObjectPtr<GstPad> const input(stream);
+    if (input == nullptr)
+    {
+        return CallResult::failed;
+    }
+    g_object_set(element(), "current-audio", number, nullptr);
+    auto const begun = Clock::now();
+    while (Clock::now() - begun < kLongestSwitch)
+    {
+        std::this_thread::sleep_for(kSwitchPoll); // all that could disturb it waits behind this call
+        if (Clock::now() - begun >= kSwitchTime && isThrough(input.get()))
+        {
+            return CallResult::done;
+        }
+    }
+    g_object_set(element(), "current-audio", former, nullptr);
+    std::this_thread::sleep_for(kSwitchTime);
+    return CallResult::failed;
+}
+
+void UriPipeline::takeTexts(SubtitleTap& tap)
+{
+    tap.attach(element());
 }
 
 bool UriPipeline::seekable() const

@@ -28,6 +28,8 @@ public:
 
     void setAudioDelay(std::chrono::nanoseconds delay) override;
     std::vector<StreamPad> streams() const override;
+    CallResult switchAudio(int number, int former) override;
+    void takeTexts(SubtitleTap& tap) override;
     bool seekable() const override;
     std::uint64_t fileSize() const override;
     std::string localFile() const override { return m_localFile; }

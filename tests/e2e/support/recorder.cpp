@@ -89,6 +89,12 @@ std::optional<Note> Recorder::takePlayTime()
     return take([](Note const& note) { return note.kind == Note::Kind::playTime; });
 }
 
+std::optional<Note> Recorder::takeTrack(om::om_stream_type_e kind, long long number)
+{
+    return take([=](Note const& note)
+                { return note.kind == Note::Kind::track && note.code == kind && note.value == number; });
+}
+
 om::om_media_info_t Recorder::mediaInfo() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -153,6 +159,12 @@ void Recorder::onPlayTimeUpdated(om::OmIMediaPlayer*, unsigned int, long long co
                                  om::OmPropertyGroup const& props)
 {
     add({Note::Kind::playTime, 0, 0, currPos, {}, {}}, props);
+}
+
+void Recorder::onTrackChanged(om::OmIMediaPlayer*, unsigned int, om::om_track_detail_t* track,
+                              om::OmPropertyGroup const& props)
+{
+    add({Note::Kind::track, track->track_type, 0, track->track_no, {}, {}}, props);
 }
 
 } // namespace tz::orvane::test

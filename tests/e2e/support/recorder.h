@@ -27,13 +27,14 @@ struct Note
         event,
         mediaInfo,
         containerInfo,
-        playTime
+        playTime,
+        track
     };
 
     Kind kind;
-    int code = 0;        ///< state, error or event
+    int code = 0;        ///< state, error, event or kind of a track
     int flags = 0;       ///< of a state
-    long long value = 0; ///< of a play time
+    long long value = 0; ///< a play time, or the number of a track
     std::map<std::string, std::string> properties;
     std::chrono::steady_clock::time_point at;
 
@@ -60,6 +61,7 @@ public:
     std::optional<Note> takeError();
     std::optional<Note> takeEvent(om::om_event_e event);
     std::optional<Note> takePlayTime();
+    std::optional<Note> takeTrack(om::om_stream_type_e kind, long long number);
 
     om::om_media_info_t mediaInfo() const;
     om::om_container_info_t containerInfo() const;
@@ -77,6 +79,9 @@ private:
                                 om::OmPropertyGroup const& props) override;
     void onPlayTimeUpdated(om::OmIMediaPlayer* player, unsigned int reqId, long long const& currPos,
                            om::OmPropertyGroup const& props) override;
+
+    void onTrackChanged(om::OmIMediaPlayer* player, unsigned int reqId, om::om_track_detail_t* track,
+                        om::OmPropertyGroup const& props) override;
 
     void add(Note note, om::OmPropertyGroup const& props);
 

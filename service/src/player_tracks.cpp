@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: Apache-2.0
+// One player of a client: its tracks of sound and subtitles.
+#include "player.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+/// @return the id of a text stream, empty when there is none
+std::string textStream(Pipeline const& pipeline, int number)
+{
+    for (StreamPad const& stream : pipeline.streams())
+    {
+        if (stream.kind == StreamPad::Kind::text && number-- == 0)
+        {
+            TextPtr const id(gst_pad_get_stream_id(stream.pad.get()));
+            return id == nullptr ? std::string() : id.get();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+void Player::setAudioTrack(unsigned int number)
+{
+    enqueue("setAudioTrackNo", [this, number] { doSetAudioTrack(number); });
+}
+
+void Player::setSubtitleTrack(unsigned int number)
+{
+    enqueue("setSubtitleTrackNo", [this, number] { doSetSubtitleTrack(number); });
+}
+
+void Player::setSubtitleUri(std::string const& uri)
+{
+    if (!uri.empty() && m_info && embeddedTexts() >= om::om_container_info_t::kTextCapacity)
+    {
+        m_events.refusal(om::OM_ERROR_LIMIT, "setSubtitleUri", "the list of tracks is full");
+        return;
+    }
+    m_subtitles.setUri(uri);
+}
+
+/// How many tracks of subtitles the medium itself brings to the list.
+int Player::embeddedTexts() const
+{
+    return std::min<int>(m_info->media.text_track_num, om::om_container_info_t::kTextCapacity);
+}
+
+bool Player::needsTracks()
+{
+    if (!needsOpen())
+    {
+        return false;
+    }
+    if (!m_info)
+    {
+        refuse(om::OM_ERROR_BAD_STATE, "its tracks are not known before it plays");
+    }
+    return m_info.has_value();
+}
+
+void Player::doSetAudioTrack(unsigned int number)
+{
+    if (!needsTracks())
+    {
+        return;
+    }
+    if (number >= static_cast<unsigned int>(m_info->container.audio_count))
+    {
+        refuse(om::OM_ERROR_BAD_ARGUMENT, "no such track");
+        return;
+    }
+    auto const track = static_cast<int>(number);
+    auto const chosen = [this, track](bool done)
+    {
+        if (!done)
+        {
+            refuse(om::OM_ERROR_NOT_SUPPORTED, "the track gives no sound");
+            return;
+        }
+        m_audioTrack = track;
+        tellTracks(StreamPad::Kind::audio);
+        finished();
+    };
+    track == m_audioTrack ? chosen(true) : switchAudio(track, chosen);
+}
+
+void Player::doSetSubtitleTrack(unsigned int number)
+{
+    if (!needsTracks())
+    {
+        return;
+    }
+    auto const embedded = static_cast<unsigned int>(embeddedTexts());
+    if (number < embedded)
+    {
+        chooseEmbedded(static_cast<int>(number));
+        return;
+    }
+    if (number == om::OM_TRACK_NONE)
+    {
+        m_subtitles.chooseNone();
+    }
+    else if (number == embedded && m_subtitles.hasExternal())
+    {
+        m_subtitles.chooseExternal();
+    }
+    else
+    {
+        refuse(om::OM_ERROR_BAD_ARGUMENT, "no such track");
+        return;
+    }
+    tellTracks(StreamPad::Kind::text);
+    finished();
+}
+
+/// Nothing is switched: the texts of all tracks are collected while it plays.
+void Player::chooseEmbedded(int number)
+{
+    auto const stream = std::make_shared<std::string>();
+    m_deck->operate(
+        Deck::Kind::query, deadline(),
+        [stream, number](Pipeline& pipeline)
+        {
+            *stream = textStream(pipeline, number);
+            return CallResult::done;
+        },
+        [this, stream, number](Deck::Outcome)
+        {
+            m_subtitles.chooseEmbedded(number, *stream);
+            tellTracks(StreamPad::Kind::text);
+            finished();
+        });
+}
+
+/// What stands has to play for a moment: then nobody hears it, and it goes back to where it stood.
+void Player::switchAudio(int number, Switched then)
+{
+    if (m_ended)
+    {
+        refuse(om::OM_ERROR_BAD_STATE, "the medium has ended");
+        return;
+    }
+    if (m_running)
+    {
+        passSwitch(number,
+                   [this, then = std::move(then)](bool done)
+                   {
+                       // What is on its way to the output still comes from the old track. Fetching it again from a
+                       // server or from the application takes longer than waiting for its end.
+                       isFile() && isSeekable() ? flushTo(std::nullopt, [then, done] { then(done); }) : then(done);
+                   });
+        return;
+    }
+    if (!isSeekable())
+    {
+        refuse(om::OM_ERROR_NOT_SUPPORTED, "the medium cannot do that while it stands still");
+        return;
+    }
+    readPosition(
+        [this, number, then = std::move(then)]
+        {
+            Sound silent = m_sound;
+            silent.setMute(true);
+            m_deck->tell([silent, speed = m_speed](Pipeline& pipeline) { silent.apply(pipeline, speed); });
+            m_deck->operate(
+                Deck::Kind::state, deadline(),
+                [](Pipeline& pipeline) { return pipeline.changeState(GST_STATE_PLAYING); },
+                [this, number, then](Deck::Outcome)
+                { passSwitch(number, [this, then](bool done) { standAgain([then, done] { then(done); }); }); });
+        });
+}
+
+void Player::passSwitch(int number, Switched then)
+{
+    m_deck->operate(
+        Deck::Kind::query, deadline(),
+        [number, former = m_audioTrack](Pipeline& pipeline) { return pipeline.switchAudio(number, former); },
+        [then = std::move(then)](Deck::Outcome outcome) { then(outcome == Deck::Outcome::done); });
+}
+
+void Player::standAgain(Then then)
+{
+    m_deck->operate(
+        Deck::Kind::state, deadline(), [](Pipeline& pipeline) { return pipeline.changeState(GST_STATE_PAUSED); },
+        [this, then = std::move(then)](Deck::Outcome)
+        {
+            flushTo(m_position,
+                    [this, then]
+                    {
+                        applySound();
+                        then();
+                    });
+        });
+}
+
+/// Seeks without a word to the client. @param position nothing: to where it is
+void Player::flushTo(std::optional<std::int64_t> position, Then then)
+{
+    m_endArrived = false;
+    m_deck->operate(
+        Deck::Kind::seek, deadline(),
+        [position, last = m_position, rate = rateOf(m_speed)](Pipeline& pipeline) {
+            return pipeline.seek(rate, position ? *position : pipeline.position().value_or(last), om::OM_SEEK_ACCURATE);
+        },
+        [then = std::move(then)](Deck::Outcome) { then(); });
+}
+
+void Player::completeTracks(MediaInfo& info) const
+{
+    om::om_container_info_t& container = info.container;
+    container.audio_selected = std::min(m_audioTrack, container.audio_count - 1);
+    m_subtitles.complete(container, std::min<int>(info.media.text_track_num, om::om_container_info_t::kTextCapacity));
+}
+
+/// Reports which track is chosen, and the list when that has changed with it.
+void Player::tellTracks(StreamPad::Kind kind)
+{
+    om::om_container_info_t const before = m_info->container;
+    completeTracks(*m_info);
+    om::om_container_info_t const& container = m_info->container;
+    if (std::memcmp(&before, &container, sizeof before) != 0)
+    {
+        m_events.containerInfo(container);
+    }
+    bool const isAudio = kind == StreamPad::Kind::audio;
+    om::om_track_detail_t track;
+    std::memset(&track, 0, sizeof track);
+    track.track_type = isAudio ? om::OM_STREAM_TYPE_AUDIO : om::OM_STREAM_TYPE_SUBTITLE;
+    track.track_no = isAudio ? container.audio_selected : container.text_selected;
+    track.stream.id = -1;
+    if (track.track_no >= 0)
+    {
+        track.stream = (isAudio ? container.audios_detail : container.subtitle_detail)[track.track_no];
+    }
+    m_events.trackChanged(track);
+}
+
+void Player::askSubtitlePosition(std::function<void(std::int64_t)> answer)
+{
+    askPosition(
+        [answer = std::move(answer)](std::optional<std::int64_t> position)
+        {
+            if (position)
+            {
+                answer(*position);
+            }
+        });
+}
+
+void Player::onSubtitlesLoaded()
+{
+    if (m_info)
+    {
+        tellTracks(StreamPad::Kind::text);
+    }
+}
+
+void Player::onSubtitleRefusal(Fault const& fault, char const* command)
+{
+    m_events.refusal(fault.code, command, fault.text);
+}
+
+} // namespace tz::orvane::service
