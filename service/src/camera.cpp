@@ -16,17 +16,12 @@ namespace
 /// A source fetches its picture as soon as the one before is out, and holds it until its time.
 constexpr GstClockTime kFetchedAhead = 50 * GST_MSECOND;
 
-/// @return when the part that a pad adds to the picture was due, 0 when it adds none
+/// @return when the part that a pad adds to the picture was fetched, 0 when it adds none
 GstClockTime timeOf(GstAggregator* mixer, GstAggregatorPad* pad)
 {
     SamplePtr const sample(gst_aggregator_peek_next_sample(mixer, pad));
-    if (sample == nullptr || gst_sample_get_buffer(sample.get()) == nullptr)
-    {
-        return 0;
-    }
-    GstClockTime const time = gst_segment_to_running_time(gst_sample_get_segment(sample.get()), GST_FORMAT_TIME,
-                                                          GST_BUFFER_PTS(gst_sample_get_buffer(sample.get())));
-    return GST_CLOCK_TIME_IS_VALID(time) ? time : 0;
+    GstBuffer* const part = sample == nullptr ? nullptr : gst_sample_get_buffer(sample.get());
+    return part == nullptr || !GST_BUFFER_OFFSET_IS_VALID(part) ? 0 : GST_BUFFER_OFFSET(part);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "frame_tap.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace tz::orvane::service
@@ -12,9 +13,6 @@ namespace tz::orvane::service
 namespace
 {
 
-/// Pixels of either side. The screen handles each picture many times, also when it never changes: a photo of any size
-/// would bring it to a standstill.
-constexpr int kLargestPicture = 3840;
 constexpr guint kTapBuffers = 2;
 
 /// Counts the element's own threads that run; those of adaptive streaming do not show in its pads.
@@ -131,9 +129,9 @@ char const* missingElement(AudioOutput output)
     return missingAudioElement(output);
 }
 
-GstElement* makeVideoOutlet(std::string const& channel, std::shared_ptr<FrameTap> const& tap)
+GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings, std::shared_ptr<FrameTap> const& tap)
 {
-    std::string const limit = std::to_string(kLargestPicture);
+    std::string const limit = std::to_string(2 * std::max(settings.screenWidth, settings.screenHeight));
     std::string const toScreen =
         "videoscale ! video/x-raw,width=[1," + limit + "],height=[1," + limit + "] ! intervideosink channel=" + channel;
     GstElement* const sink = gst_parse_bin_from_description(toScreen.c_str(), TRUE, nullptr);

@@ -109,8 +109,9 @@ private:
 /// @return the name of an element that every pipeline needs and that is not installed; null when all are there
 char const* missingElement(AudioOutput output);
 
-/// The end of every picture: hands it to the screen, and to `tap` unless that is null.
-/// @return an element with a floating reference
-GstElement* makeVideoOutlet(std::string const& channel, std::shared_ptr<FrameTap> const& tap);
+/// The end of every picture: hands it to the screen, and to `tap` unless that is null. The screen handles each picture
+/// many times, also when it never changes: those with a side of more than twice the screen's longer one would bring it
+/// to a standstill, and reach it smaller. @return an element with a floating reference
+GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings, std::shared_ptr<FrameTap> const& tap);
 
 } // namespace tz::orvane::service

@@ -65,7 +65,8 @@ bool Player::needsOpen()
 std::unique_ptr<Pipeline> Player::makePipeline(ScreenInput const& input)
 {
     GstElement* const audio = makeAudioChain(m_host.settings.audio);
-    GstElement* const video = makeVideoOutlet(input.channel(), m_frames == nullptr ? nullptr : m_frames->tap());
+    GstElement* const video =
+        makeVideoOutlet(input.channel(), m_host.settings, m_frames == nullptr ? nullptr : m_frames->tap());
     m_gauges = std::make_unique<Gauges>(audio, video);
     switch (m_medium.kind)
     {

@@ -15,6 +15,8 @@ namespace
 constexpr char kLogFile[] = "screen_stage";
 constexpr char kLogClass[] = "ScreenStage";
 
+constexpr GstClockTime kLate = 2 * GST_SECOND / kScreenRate;
+
 /// How small a picture is that begins to grow.
 constexpr double kSmallest = 0.05;
 
@@ -72,15 +74,16 @@ bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const
     // The source repeats the last picture of its channel for ever. What is placed is what the layout says, whatever the
     // shape of the pixels was.
     std::string const chain = "intervideosrc channel=" + channel + " timeout=" + std::to_string(GST_CLOCK_TIME_NONE) +
-                              " ! videoconvert name=convert ! videoflip name=flip ! videocrop name=crop ! "
-                              "capssetter caps=video/x-raw,pixel-aspect-ratio=1/1 ! "
-                              "queue max-size-buffers=4 max-size-bytes=0 max-size-time=0";
+                              " ! videoconvert name=convert qos=false ! videoflip name=flip qos=false ! "
+                              "videocrop name=crop qos=false ! capssetter caps=video/x-raw,pixel-aspect-ratio=1/1 ! "
+                              "queue name=ready max-size-buffers=4 max-size-bytes=0 max-size-time=0";
     GstElement* const input = gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
     if (input == nullptr)
     {
         return false;
     }
     ObjectPtr<GstElement> const convert = childOf(input, "convert");
+    ObjectPtr<GstElement> const ready = childOf(input, "ready");
     m_flip = childOf(input, "flip");
     m_crop = childOf(input, "crop");
     m_pad.reset(gst_element_request_pad_simple(mixer, "sink_%u"));
@@ -88,6 +91,7 @@ bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const
     constexpr int kData = GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM;
     watch(convert.get(), kData | GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, onFetched, this);
     watch(m_crop.get(), kData, onTurned, this);
+    watch(ready.get(), GST_PAD_PROBE_TYPE_BUFFER, onReady, this);
     gst_bin_add(GST_BIN(pipeline), input);
     ObjectPtr<GstPad> const source(gst_element_get_static_pad(input, "src"));
     return m_text.join(pipeline, source.get(), m_pad.get()) && gst_element_sync_state_with_parent(input) != FALSE;
@@ -127,8 +131,29 @@ GstPadProbeReturn InputChain::onTurned(GstPad*, GstPadProbeInfo* info, gpointer 
     return GST_PAD_PROBE_OK;
 }
 
+/// What is shown too late is better than what is never shown: a picture that took long belongs to the present.
+GstPadProbeReturn InputChain::onReady(GstPad*, GstPadProbeInfo* info, gpointer self)
+{
+    InputChain& chain = *static_cast<InputChain*>(self);
+    GstBuffer* const picture = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
+    GstClockTime const now = chain.now();
+    bool const late = now > GST_BUFFER_PTS(picture) + kLate;
+    chain.m_time = std::max(late ? now : GST_BUFFER_PTS(picture), chain.m_time); // never backwards
+    GST_BUFFER_PTS(picture) = chain.m_time;
+    GST_BUFFER_OFFSET(picture) = chain.m_fetched; // for the camera
+    GST_PAD_PROBE_INFO_DATA(info) = picture;
+    return GST_PAD_PROBE_OK;
+}
+
+GstClockTime InputChain::now() const
+{
+    GstClockTime const time = gst_element_get_current_running_time(m_flip.get());
+    return GST_CLOCK_TIME_IS_VALID(time) ? time : 0;
+}
+
 void InputChain::turn()
 {
+    m_fetched = now();
     m_look = m_shared->get();
     if (m_look.orientation.method() != m_method)
     {

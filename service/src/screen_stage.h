@@ -32,8 +32,10 @@ public:
 
 private:
     static GstPadProbeReturn onFetched(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onReady(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onTurned(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
+    GstClockTime now() const;
     void turn();
     void uncut();
     void readSize(GstCaps* caps);
@@ -50,6 +52,8 @@ private:
 
     // Of the input's thread.
     PictureLook m_look;
+    GstClockTime m_fetched = 0;
+    GstClockTime m_time = 0; ///< of the last picture
     PictureSize m_size;
     GstVideoOrientationMethod m_method = GST_VIDEO_ORIENTATION_IDENTITY;
     Placement m_placement;
