@@ -7,14 +7,14 @@ packages_of() {
     build) echo g++ cmake ninja-build pkg-config ;;
     play)
         packages_of build
-        echo libcli11-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev
+        echo libcli11-dev nlohmann-json3-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev
         echo gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
         echo gstreamer1.0-x gstreamer1.0-alsa gstreamer1.0-pulseaudio libexif-dev fonts-dejavu-core
         ;;
     demo) echo gstreamer1.0-tools ;;
     test)
         packages_of play
-        echo googletest libbenchmark-dev libgstrtspserver-1.0-dev nlohmann-json3-dev ffmpeg libimage-exiftool-perl
+        echo googletest libbenchmark-dev libgstrtspserver-1.0-dev ffmpeg libimage-exiftool-perl
         ;;
     arm) echo g++-arm-linux-gnueabihf qemu-user ;;
     fuzz) echo clang libclang-rt-14-dev libglib2.0-dev libexif-dev ;;
