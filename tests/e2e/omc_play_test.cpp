@@ -6,11 +6,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -90,15 +92,32 @@ protected:
 class OmcPlayOnATerminal : public OmcPlay
 {
 protected:
-    OmcPlayOnATerminal()
-        : m_player(command({media("v.mp4")}), ToolProcess::Output::terminal)
+    bool hasLineEditing() const { return (m_player.terminalSettings().c_lflag & (ICANON | ECHO)) == (ICANON | ECHO); }
+
+    explicit OmcPlayOnATerminal(std::string const& medium = "v.mp4")
+        : m_player(command({media(medium)}), ToolProcess::Output::terminal)
     {
         EXPECT_TRUE(m_player.waitFor("playing")) << m_player.out();
     }
 
-    bool hasLineEditing() const { return (m_player.terminalSettings().c_lflag & (ICANON | ECHO)) == (ICANON | ECHO); }
+    /// Presses a key and waits for what it brings about.
+    void expect(char const* key, char const* shown)
+    {
+        m_player.type(key);
+        EXPECT_TRUE(m_player.waitFor(shown)) << m_player.out();
+    }
 
     ToolProcess m_player;
+};
+
+/// With two tracks of sound and two of subtitles.
+class OmcPlayWithTracks : public OmcPlayOnATerminal
+{
+protected:
+    OmcPlayWithTracks()
+        : OmcPlayOnATerminal("chapters.mkv")
+    {
+    }
 };
 
 TEST_F(OmcPlay, playsAFileToItsEndAndPrintsPlainLines)
@@ -136,6 +155,49 @@ TEST_F(OmcPlay, tellsAboutAFileWithoutPlayingIt)
     EXPECT_THAT(player.out(), HasSubstr("\nResolution:    320x180\nFrame rate:    25 fps\n"));
     EXPECT_THAT(player.out(), HasSubstr("\nVideo:         H.264 320x180 25 fps\n"));
     EXPECT_THAT(player.out(), HasSubstr("\nAudio track 1: AAC 48000 Hz stereo"));
+}
+
+TEST_F(OmcPlay, tellsChaptersAndTracks)
+{
+    ToolProcess player(command({"--info", media("chapters.mkv")}));
+    EXPECT_EQ(player.wait(), 0) << player.err();
+    EXPECT_THAT(player.out(), HasSubstr("\nAudio track 2: MP3 44100 Hz mono, deu, audio/mpeg\n"));
+    EXPECT_THAT(player.out(), HasSubstr("\nSubtitles 1:   eng, application/x-subrip\n"));
+    EXPECT_THAT(player.out(), HasSubstr("\nChapter 2:     0:03.000 - 0:07.000, Middle\n"));
+}
+
+TEST_F(OmcPlay, tellsWhatAPhotoKnowsOfItself)
+{
+    ToolProcess player(command({"--info", media("exif.jpg")}));
+    EXPECT_EQ(player.wait(), 0) << player.err();
+    EXPECT_THAT(player.out(),
+                HasSubstr("\nCamera:        Test Maker Model 1000\nTaken:         2024-02-03 04:05:06\n"));
+    EXPECT_THAT(player.out(), HasSubstr("\nOrientation:   90 degrees\nLocation:      37.5665, 126.978, 38 m\n"));
+}
+
+TEST_F(OmcPlay, tellsItToProgramsToo)
+{
+    ToolProcess player(command({"--info", "--json", media("chapters.mkv"), media("none.mp4"), media("exif.jpg")}));
+    EXPECT_EQ(player.wait(), 1);
+    EXPECT_THAT(player.err(), HasSubstr("none.mp4: not found"));
+    std::istringstream lines(player.out());
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line));
+    auto const film = nlohmann::json::parse(line);
+    EXPECT_EQ(film["uri"], media("chapters.mkv"));
+    EXPECT_EQ(film["audio_tracks"][1]["language"], "deu");
+    EXPECT_EQ(film["chapters"][2]["title"], "End");
+    ASSERT_TRUE(std::getline(lines, line));
+    auto const photo = nlohmann::json::parse(line);
+    EXPECT_EQ(photo["type"], "photo");
+    EXPECT_NEAR(photo["exif"]["latitude"], 37.5665, 0.0001);
+    EXPECT_FALSE(std::getline(lines, line));
+}
+
+TEST_F(OmcPlay, wantsInfoForJson)
+{
+    ToolProcess player(command({"--json", media("v.mp4")}));
+    EXPECT_EQ(player.wait(), 2);
 }
 
 TEST_F(OmcPlay, saysWhichFileIsMissing)
@@ -243,10 +305,47 @@ TEST_F(OmcPlayOnATerminal, showsABarAndObeysKeys)
     m_player.type(".");
     m_player.type(" ");
     EXPECT_TRUE(m_player.waitFor("playing ")) << m_player.out();
-    m_player.type("]");
-    EXPECT_TRUE(m_player.waitFor(" 2x ")) << m_player.out();
+    expect("]", " 2x ");
     m_player.type("q");
     EXPECT_EQ(m_player.wait(), 0);
+}
+
+TEST_F(OmcPlayOnATerminal, changesSoundAndPicture)
+{
+    m_player.type(" "); // the clip must not end meanwhile
+    expect("m", "muted");
+    expect("m", "vol 100");
+    expect("r", "rotated 90");
+    expect("z", "filled");
+    expect("+", "zoom 150%");
+    expect("-", "zoom 100%");
+    expect("a", "no other sound");
+    expect("s", "no subtitles");
+    m_player.type("q");
+    EXPECT_EQ(m_player.wait(), 0);
+    EXPECT_THAT(m_player.out(), Not(HasSubstr("omc-play: "))) << "something was refused";
+}
+
+TEST_F(OmcPlayOnATerminal, playsBackwards)
+{
+    m_player.type(kRight);
+    m_player.type(" ");
+    EXPECT_TRUE(m_player.waitFor("paused "));
+    expect("[", " 0.5x ");
+    expect("[", " -1x ");
+    m_player.type("q");
+    EXPECT_EQ(m_player.wait(), 0);
+}
+
+TEST_F(OmcPlayWithTracks, goesThroughSoundAndSubtitles)
+{
+    expect("a", "audio 2/2, deu");
+    expect("s", "subtitles 1/2, eng");
+    expect("s", "subtitles 2/2, deu");
+    expect("s", "subtitles off");
+    m_player.type("q");
+    EXPECT_EQ(m_player.wait(), 0);
+    EXPECT_THAT(m_player.out(), Not(HasSubstr("omc-play: "))) << "something was refused";
 }
 
 TEST_F(OmcPlayOnATerminal, skipsToTheEndWithTheRightArrow)

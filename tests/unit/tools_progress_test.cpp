@@ -23,7 +23,7 @@ using Keys = std::vector<Key>;
 
 Progress halfway()
 {
-    return {"playing", 5000, 10000, 16, 80};
+    return {"playing", 5000, 10000, 16, 80, false, {}};
 }
 
 TEST(ProgressLine, fillsTheWidthWithTheBar)
@@ -73,10 +73,27 @@ TEST(ProgressLine, showsOtherSpeeds)
     EXPECT_NE(progressLine(progress, 60).find("  -2x  "), std::string::npos);
 }
 
+TEST(ProgressLine, showsThatTheSoundIsOff)
+{
+    Progress progress = halfway();
+    progress.muted = true;
+    EXPECT_EQ(progressLine(progress, 40), "playing   0:05 / 0:10  1x  muted");
+}
+
+TEST(ProgressLine, endsWithWhatTheUserHasChanged)
+{
+    Progress progress = halfway();
+    progress.note = "audio 2/2, \x1b";
+    EXPECT_EQ(progressLine(progress, 60), "playing   0:05 / 0:10  [====>----]  1x  vol 80  audio 2/2, \xEF\xBF\xBD");
+    EXPECT_EQ(progressLine(progress, 40), "playing   0:05 / 0:10  1x  vol 80");
+}
+
 TEST(KeyDecoder, knowsPlainKeysAndIgnoresOthers)
 {
     EXPECT_EQ(KeyDecoder().feed(" xn,.[]q"), (Keys{Key::togglePause, Key::next, Key::stepBack, Key::stepForward,
                                                    Key::slower, Key::faster, Key::quit}));
+    EXPECT_EQ(KeyDecoder().feed("masrz+-"),
+              (Keys{Key::mute, Key::audioTrack, Key::subtitle, Key::rotate, Key::zoomMode, Key::zoomIn, Key::zoomOut}));
 }
 
 TEST(KeyDecoder, knowsArrowsInBothFormsOfTheKeypad)

@@ -2,12 +2,12 @@
 // The library's callbacks, turned into events for the main thread.
 #include "omc_play/listeners.h"
 
+#include "omc_play/properties.h"
 #include "orvane/om_enums.h"
 #include "orvane/om_property_group.h"
 #include "orvane/om_service.h"
 #include "presentation/text.h"
 
-#include <cstdlib>
 #include <string>
 
 namespace tz::orvane::tools
@@ -15,12 +15,6 @@ namespace tz::orvane::tools
 
 namespace
 {
-
-long long numberOf(om::OmPropertyGroup const& properties, char const* key, long long otherwise)
-{
-    std::string const text = properties.get(key);
-    return text.empty() ? otherwise : std::strtoll(text.c_str(), nullptr, 10);
-}
 
 std::string detailOf(om::OmPropertyGroup const& properties)
 {

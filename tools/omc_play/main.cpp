@@ -37,7 +37,7 @@ std::unique_ptr<View> makeView(Output& output, Options const& options, Terminal 
 {
     if (options.info)
     {
-        return makeReportView(output);
+        return options.json ? makeJsonView(output) : makeReportView(output);
     }
     return terminal != nullptr ? makeBarView(output, *terminal) : makePlainView(output);
 }

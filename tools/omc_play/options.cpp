@@ -26,7 +26,13 @@ Keys, on a terminal:
   , .          1 second back, forward
   home         to the beginning
   up, down     volume
-  [ ]          slower, faster
+  m            sound off, on
+  [ ]          slower and backwards, faster
+  a            next audio track
+  s            next subtitles, none behind the last
+  r            turn the picture
+  z            whole, filled, stretched
+  + -          larger, smaller
   n            next file
   q, escape    quit
 
@@ -52,7 +58,8 @@ ParsedOptions parseOptions(int argc, char** argv)
     CLI::App app(kDescription, "omc-play");
     app.footer(kFooter);
     app.add_option("media", options.media, "Files and URIs")->required()->type_name("FILE|URI");
-    app.add_flag("--info", options.info, "Print what is known of each one instead of playing it");
+    auto* const info = app.add_flag("--info", options.info, "Print what is known of each one instead of playing it");
+    app.add_flag("--json", options.json, "With --info: a line with a JSON object for each one")->needs(info);
     app.add_option("--start", start, "Begin at this position, in seconds")
         ->check(CLI::Range(0.0, 1e9))
         ->type_name("SECONDS");

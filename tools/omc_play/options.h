@@ -15,8 +15,10 @@ struct Options
 {
     std::vector<std::string> media; ///< URIs, and absolute paths
     bool info = false;
+    bool json = false;   ///< with info: for programs
     long long start = 0; ///< milliseconds
     int volume = 100;
+    bool muted = false;
     LaunchOptions launch;
 };
 

@@ -2,6 +2,7 @@
 // One medium from opening to its end.
 #include "omc_play/playback.h"
 
+#include "omc_play/properties.h"
 #include "orvane/om_property_group.h"
 #include "orvane/om_service.h"
 #include "presentation/labels.h"
@@ -22,9 +23,32 @@ constexpr std::chrono::seconds kOpenDeadline{30};
 constexpr std::chrono::seconds kPhotoTime{5};
 constexpr long long kSkip = 10000; ///< milliseconds
 constexpr long long kStep = 1000;  ///< milliseconds
-constexpr int kVolumeStep = 5;
-constexpr om::om_play_speed_e kSpeeds[] = {om::OM_PLAY_SPEED_HALF, om::OM_PLAY_SPEED_NORMAL, om::OM_PLAY_SPEED_2X,
-                                           om::OM_PLAY_SPEED_4X, om::OM_PLAY_SPEED_8X};
+constexpr om::om_play_speed_e kSpeeds[] = {
+    om::OM_PLAY_SPEED_BACKWARD_8X, om::OM_PLAY_SPEED_BACKWARD_4X, om::OM_PLAY_SPEED_BACKWARD_2X,
+    om::OM_PLAY_SPEED_BACKWARD_1X, om::OM_PLAY_SPEED_HALF,        om::OM_PLAY_SPEED_NORMAL,
+    om::OM_PLAY_SPEED_2X,          om::OM_PLAY_SPEED_4X,          om::OM_PLAY_SPEED_8X};
+
+/// A service that counts wrong must not keep the tool asking for ever.
+constexpr long long kMostChapters = 1000;
+
+std::vector<Chapter> chaptersOf(om::OmIMediaPlayer& player)
+{
+    std::vector<Chapter> chapters;
+    long long count = 1;
+    for (long long index = 0; index < std::min(count, kMostChapters); ++index)
+    {
+        om::OmPropertyGroup group;
+        group.add(om::OM_KEY_INDEX, std::to_string(index).c_str());
+        if (player.doExtendCommand(om::OM_COMMAND_CHAPTER, group) < 0)
+        {
+            break;
+        }
+        count = numberOf(group, om::OM_KEY_COUNT, 0);
+        chapters.push_back({numberOf(group, om::OM_KEY_START, 0), numberOf(group, om::OM_KEY_END, -1),
+                            group.get(om::OM_KEY_TITLE), group.get(om::OM_KEY_LANG)});
+    }
+    return chapters;
+}
 
 } // namespace
 
@@ -42,6 +66,7 @@ Playback::Playback(Surroundings const& surroundings, std::string uri, unsigned i
         return;
     }
     m_player->addListener(&m_listener);
+    m_adjustments.emplace(*m_player, m_surroundings.options);
     m_deadline = Clock::now() + kOpenDeadline;
     om::OmPropertyGroup properties;
     send(m_player->prepare(m_uri, properties, om::OM_PREPARE_DEFAULT));
@@ -87,7 +112,7 @@ void Playback::begin()
 {
     m_opened = true;
     m_deadline.reset();
-    OpenedMedium medium;
+    Medium medium;
     medium.uri = m_uri;
     if (m_player->getMediaInfo(medium.info) < 0 || m_player->getContainerInfo(medium.container) < 0)
     {
@@ -96,6 +121,12 @@ void Playback::begin()
     }
     m_duration = medium.info.duration;
     m_isPhoto = medium.info.media_type == om::OM_MEDIA_TYPE_PHOTO;
+    if (m_surroundings.options.info)
+    {
+        medium.chapters = chaptersOf(*m_player);
+        om::om_exif_info_t exif{};
+        medium.exif = m_player->getExifInfo(exif) < 0 ? std::nullopt : std::optional<om::om_exif_info_t>(exif);
+    }
     m_surroundings.view.opened(medium);
     if (m_surroundings.options.info)
     {
@@ -108,7 +139,7 @@ void Playback::begin()
         m_deadline = Clock::now() + kPhotoTime;
     }
     m_position = m_surroundings.options.start;
-    send(m_player->setVolume(m_surroundings.options.volume));
+    send(m_adjustments->begin(medium.container));
     if (m_state != om::OM_STATE_PLAYING)
     {
         send(m_player->start(m_position));
@@ -173,6 +204,7 @@ void Playback::on(Fault const& event)
     {
         m_seekSent.reset();
         m_seekWanted.reset();
+        m_adjustments->forgetNote();
         om::om_play_speed_e speed = om::OM_PLAY_SPEED_NORMAL;
         if (m_player->getSpeed(speed) >= 0)
         {
@@ -228,12 +260,6 @@ void Playback::press(Key key)
     case Key::home:
         seekTo(0);
         break;
-    case Key::louder:
-        changeVolume(kVolumeStep);
-        break;
-    case Key::softer:
-        changeVolume(-kVolumeStep);
-        break;
     case Key::faster:
         changeSpeed(1);
         break;
@@ -241,6 +267,7 @@ void Playback::press(Key key)
         changeSpeed(-1);
         break;
     default:
+        send(m_adjustments->press(key).value_or(0));
         break;
     }
     show();
@@ -281,13 +308,6 @@ void Playback::changeSpeed(int direction)
     auto const index = std::clamp<long long>(current - begin + direction, 0, std::end(kSpeeds) - begin - 1);
     m_speed = kSpeeds[index];
     send(m_player->speed(kSpeeds[index], 0));
-}
-
-void Playback::changeVolume(int difference)
-{
-    int& volume = m_surroundings.options.volume;
-    volume = std::clamp(volume + difference, 0, 100);
-    send(m_player->setVolume(volume));
 }
 
 void Playback::suspend()
@@ -370,7 +390,9 @@ void Playback::show()
     // Before it is open there is nothing to show but its name.
     if (m_opened)
     {
-        m_surroundings.view.progress({stateText(), m_position, m_duration, m_speed, m_surroundings.options.volume});
+        Options const& options = m_surroundings.options;
+        m_surroundings.view.progress(
+            {stateText(), m_position, m_duration, m_speed, options.volume, options.muted, m_adjustments->note()});
     }
 }
 

@@ -2,6 +2,7 @@
 // One medium from opening to its end.
 #pragma once
 
+#include "omc_play/adjustments.h"
 #include "omc_play/event_queue.h"
 #include "omc_play/listeners.h"
 #include "omc_play/options.h"
@@ -39,7 +40,7 @@ public:
         om::OmIConnection& connection;
         EventQueue& queue;
         View& view;
-        Options& options; ///< the volume is changed, so that the next medium keeps it
+        Options& options; ///< the loudness is changed, so that the next medium keeps it
         bool hasUser;     ///< somebody can press keys
     };
 
@@ -79,7 +80,6 @@ private:
     void seekBy(long long distance);
     void seekTo(long long position);
     void changeSpeed(int direction);
-    void changeVolume(int difference);
 
     void send(int result);
     void finish(Outcome outcome);
@@ -93,6 +93,7 @@ private:
     unsigned int m_medium;
     PlayerListener m_listener;
     om::OmIMediaPlayer* m_player; ///< owned by the connection, given back at the end
+    std::optional<Adjustments> m_adjustments;
 
     om::om_state_e m_state = om::OM_STATE_NULL;
     int m_flags = 0;

@@ -2,6 +2,7 @@
 // What the user sees.
 #include "omc_play/view.h"
 
+#include "presentation/media_json.h"
 #include "presentation/media_report.h"
 #include "presentation/media_uri.h"
 #include "presentation/text.h"
@@ -18,7 +19,7 @@ namespace
 constexpr char kClearLine[] = "\r\x1b[K";
 
 /// Title and formats, one a line, each ended.
-std::string headingOf(OpenedMedium const& medium)
+std::string headingOf(Medium const& medium)
 {
     std::string const summary = formatSummary(medium.info);
     return titleOf(medium.info, medium.uri) + "\n" + (summary.empty() ? "" : summary + "\n");
@@ -40,7 +41,7 @@ public:
         redraw();
     }
 
-    void opened(OpenedMedium const& medium) override { print(kClearLine + headingOf(medium)); }
+    void opened(Medium const& medium) override { print(kClearLine + headingOf(medium)); }
 
     void progress(Progress const& progress) override
     {
@@ -111,7 +112,7 @@ public:
         m_times.clear();
     }
 
-    void opened(OpenedMedium const& medium) override { m_output.write(headingOf(medium)); }
+    void opened(Medium const& medium) override { m_output.write(headingOf(medium)); }
 
     void progress(Progress const& progress) override
     {
@@ -144,9 +145,9 @@ public:
 
     void opening(std::string const&) override {}
 
-    void opened(OpenedMedium const& medium) override
+    void opened(Medium const& medium) override
     {
-        m_output.write((m_first ? "" : "\n") + mediaReport(medium.uri, medium.info, medium.container));
+        m_output.write((m_first ? "" : "\n") + mediaReport(medium));
         m_first = false;
     }
 
@@ -155,6 +156,22 @@ public:
 private:
     Output& m_output;
     bool m_first = true;
+};
+
+class JsonView : public View
+{
+public:
+    explicit JsonView(Output& output)
+        : m_output(output)
+    {
+    }
+
+    void opening(std::string const&) override {}
+    void opened(Medium const& medium) override { m_output.write(mediaJson(medium)); }
+    void progress(Progress const&) override {}
+
+private:
+    Output& m_output;
 };
 
 } // namespace
@@ -177,6 +194,11 @@ std::unique_ptr<View> makePlainView(Output& output)
 std::unique_ptr<View> makeReportView(Output& output)
 {
     return std::make_unique<ReportView>(output);
+}
+
+std::unique_ptr<View> makeJsonView(Output& output)
+{
+    return std::make_unique<JsonView>(output);
 }
 
 } // namespace tz::orvane::tools

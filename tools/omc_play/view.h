@@ -4,7 +4,7 @@
 
 #include "common/output.h"
 #include "omc_play/terminal.h"
-#include "orvane/om_records.h"
+#include "presentation/medium.h"
 #include "presentation/progress_line.h"
 
 #include <memory>
@@ -13,14 +13,6 @@
 namespace tz::orvane::tools
 {
 
-/// A medium that was opened.
-struct OpenedMedium
-{
-    std::string uri;
-    om::om_media_info_t info = {};
-    om::om_container_info_t container = {};
-};
-
 /// Shows what happens; used on the main thread only.
 class View
 {
@@ -28,7 +20,7 @@ public:
     virtual ~View() = default;
 
     virtual void opening(std::string const& uri) = 0;
-    virtual void opened(OpenedMedium const& medium) = 0;
+    virtual void opened(Medium const& medium) = 0;
 
     /// State, time, speed or volume may have changed.
     virtual void progress(Progress const& progress) = 0;
@@ -54,5 +46,8 @@ std::unique_ptr<View> makePlainView(Output& output);
 
 /// Only a report about each medium.
 std::unique_ptr<View> makeReportView(Output& output);
+
+/// The same for programs: a line with a JSON object for each.
+std::unique_ptr<View> makeJsonView(Output& output);
 
 } // namespace tz::orvane::tools

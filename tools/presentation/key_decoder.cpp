@@ -14,27 +14,28 @@ namespace
 constexpr char kEscape = '\x1b';
 constexpr std::size_t kLongestSequence = 16;
 
+struct PlainKey
+{
+    char byte;
+    Key key;
+};
+
+constexpr PlainKey kPlainKeys[] = {
+    {' ', Key::togglePause}, {',', Key::stepBack},   {'.', Key::stepForward}, {'[', Key::slower}, {']', Key::faster},
+    {'m', Key::mute},        {'a', Key::audioTrack}, {'s', Key::subtitle},    {'r', Key::rotate}, {'z', Key::zoomMode},
+    {'+', Key::zoomIn},      {'-', Key::zoomOut},    {'n', Key::next},        {'q', Key::quit},
+};
+
 std::optional<Key> plainKey(char byte)
 {
-    switch (byte)
+    for (PlainKey const& plain : kPlainKeys)
     {
-    case ' ':
-        return Key::togglePause;
-    case ',':
-        return Key::stepBack;
-    case '.':
-        return Key::stepForward;
-    case '[':
-        return Key::slower;
-    case ']':
-        return Key::faster;
-    case 'n':
-        return Key::next;
-    case 'q':
-        return Key::quit;
-    default:
-        return std::nullopt;
+        if (plain.byte == byte)
+        {
+            return plain.key;
+        }
     }
+    return std::nullopt;
 }
 
 /// @param sequence what follows the escape character, complete

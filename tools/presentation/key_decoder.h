@@ -21,6 +21,13 @@ enum class Key
     faster,
     slower,
     home,
+    mute,
+    audioTrack,
+    subtitle,
+    rotate,
+    zoomMode,
+    zoomIn,
+    zoomOut,
     next,
     quit,
 };

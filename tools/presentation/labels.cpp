@@ -101,6 +101,23 @@ constexpr Label kErrors[] = {
     {om::OM_ERROR_LIMIT, "the media service has reached its limit"},
 };
 
+constexpr Label kMediaTypes[] = {
+    {om::OM_MEDIA_TYPE_VIDEO, "video"},
+    {om::OM_MEDIA_TYPE_AUDIO, "audio"},
+    {om::OM_MEDIA_TYPE_PHOTO, "photo"},
+};
+
+constexpr Label kHdrTypes[] = {
+    {om::OM_HDR_TYPE_PQ, "PQ"},
+    {om::OM_HDR_TYPE_HLG, "HLG"},
+};
+
+constexpr Label kCapabilities[] = {
+    {om::OM_CAP_SEEKABLE, "seek"},
+    {om::OM_CAP_SPEEDABLE, "speed"},
+    {om::OM_CAP_LIVE, "live"},
+};
+
 template <std::size_t N> char const* labelOf(Label const (&labels)[N], int value, char const* otherwise)
 {
     for (Label const& label : labels)
@@ -128,6 +145,53 @@ char const* audioCodecLabel(int codec)
 char const* errorLabel(unsigned int code)
 {
     return labelOf(kErrors, static_cast<int>(code), "failed for an unknown reason");
+}
+
+char const* mediaTypeLabel(int type)
+{
+    return labelOf(kMediaTypes, type, "");
+}
+
+char const* hdrLabel(int type)
+{
+    return labelOf(kHdrTypes, type, "");
+}
+
+std::vector<std::string> capabilityLabels(int flags)
+{
+    std::vector<std::string> labels;
+    for (Label const& capability : kCapabilities)
+    {
+        if ((flags & capability.value) != 0)
+        {
+            labels.emplace_back(capability.text);
+        }
+    }
+    return labels;
+}
+
+std::string dateLabel(om::om_date_t const& date)
+{
+    char buffer[64];
+    std::string label;
+    if (date.year <= 0)
+    {
+        return label;
+    }
+    std::snprintf(buffer, sizeof(buffer), "%04d", date.year);
+    label += buffer;
+    if (date.month > 0 && date.day > 0)
+    {
+        std::snprintf(buffer, sizeof(buffer), "-%02d-%02d", date.month, date.day);
+        label += buffer;
+        if (date.time.hour >= 0)
+        {
+            std::snprintf(buffer, sizeof(buffer), " %02d:%02d:%02d", date.time.hour, date.time.minute,
+                          date.time.second);
+            label += buffer;
+        }
+    }
+    return label;
 }
 
 std::string speedLabel(int sixteenths)

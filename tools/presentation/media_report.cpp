@@ -4,14 +4,16 @@
 
 #include "orvane/om_enums.h"
 #include "orvane/om_service.h"
+#include "presentation/exif_values.h"
 #include "presentation/labels.h"
 #include "presentation/media_uri.h"
 #include "presentation/text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 #include <vector>
 
 namespace tz::orvane::tools
@@ -20,10 +22,9 @@ namespace tz::orvane::tools
 namespace
 {
 
-/// A text field of a record, which need not have a NUL.
 template <std::size_t N> std::string textOf(char const (&field)[N])
 {
-    return printable(std::string_view(field, ::strnlen(field, N)));
+    return printable(fieldText(field));
 }
 
 /// Joins the texts that are not empty.
@@ -74,27 +75,9 @@ std::string audioText(om::om_media_info_t const& info)
     return none ? "" : audioText(info.audio_codec, info.sample_rate, info.audio_channel);
 }
 
-char const* typeText(int mediaType)
+/// Hours to milliseconds.
+std::string exactTimeText(long long milliseconds)
 {
-    switch (mediaType)
-    {
-    case om::OM_MEDIA_TYPE_VIDEO:
-        return "video";
-    case om::OM_MEDIA_TYPE_AUDIO:
-        return "audio";
-    case om::OM_MEDIA_TYPE_PHOTO:
-        return "photo";
-    default:
-        return "";
-    }
-}
-
-std::string durationText(long long milliseconds)
-{
-    if (milliseconds <= 0)
-    {
-        return "";
-    }
     char buffer[16];
     std::snprintf(buffer, sizeof(buffer), ".%03d", static_cast<int>(milliseconds % 1000));
     return timeText(milliseconds) + buffer;
@@ -106,11 +89,37 @@ std::string fileSizeText(std::uint64_t bytes)
     return bytes == static_cast<std::uint64_t>(-1) ? "" : countText(static_cast<long long>(bytes), "bytes");
 }
 
-std::string capabilitiesText(int flags)
+std::string numberText(char const* before, std::optional<double> value, char const* after)
 {
-    return joined({(flags & om::OM_CAP_SEEKABLE) != 0 ? "seek" : "", (flags & om::OM_CAP_SPEEDABLE) != 0 ? "speed" : "",
-                   (flags & om::OM_CAP_LIVE) != 0 ? "live" : ""},
-                  ", ");
+    if (!value)
+    {
+        return "";
+    }
+    char buffer[32];
+    std::snprintf(buffer, sizeof(buffer), "%.8g", *value);
+    return std::string(before) + buffer + after;
+}
+
+std::string exposureText(om::om_rational_t const& seconds)
+{
+    auto const value = valueOf(seconds);
+    bool const isFraction = value && *value > 0 && *value < 0.5;
+    return isFraction ? numberText("1/", std::round(1 / *value), " s") : numberText("", value, " s");
+}
+
+std::string locationText(om::om_gps_info_t const& gps)
+{
+    auto const location = locationOf(gps);
+    return location ? joined({numberText("", location->latitude, ""), numberText("", location->longitude, ""),
+                              numberText("", altitudeOf(gps), " m")},
+                             ", ")
+                    : "";
+}
+
+std::string chapterText(Chapter const& chapter)
+{
+    std::string const end = chapter.end >= 0 ? " - " + exactTimeText(chapter.end) : "";
+    return joined({exactTimeText(chapter.start) + end, printable(chapter.title), printable(chapter.language)}, ", ");
 }
 
 class Report
@@ -130,10 +139,10 @@ public:
     template <std::size_t N, class Describe>
     void tracks(char const* kind, om::om_stream_info_t const (&streams)[N], int count, Describe describe)
     {
-        for (int i = 0; i < std::min(count, static_cast<int>(N)); ++i)
+        int number = 0;
+        for (om::om_stream_info_t const& stream : tracksOf(streams, count))
         {
-            om::om_stream_info_t const& stream = streams[i];
-            line(std::string(kind) + " " + std::to_string(i + 1),
+            line(std::string(kind) + " " + std::to_string(++number),
                  joined({describe(stream), textOf(stream.mime_type)}, ", "));
         }
     }
@@ -145,6 +154,25 @@ private:
 
     std::string m_text;
 };
+
+/// Square pixels are not worth a line.
+std::string aspectText(om::om_rational_t const& par)
+{
+    bool const isSquare = par.num == par.den || par.num <= 0 || par.den <= 0;
+    return isSquare ? "" : std::to_string(par.num) + ":" + std::to_string(par.den);
+}
+
+void addExif(Report& report, om::om_exif_info_t const& exif)
+{
+    report.line("Camera", joined({textOf(exif.camera_maker), textOf(exif.camera_model)}, " "));
+    report.line("Taken", dateLabel(exif.date_taken));
+    report.line("Exposure", exposureText(exif.exposure_time));
+    report.line("Aperture", numberText("f/", valueOf(exif.f_number), ""));
+    report.line("Focal length", numberText("", valueOf(exif.focal_length), " mm"));
+    report.line("ISO", exif.iso > 0 ? std::to_string(exif.iso) : "");
+    report.line("Orientation", joined({countText(exif.rotation, "degrees"), exif.mirror != 0 ? "mirrored" : ""}, ", "));
+    report.line("Location", locationText(exif.gps));
+}
 
 } // namespace
 
@@ -159,27 +187,32 @@ std::string formatSummary(om::om_media_info_t const& info)
     return joined({videoText(info), audioText(info)}, ", ");
 }
 
-std::string mediaReport(std::string const& uri, om::om_media_info_t const& info,
-                        om::om_container_info_t const& container)
+std::string mediaReport(Medium const& medium)
 {
+    om::om_media_info_t const& info = medium.info;
+    om::om_container_info_t const& container = medium.container;
     Report report;
-    report.line("File", printable(uri));
-    report.line("Type", typeText(info.media_type));
+    report.line("File", printable(medium.uri));
+    report.line("Type", mediaTypeLabel(info.media_type));
     report.line("Title", textOf(info.tag.title));
     report.line("Artist", textOf(info.tag.artist));
     report.line("Album", textOf(info.tag.album));
     report.line("Year", textOf(info.tag.year));
     report.line("Genre", textOf(info.tag.genre));
     report.line("Container", textOf(info.mime_type));
-    report.line("Duration", durationText(info.duration));
+    report.line("Duration", info.duration > 0 ? exactTimeText(info.duration) : "");
     report.line("Size", fileSizeText(info.file_size));
     report.line("Resolution", sizeText(info.resolution.width, info.resolution.height));
     report.line("Frame rate", countText(info.frame_rate, "fps"));
     report.line("Bit rate", countText(info.bit_rate, "bit/s"));
     report.line("Rotation", countText(info.disp_rotation, "degrees"));
+    report.line("Pixel aspect", aspectText(info.par));
+    report.line("HDR", hdrLabel(info.hdr_type));
+    report.line("Color depth", countText(info.color_depth, "bits"));
+    report.line("Created", dateLabel(info.create_date));
     report.line(info.media_type == om::OM_MEDIA_TYPE_PHOTO ? "Picture" : "Video", videoText(info));
     report.line("Audio", audioText(info));
-    report.line("Can do", capabilitiesText(info.cap_flags));
+    report.line("Can do", joined(capabilityLabels(info.cap_flags), ", "));
     report.tracks(
         "Video track", container.videos_detail, container.video_count,
         [](om::om_stream_info_t const& stream) {
@@ -196,6 +229,15 @@ std::string mediaReport(std::string const& uri, om::om_media_info_t const& info,
                   [](om::om_stream_info_t const& stream) {
                       return joined({textOf(stream.subtitle.title), textOf(stream.subtitle.lang)}, ", ");
                   });
+    int number = 0;
+    for (Chapter const& chapter : medium.chapters)
+    {
+        report.line("Chapter " + std::to_string(++number), chapterText(chapter));
+    }
+    if (medium.exif)
+    {
+        addExif(report, *medium.exif);
+    }
     return report.text();
 }
 

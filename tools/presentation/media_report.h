@@ -2,7 +2,7 @@
 // What is known of a medium, in words.
 #pragma once
 
-#include "orvane/om_records.h"
+#include "presentation/medium.h"
 
 #include <string>
 
@@ -16,7 +16,6 @@ std::string titleOf(om::om_media_info_t const& info, std::string const& uri);
 std::string formatSummary(om::om_media_info_t const& info);
 
 /// @return everything that is known, one fact a line, each line ended
-std::string mediaReport(std::string const& uri, om::om_media_info_t const& info,
-                        om::om_container_info_t const& container);
+std::string mediaReport(Medium const& medium);
 
 } // namespace tz::orvane::tools

@@ -45,7 +45,13 @@ std::string progressLine(Progress const& progress, int columns)
     std::string state = printable(progress.state);
     state.append(static_cast<std::size_t>(std::max(0, kStateColumns - columnsOf(state))), ' ');
     std::string const left = state + " " + times;
-    std::string const right = speedLabel(progress.speed) + "  vol " + std::to_string(progress.volume);
+    std::string const loudness = progress.muted ? "muted" : "vol " + std::to_string(progress.volume);
+    std::string const note = progress.note.empty() ? "" : "  " + printable(progress.note);
+    std::string right = speedLabel(progress.speed) + "  " + loudness;
+    if (columnsOf(left) + 2 + columnsOf(right + note) <= columns)
+    {
+        right += note;
+    }
 
     int const roomBesideRight = columns - columnsOf(left) - columnsOf(right) - 4;
     if (progress.duration > 0 && roomBesideRight >= kSmallestBar)
