@@ -10,6 +10,7 @@
 #include "orvane/platform/mdt_msg_data.h"
 #include "orvane/platform/om_debug.h"
 #include "spent_objects.h"
+#include "tool_turn.h"
 
 #include <map>
 #include <optional>
@@ -258,6 +259,7 @@ void OmcClient::stopPlayerAll()
 
 om::OmIPreviewTool* OmcClient::createPreviewTool(om::OmPropertyGroup* params)
 {
+    ToolTurn const turn(this);
     if (om::OmIPreviewTool* const present = getPreviewTool())
     {
         ORVANE_LOG_INFO(" Complete! preview-tool=%p", static_cast<void*>(present));
@@ -276,20 +278,14 @@ om::OmIPreviewTool* OmcClient::createPreviewTool(om::OmPropertyGroup* params)
     }
     ORVANE_LOG_INFO(" Message data reply: cnid=0x%04X, plid=0x%04X, type=%d, cmd=0x%04X", number(reply.readPid()),
                     number(reply.readUid()), reply.readType(), number(reply.readMsg()));
-    auto tool = std::make_unique<OmcPreviewInfoTool>(cnid, readId(reply));
+    om::OmIPreviewTool* const tool = new OmcPreviewInfoTool(cnid, readId(reply));
     unsigned int const toolId = tool->getToolID();
-    om::OmIPreviewTool* present = nullptr;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_prevTool_p == nullptr)
-        {
-            m_prevTool_p = tool.release();
-        }
-        // Another thread may have been faster: there is one tool, and it is the first.
-        present = m_prevTool_p;
+        m_prevTool_p = tool;
     }
     ORVANE_LOG_INFO(" Create complete! preview-tool=%04X", toolId);
-    return present;
+    return tool;
 }
 
 void OmcClient::destroyPreviewTool()
@@ -297,19 +293,22 @@ void OmcClient::destroyPreviewTool()
     DispatchGate::Use const use(this);
     om::OmIPreviewTool* tool = nullptr;
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        tool = std::exchange(m_prevTool_p, nullptr);
-    }
-    if (tool == nullptr)
-    {
-        // Every disconnection comes here, most of them without a tool: nothing has failed.
-        ORVANE_LOG_INFO("Invalid Param! m_prevTool_p=NULL!");
-        return;
-    }
-    int const result = command(ORVANE_LOG_SITE, getClientID(), protocol::kCmdDestroyPreviewTool).post();
-    if (result < 0)
-    {
-        logSendFailure(ORVANE_LOG_SITE, result);
+        ToolTurn const turn(this);
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            tool = std::exchange(m_prevTool_p, nullptr);
+        }
+        if (tool == nullptr)
+        {
+            // Every disconnection comes here, most of them without a tool: nothing has failed.
+            ORVANE_LOG_INFO("Invalid Param! m_prevTool_p=NULL!");
+            return;
+        }
+        int const result = command(ORVANE_LOG_SITE, getClientID(), protocol::kCmdDestroyPreviewTool).post();
+        if (result < 0)
+        {
+            logSendFailure(ORVANE_LOG_SITE, result);
+        }
     }
     DispatchScope const scope{this, protocol::kPreviewToolIds.first, protocol::kPreviewToolIds.last, tool};
     if (!DispatchGate::isInside(scope))

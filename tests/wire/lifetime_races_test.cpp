@@ -121,6 +121,35 @@ TEST_F(Lifetime, twoThreadsCreateOnePreviewTool)
         EXPECT_EQ(first, second);
         client.destroyPreviewTool();
     }
+    ScriptedService::settle(kCnid);
+    EXPECT_EQ(service.count(protocol::kCmdCreatePreviewTool), static_cast<std::size_t>(kWireRounds / 2));
+}
+
+TEST_F(Lifetime, aPreviewToolIsCreatedWhileAnotherThreadDestroysIt)
+{
+    LogCapture const quiet(platform::DebugLevel::off);
+    omc::OmcClient& client = connect();
+    service.forget();
+    for (int i = 0; i < kWireRounds; ++i)
+    {
+        together([&] { client.createPreviewTool(nullptr); },
+                 [&]
+                 {
+                     client.destroyPreviewTool();
+                     client.createPreviewTool(nullptr);
+                     client.destroyPreviewTool();
+                 });
+    }
+    client.destroyPreviewTool();
+    ScriptedService::settle(kCnid);
+    int last = protocol::kCmdDestroyPreviewTool;
+    for (RecordedMessage const& message : service.messages())
+    {
+        ASSERT_NE(message.msg, last) << "a tool of the client is none of the service";
+        last = message.msg;
+    }
+    EXPECT_EQ(last, protocol::kCmdDestroyPreviewTool);
+    EXPECT_GE(service.count(protocol::kCmdCreatePreviewTool), static_cast<std::size_t>(kWireRounds));
 }
 
 TEST_F(Lifetime, manyThreadsDeliverAtOnce)
