@@ -76,6 +76,13 @@ std::optional<int> Adjustments::press(Key key)
     }
 }
 
+void Adjustments::forget()
+{
+    m_note.clear();
+    m_audioTrack.reset();
+    m_subtitle.reset();
+}
+
 int Adjustments::changeVolume(int difference)
 {
     m_options.volume = std::clamp(m_options.volume + difference, 0, 100);
@@ -96,9 +103,13 @@ int Adjustments::nextAudioTrack()
         m_note = "no other sound";
         return 0;
     }
-    unsigned int current = 0;
-    bool const known = m_player.getAudioTrackNo(current) >= 0 && current < tracks.size();
-    auto const next = known ? (current + 1) % static_cast<unsigned int>(tracks.size()) : 0;
+    if (unsigned int current = 0; !m_audioTrack && m_player.getAudioTrackNo(current) >= 0)
+    {
+        m_audioTrack = current;
+    }
+    bool const known = m_audioTrack && *m_audioTrack < tracks.size();
+    auto const next = known ? (*m_audioTrack + 1) % static_cast<unsigned int>(tracks.size()) : 0;
+    m_audioTrack = next;
     m_note = trackNote("audio", next, tracks.size(), fieldText(tracks[next].audio.lang));
     return m_player.setAudioTrackNo(next);
 }
@@ -112,9 +123,13 @@ int Adjustments::nextSubtitle()
         m_note = "no subtitles";
         return 0;
     }
-    unsigned int current = 0;
-    bool const shown = m_player.getSubtitleTrackNo(current) >= 0 && current < tracks.size();
-    unsigned int const next = shown ? current + 1 : 0;
+    if (unsigned int current = 0; !m_subtitle && m_player.getSubtitleTrackNo(current) >= 0)
+    {
+        m_subtitle = current;
+    }
+    bool const shown = m_subtitle && *m_subtitle < tracks.size();
+    unsigned int const next = shown ? *m_subtitle + 1 : 0;
+    m_subtitle = next == tracks.size() ? om::OM_TRACK_NONE : next;
     if (next == tracks.size())
     {
         m_note = "subtitles off";

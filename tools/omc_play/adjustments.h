@@ -31,8 +31,8 @@ public:
     /// @return what was changed last, in words: "rotated 90"
     std::string const& note() const { return m_note; }
 
-    /// The service has refused something: what was noted is not so.
-    void forgetNote() { m_note.clear(); }
+    /// The service has refused something: what was noted and wanted is not so.
+    void forget();
 
 private:
     int changeVolume(int difference);
@@ -47,6 +47,9 @@ private:
     Options& m_options;
     om::om_container_info_t m_container{};
     int m_angle = om::OM_DISPLAY_ROTATE_0;
+    /// Asked for, and perhaps not yet so: the next press goes on from there.
+    std::optional<unsigned int> m_audioTrack;
+    std::optional<unsigned int> m_subtitle;
     std::size_t m_zoomMode = 0;
     std::size_t m_zoomRatio = 0;
     std::string m_note;

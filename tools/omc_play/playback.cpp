@@ -204,7 +204,7 @@ void Playback::on(Fault const& event)
     {
         m_seekSent.reset();
         m_seekWanted.reset();
-        m_adjustments->forgetNote();
+        m_adjustments->forget();
         om::om_play_speed_e speed = om::OM_PLAY_SPEED_NORMAL;
         if (m_player->getSpeed(speed) >= 0)
         {
