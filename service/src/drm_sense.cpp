@@ -83,7 +83,8 @@ bool isH264Slice(std::string_view nal)
 }
 
 /// The beginning of a slice: where it lies, its kind, its parameters.
-bool canBeH264Slice(std::string_view nal)
+/// @param first whether it is the first one of its picture
+bool canBeH264Slice(std::string_view nal, bool first)
 {
     bool const isKey = (static_cast<unsigned char>(nal[0]) & 31U) == 5;
     BitReader bits(nal.substr(1));
@@ -92,7 +93,7 @@ bool canBeH264Slice(std::string_view nal)
     unsigned int const parameters = bits.exponential();
     constexpr unsigned int kMostMacroblocks = 139'264;
     bool const isIntra = kind % 5 == 2 || kind % 5 == 4;
-    return macroblock < kMostMacroblocks && kind < 10 && (isIntra || !isKey) && parameters < 256;
+    return macroblock < (first ? 1 : kMostMacroblocks) && kind < 10 && (isIntra || !isKey) && parameters < 256;
 }
 
 bool isH265Slice(std::string_view nal)
@@ -101,16 +102,16 @@ bool isH265Slice(std::string_view nal)
     return nal.size() > 2 && (type <= 9 || (type >= 16 && type <= 21));
 }
 
-bool canBeH265Slice(std::string_view nal)
+bool canBeH265Slice(std::string_view nal, bool first)
 {
     unsigned int const type = static_cast<unsigned char>(nal[0]) >> 1U & 63U;
     BitReader bits(nal.substr(2));
-    bits.bit(); // whether it is the first of its picture
+    bool const saysFirst = bits.bit() != 0;
     if (type >= 16)
     {
-        bits.bit();
+        bits.bit(); // whether pictures before it are shown
     }
-    return bits.exponential() < 64;
+    return (saysFirst || !first) && bits.exponential() < 64;
 }
 
 } // namespace
@@ -176,52 +177,49 @@ int DrmSense::doubt(std::string_view unit) const
 int DrmSense::doubtOfPicture(std::string_view unit) const
 {
     int doubts = 0;
-    if (m_lengthSize > 0)
+    bool sawSlice = false;
+    auto const look = [&](std::string_view nal)
     {
-        while (!unit.empty())
+        bool const isSlice = !nal.empty() && (m_kind == Kind::h264 ? isH264Slice(nal) : isH265Slice(nal));
+        if (isSlice)
         {
-            auto const size = bigEndian(unit, 0, m_lengthSize);
-            if (unit.size() < m_lengthSize || size > unit.size() - m_lengthSize)
-            {
-                return std::max(doubts, kDoubt);
-            }
-            doubts = std::max(doubts, doubtOfNal(unit.substr(m_lengthSize, size)));
-            unit.remove_prefix(m_lengthSize + size);
+            doubts = std::max(doubts, doubtOfSlice(nal, !sawSlice));
+            sawSlice = true;
+        }
+    };
+    if (m_lengthSize == 0)
+    {
+        constexpr std::string_view kStart("\0\0\1", 3);
+        auto at = unit.find(kStart);
+        doubts = at == std::string_view::npos ? kDoubt : 0;
+        while (at != std::string_view::npos)
+        {
+            std::size_t const begin = at + kStart.size();
+            at = unit.find(kStart, begin);
+            look(unit.substr(begin, at == std::string_view::npos ? at : at - begin));
         }
         return doubts;
     }
-    constexpr std::string_view kStart("\0\0\1", 3);
-    auto at = unit.find(kStart);
-    if (at == std::string_view::npos)
+    while (!unit.empty())
     {
-        return kDoubt;
-    }
-    while (at != std::string_view::npos)
-    {
-        std::size_t const begin = at + kStart.size();
-        at = unit.find(kStart, begin);
-        doubts = std::max(doubts, doubtOfNal(unit.substr(begin, at == std::string_view::npos ? at : at - begin)));
+        auto const size = bigEndian(unit, 0, m_lengthSize);
+        if (unit.size() < m_lengthSize || size > unit.size() - m_lengthSize)
+        {
+            return std::max(doubts, kDoubt);
+        }
+        look(unit.substr(m_lengthSize, size));
+        unit.remove_prefix(m_lengthSize + size);
     }
     return doubts;
 }
 
-int DrmSense::doubtOfNal(std::string_view nal) const
+int DrmSense::doubtOfSlice(std::string_view nal, bool first) const
 {
-    if (nal.empty())
-    {
-        return 0;
-    }
-    bool const isAvc = m_kind == Kind::h264;
-    bool const isSlice = isAvc ? isH264Slice(nal) : isH265Slice(nal);
-    if (!isSlice)
-    {
-        return 0;
-    }
     if (hasForbiddenBytes(nal))
     {
         return kProof;
     }
-    return isAvc ? (canBeH264Slice(nal) ? 0 : kDoubt) : (canBeH265Slice(nal) ? 0 : kDoubt);
+    return (m_kind == Kind::h264 ? canBeH264Slice(nal, first) : canBeH265Slice(nal, first)) ? 0 : kDoubt;
 }
 
 } // namespace tz::orvane::service

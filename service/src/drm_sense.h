@@ -37,7 +37,7 @@ private:
     /// How much a unit speaks against the key; 0: nothing.
     int doubt(std::string_view unit) const;
     int doubtOfPicture(std::string_view unit) const;
-    int doubtOfNal(std::string_view nal) const;
+    int doubtOfSlice(std::string_view nal, bool first) const;
 
     Kind m_kind = Kind::unknown;
     std::size_t m_lengthSize = 0; ///< bytes in front of a NAL unit that tell its size; 0: start codes
