@@ -116,23 +116,21 @@ bool canBeH265Slice(std::string_view nal, bool first)
 
 } // namespace
 
-DrmSense::DrmSense(EsFormat const& format, bool video)
+DrmSense::DrmSense(bool video, int codec, std::string_view codecData)
 {
-    int const codec = format.record.codec;
-    std::string_view const data = format.codecData;
     if (video && codec == om::OM_VIDEO_CODEC_H264)
     {
         m_kind = Kind::h264;
-        m_lengthSize = data.empty() ? 0 : (bigEndian(data, kAvcLengthAt, 1) & 3U) + 1;
+        m_lengthSize = codecData.empty() ? 0 : (bigEndian(codecData, kAvcLengthAt, 1) & 3U) + 1;
     }
     else if (video && codec == om::OM_VIDEO_CODEC_H265)
     {
         m_kind = Kind::h265;
-        m_lengthSize = data.empty() ? 0 : (bigEndian(data, kHevcLengthAt, 1) & 3U) + 1;
+        m_lengthSize = codecData.empty() ? 0 : (bigEndian(codecData, kHevcLengthAt, 1) & 3U) + 1;
     }
     else if (!video && (codec == om::OM_AUDIO_CODEC_AAC_LC || codec == om::OM_AUDIO_CODEC_HE_AAC))
     {
-        m_kind = data.empty() ? Kind::adts : Kind::rawAac;
+        m_kind = codecData.empty() ? Kind::adts : Kind::rawAac;
     }
 }
 

@@ -2,8 +2,6 @@
 // Tells whether decrypted access units can be what their stream says: decoders play noise without a word.
 #pragma once
 
-#include "es_caps.h"
-
 #include <cstddef>
 #include <string_view>
 
@@ -15,8 +13,9 @@ namespace tz::orvane::service
 class DrmSense
 {
 public:
-    /// @param video as opposed to audio
-    DrmSense(EsFormat const& format, bool video);
+    /// @param codec om_video_codec_e or om_audio_codec_e @param video which of them @param codecData as openEsMedia has
+    /// it
+    DrmSense(bool video, int codec, std::string_view codecData);
 
     /// What comes next was decrypted with other keys.
     void forget();

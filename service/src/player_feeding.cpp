@@ -56,12 +56,12 @@ void Player::makeFeeds()
     if (m_medium.video)
     {
         m_videoFeed = makeFeed(om::OM_STREAM_TYPE_VIDEO, Feed::Format::time);
-        m_videoGate.emplace(DrmSense(*m_medium.video, true));
+        m_videoGate.emplace(DrmSense(true, m_medium.video->record.codec, m_medium.video->codecData));
     }
     if (m_medium.audio)
     {
         m_audioFeed = makeFeed(om::OM_STREAM_TYPE_AUDIO, Feed::Format::time);
-        m_audioGate.emplace(DrmSense(*m_medium.audio, false));
+        m_audioGate.emplace(DrmSense(false, m_medium.audio->record.codec, m_medium.audio->codecData));
     }
 }
 

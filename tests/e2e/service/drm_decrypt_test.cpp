@@ -176,10 +176,9 @@ std::string noise(unsigned int& state, std::size_t size)
 }
 
 /// @return how many of so many units of noise were taken; all: nothing was noticed
-int takenNoise(EsFormat const& format, bool video, std::string const& clearHead, std::size_t size, bool withLength)
+int takenNoise(DrmSense sense, std::string const& clearHead, std::size_t size, bool withLength)
 {
     constexpr int kUnits = 64;
-    DrmSense sense(format, video);
     unsigned int state = 7;
     for (int count = 0; count < kUnits; ++count)
     {
@@ -197,30 +196,22 @@ int takenNoise(EsFormat const& format, bool video, std::string const& clearHead,
     return kUnits;
 }
 
-EsFormat formatOf(int codec, std::string const& data)
-{
-    EsFormat format{};
-    format.record.codec = codec;
-    format.codecData = data;
-    return format;
-}
-
 TEST(DrmSense, noiseIsNoticedBehindClearHeaders)
 {
     std::string const avc("\1\x64\0\x0d\xff\xe0\0", 7);
     std::string hevc(23, '\0');
     hevc[21] = '\3';
-    EXPECT_LT(takenNoise(formatOf(om::OM_VIDEO_CODEC_H264, avc), true, "\x65", 200, true), 20);
-    EXPECT_LT(takenNoise(formatOf(om::OM_VIDEO_CODEC_H264, avc), true, "\x41", 200, true), 40);
-    EXPECT_LT(takenNoise(formatOf(om::OM_VIDEO_CODEC_H264, ""), true, std::string("\0\0\1\x65", 4), 200, false), 20);
-    EXPECT_LT(takenNoise(formatOf(om::OM_VIDEO_CODEC_H265, hevc), true, "\x26\1", 200, true), 64);
-    EXPECT_LT(takenNoise(formatOf(om::OM_AUDIO_CODEC_AAC_LC, "\x11\x90"), false, "", 100, false), 40);
-    EXPECT_LT(takenNoise(formatOf(om::OM_AUDIO_CODEC_AAC_LC, ""), false, "", 100, false), 10);
+    EXPECT_LT(takenNoise(DrmSense(true, om::OM_VIDEO_CODEC_H264, avc), "\x65", 200, true), 20);
+    EXPECT_LT(takenNoise(DrmSense(true, om::OM_VIDEO_CODEC_H264, avc), "\x41", 200, true), 40);
+    EXPECT_LT(takenNoise(DrmSense(true, om::OM_VIDEO_CODEC_H264, ""), std::string("\0\0\1\x65", 4), 200, false), 20);
+    EXPECT_LT(takenNoise(DrmSense(true, om::OM_VIDEO_CODEC_H265, hevc), "\x26\1", 200, true), 64);
+    EXPECT_LT(takenNoise(DrmSense(false, om::OM_AUDIO_CODEC_AAC_LC, "\x11\x90"), "", 100, false), 40);
+    EXPECT_LT(takenNoise(DrmSense(false, om::OM_AUDIO_CODEC_AAC_LC, ""), "", 100, false), 10);
 }
 
 TEST(DrmSense, bytesThatNoEncoderWritesAreProof)
 {
-    DrmSense sense(formatOf(om::OM_VIDEO_CODEC_H264, std::string("\1\x64\0\x0d\xff\xe0\0", 7)), true);
+    DrmSense sense(true, om::OM_VIDEO_CODEC_H264, std::string("\1\x64\0\x0d\xff\xe0\0", 7));
     EXPECT_TRUE(sense.takes(std::string("\0\0\0\6\x41\x9a\0\0\3\1", 10)));
     EXPECT_TRUE(sense.takes(std::string("\0\0\0\6\x41\x9a\x55\0\0\0", 10))) << "zeros behind a unit";
     EXPECT_FALSE(sense.takes(std::string("\0\0\0\6\x41\x9a\0\0\2\x55", 10)));
@@ -228,8 +219,8 @@ TEST(DrmSense, bytesThatNoEncoderWritesAreProof)
 
 TEST(DrmSense, whatCannotBeToldIsTaken)
 {
-    EXPECT_EQ(takenNoise(formatOf(om::OM_VIDEO_CODEC_VP9, ""), true, "", 200, false), 64);
-    EXPECT_EQ(takenNoise(formatOf(om::OM_AUDIO_CODEC_OPUS, ""), false, "", 200, false), 64);
+    EXPECT_EQ(takenNoise(DrmSense(true, om::OM_VIDEO_CODEC_VP9, ""), "", 200, false), 64);
+    EXPECT_EQ(takenNoise(DrmSense(false, om::OM_AUDIO_CODEC_OPUS, ""), "", 200, false), 64);
 }
 
 } // namespace
