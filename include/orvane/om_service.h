@@ -336,7 +336,7 @@ enum om_drm_type_e : unsigned int
 {
     OM_DRM_TYPE_CLEARKEY = 1, ///< OM_DRM_CLEARKEY
 };
-inline constexpr char OM_DRM_CLEARKEY[] = "org.w3.clearkey";
+inline constexpr char OM_DRM_CLEARKEY[] = "org.w3.clearkey"; ///< W3C Clear Key
 
 /// How the key ids that generateKeyRequest asks for are written.
 enum om_drm_init_data_e : std::uint32_t
@@ -350,10 +350,11 @@ enum om_drm_init_data_e : std::uint32_t
 /// the number is an om_drm_session_type_e; its answer is this record as well.
 struct om_drm_session_t
 {
-    std::uint32_t session;
+    std::uint32_t session; ///< its number, never 0
 };
 static_assert(sizeof(om_drm_session_t) == 4);
 
+/// Kinds of sessions.
 enum om_drm_session_type_e : std::uint32_t
 {
     OM_DRM_SESSION_TEMPORARY = 0, ///< forgets its keys when it is closed; others are not supported
@@ -362,7 +363,7 @@ enum om_drm_session_type_e : std::uint32_t
 /// Input of generateKeyRequest begins with this; the initialization data follow.
 struct om_drm_key_request_t
 {
-    std::uint32_t session;
+    std::uint32_t session;   ///< its number
     std::uint32_t init_data; ///< om_drm_init_data_e
 };
 static_assert(sizeof(om_drm_key_request_t) == 8);
@@ -370,21 +371,22 @@ static_assert(sizeof(om_drm_key_request_t) == 8);
 /// The answer of getKeyStatuses, and the payload of OM_DRM_EVENT_KEY_STATUS, is a row of these.
 struct om_drm_key_status_t
 {
-    std::uint8_t key_id[16];
-    std::uint32_t status; ///< om_drm_key_status_e
+    std::uint8_t key_id[16]; ///< of the key
+    std::uint32_t status;    ///< om_drm_key_status_e
 };
 static_assert(sizeof(om_drm_key_status_t) == 20);
 
+/// What is known of a key.
 enum om_drm_key_status_e : std::uint32_t
 {
-    OM_DRM_KEY_USABLE = 0,
+    OM_DRM_KEY_USABLE = 0,  ///< it is there
     OM_DRM_KEY_PENDING = 1, ///< asked for, and no license has brought it
 };
 
 /// Answer of licenseQuery.
 struct om_drm_license_t
 {
-    std::uint32_t session;
+    std::uint32_t session;      ///< its number
     std::uint32_t session_type; ///< om_drm_session_type_e
     std::uint32_t usable;       ///< keys
     std::uint32_t pending;      ///< keys
@@ -394,23 +396,23 @@ static_assert(sizeof(om_drm_license_t) == 16);
 /// Answer of getMetrics: what the agent has done since it was made.
 struct om_drm_metrics_t
 {
-    std::uint32_t sessions; ///< open ones
-    std::uint32_t keys;     ///< usable ones
-    alignas(8) std::uint64_t requests;
-    std::uint64_t licenses;
-    std::uint64_t decrypted_units;
-    std::uint64_t decrypted_bytes;
-    std::uint64_t missing_keys; ///< units that found no key
+    std::uint32_t sessions;            ///< open ones
+    std::uint32_t keys;                ///< usable ones
+    alignas(8) std::uint64_t requests; ///< license requests
+    std::uint64_t licenses;            ///< those that were taken
+    std::uint64_t decrypted_units;     ///< by decrypt and for players
+    std::uint64_t decrypted_bytes;     ///< of these
+    std::uint64_t missing_keys;        ///< how often a key was looked for in vain
 };
 static_assert(sizeof(om_drm_metrics_t) == 48);
 
 /// Input of decrypt begins with this, and the third buffer of pushEsData is this; the subsamples follow.
 struct om_drm_crypto_t
 {
-    std::uint32_t agent;  ///< whose keys; decrypt uses its own
-    std::uint32_t scheme; ///< om_drm_scheme_e
-    std::uint8_t key_id[16];
-    std::uint8_t iv[16];
+    std::uint32_t agent;        ///< whose keys; decrypt uses its own
+    std::uint32_t scheme;       ///< om_drm_scheme_e
+    std::uint8_t key_id[16];    ///< of the key
+    std::uint8_t iv[16];        ///< initialization vector; a short one comes first
     std::uint32_t iv_size;      ///< 8 or 16
     std::uint32_t crypt_blocks; ///< of OM_DRM_SCHEME_CBCS: so many blocks of 16 bytes are encrypted,
     std::uint32_t skip_blocks;  ///< and so many behind them are not; 0: all are
@@ -418,13 +420,15 @@ struct om_drm_crypto_t
 };
 static_assert(sizeof(om_drm_crypto_t) == 56);
 
+/// A part of a unit.
 struct om_drm_subsample_t
 {
-    std::uint32_t clear_bytes;
+    std::uint32_t clear_bytes;     ///< in front
     std::uint32_t protected_bytes; ///< behind the clear ones
 };
 static_assert(sizeof(om_drm_subsample_t) == 8);
 
+/// Ways to encrypt.
 enum om_drm_scheme_e : std::uint32_t
 {
     OM_DRM_SCHEME_CENC = 1, ///< AES-CTR
@@ -438,6 +442,7 @@ enum om_drm_event_e : unsigned int
     OM_DRM_EVENT_KEY_STATUS = 2, ///< the keys of the session are others now: om_drm_key_status_t, `arg5` of them
 };
 
+/// What a license server is asked for.
 enum om_drm_message_e : unsigned int
 {
     OM_DRM_MESSAGE_LICENSE_REQUEST = 0,
@@ -446,6 +451,6 @@ enum om_drm_message_e : unsigned int
 
 /// Command of OmIDrmAgent::doExtendCommand: asks again for the keys of "session" that are still missing.
 inline constexpr char OM_DRM_COMMAND_RENEW[] = "renew";
-inline constexpr char OM_KEY_SESSION[] = "session";
+inline constexpr char OM_KEY_SESSION[] = "session"; ///< its number
 
 } // namespace tz::orvane::om

@@ -39,7 +39,7 @@ public:
     static bool isPlain(int code);
 
     /// Asks for the keys of a session again. @return 0 or a negative errno value
-    int renew(std::uint32_t session);
+    int renew(std::uint32_t id);
 
     /// Counts one that is missing. @return null while no session has it
     DrmKey const* keyFor(DrmKeyId const& id);
