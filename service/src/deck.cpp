@@ -199,6 +199,16 @@ void Deck::fail(Fault const& fault)
     }
 }
 
+void Deck::hold(bool held)
+{
+    m_held = held;
+    if (m_operation && !held)
+    {
+        m_loop.cancelTimer(m_operation->deadline);
+        armDeadline();
+    }
+}
+
 void Deck::armDeadline()
 {
     m_operation->deadline = m_loop.addTimer(m_operation->allowed, [this] { expire(); });

@@ -78,8 +78,9 @@ public:
     /// Does something short on the worker, in order with the operations.
     void tell(std::function<void(Pipeline&)> call);
 
-    /// While held, an operation may take as long as it likes: it waits for what only the application can bring.
-    void hold(bool held) { m_held = held; }
+    /// While held, an operation may take as long as it likes: it waits for what only the application can bring. Its
+    /// deadline counts anew from the end of that.
+    void hold(bool held);
 
     bool busy() const { return m_operation.has_value(); }
     ScreenInput& input() { return *m_input; }

@@ -212,7 +212,7 @@ TEST_F(DrmPlayback, withoutKeysOpeningWaitsAsLongAsItTakes)
     DrmUser user(viewer);
     std::uint32_t const session = user.openSession();
     FilmFeeder feeder(viewer, m_film, user.agent().getAgentID());
-    feeder.open(om::OM_STREAM_TYPE_VIDEO, optionImage(om::OM_PREPARE_KEY_TIMEOUT, "2000"));
+    feeder.open(om::OM_STREAM_TYPE_VIDEO, optionImage(om::OM_PREPARE_KEY_TIMEOUT, "4000"));
     auto const needed = viewer.recorder().takeEvent(om::OM_EVENT_KEY_NEEDED);
     ASSERT_TRUE(needed);
     EXPECT_EQ(needed->number(om::OM_KEY_STREAM), om::OM_STREAM_TYPE_VIDEO);
@@ -221,7 +221,7 @@ TEST_F(DrmPlayback, withoutKeysOpeningWaitsAsLongAsItTakes)
 
     // More time than an opening may take.
     auto const since = std::chrono::steady_clock::now();
-    EXPECT_TRUE(eventually([&] { return std::chrono::steady_clock::now() - since > std::chrono::seconds(3); }));
+    EXPECT_TRUE(eventually([&] { return std::chrono::steady_clock::now() - since > std::chrono::seconds(5); }));
     EXPECT_EQ(viewer.state(), om::OM_STATE_READY);
 
     ASSERT_EQ(user.license(session, kFilmLicense), 0);
