@@ -90,6 +90,7 @@ enum om_event_e : unsigned int
     OM_EVENT_ENOUGH_DATA = 5,   ///< the application should wait with pushing; "stream" for elementary streams
     OM_EVENT_WARNING = 6,       ///< playing goes on: "code" (om_error_e), "text"
     OM_EVENT_SPEED_CHANGED = 7, ///< "speed"
+    OM_EVENT_KEY_NEEDED = 8,    ///< playing waits for a key: "stream", "agent", "key-id"
 };
 
 /// Event codes of OmcIConnectionListener::onEvent.
@@ -108,6 +109,8 @@ inline constexpr char OM_KEY_OFFSET[] = "offset";     ///< bytes
 inline constexpr char OM_KEY_STREAM[] = "stream";     ///< om_stream_type_e
 inline constexpr char OM_KEY_PERCENT[] = "percent";   ///< 0 to 100
 inline constexpr char OM_KEY_SPEED[] = "speed";       ///< om_play_speed_e
+inline constexpr char OM_KEY_AGENT[] = "agent";       ///< id of a DRM agent
+inline constexpr char OM_KEY_KEY_ID[] = "key-id";     ///< 32 hexadecimal digits
 
 inline constexpr char OM_KEY_PATH[] = "path";     ///< of a file
 inline constexpr char OM_KEY_WIDTH[] = "width";   ///< pixels
@@ -182,7 +185,8 @@ enum om_error_e : unsigned int
     OM_ERROR_NOT_SUPPORTED = 13,     ///< this medium or this service cannot do that
     OM_ERROR_BAD_STATE = 14,         ///< not now: nothing is open, for instance
     OM_ERROR_BAD_ARGUMENT = 15,
-    OM_ERROR_LIMIT = 16, ///< too many players, too much data
+    OM_ERROR_LIMIT = 16,     ///< too many players, too much data
+    OM_ERROR_WRONG_KEY = 17, ///< what the key of a protected stream gives makes no sense
 };
 
 /// Values of om_media_info_t::media_type.
@@ -304,8 +308,8 @@ struct om_es_format_t
 };
 static_assert(sizeof(om_es_format_t) == 32);
 
-/// Second buffer of pushEsData. An access unit of 0 bytes with OM_ES_END_OF_STREAM ends its stream. Third (crypto) and
-/// fourth buffer are empty.
+/// Second buffer of pushEsData. An access unit of 0 bytes with OM_ES_END_OF_STREAM ends its stream. The third buffer is
+/// empty, or an om_drm_crypto_t with its subsamples where the unit is protected; the fourth is empty.
 struct om_es_unit_t
 {
     std::int32_t stream_type;    ///< OM_STREAM_TYPE_VIDEO or OM_STREAM_TYPE_AUDIO
@@ -324,5 +328,129 @@ enum om_es_flag_e : std::int32_t
         2, ///< first unit after a seek, which OM_EVENT_NEED_DATA asked for: without it units are dropped
     OM_ES_END_OF_STREAM = 4,
 };
+
+// DRM agents; docs/drm.md has the bytes of every buffer. Numbers are little-endian.
+
+/// Key systems: the argument of OmIConnection::createDrmAgent.
+enum om_drm_type_e : unsigned int
+{
+    OM_DRM_TYPE_CLEARKEY = 1, ///< OM_DRM_CLEARKEY
+};
+inline constexpr char OM_DRM_CLEARKEY[] = "org.w3.clearkey"; ///< W3C Clear Key
+
+/// How the key ids that generateKeyRequest asks for are written.
+enum om_drm_init_data_e : std::uint32_t
+{
+    OM_DRM_INIT_DATA_KEYIDS = 1, ///< JSON: {"kids":[...]}
+    OM_DRM_INIT_DATA_CENC = 2,   ///< pssh boxes
+    OM_DRM_INIT_DATA_WEBM = 3,   ///< the id itself
+};
+
+/// Input of openSession, updateSession, closeSession, getKeyStatuses and licenseQuery begins with this. In openSession
+/// the number is an om_drm_session_type_e; its answer is this record as well.
+struct om_drm_session_t
+{
+    std::uint32_t session; ///< its number, never 0
+};
+static_assert(sizeof(om_drm_session_t) == 4);
+
+/// Kinds of sessions.
+enum om_drm_session_type_e : std::uint32_t
+{
+    OM_DRM_SESSION_TEMPORARY = 0, ///< forgets its keys when it is closed; others are not supported
+};
+
+/// Input of generateKeyRequest begins with this; the initialization data follow.
+struct om_drm_key_request_t
+{
+    std::uint32_t session;   ///< its number
+    std::uint32_t init_data; ///< om_drm_init_data_e
+};
+static_assert(sizeof(om_drm_key_request_t) == 8);
+
+/// The answer of getKeyStatuses, and the payload of OM_DRM_EVENT_KEY_STATUS, is a row of these.
+struct om_drm_key_status_t
+{
+    std::uint8_t key_id[16]; ///< of the key
+    std::uint32_t status;    ///< om_drm_key_status_e
+};
+static_assert(sizeof(om_drm_key_status_t) == 20);
+
+/// What is known of a key.
+enum om_drm_key_status_e : std::uint32_t
+{
+    OM_DRM_KEY_USABLE = 0,  ///< it is there
+    OM_DRM_KEY_PENDING = 1, ///< asked for, and no license has brought it
+};
+
+/// Answer of licenseQuery.
+struct om_drm_license_t
+{
+    std::uint32_t session;      ///< its number
+    std::uint32_t session_type; ///< om_drm_session_type_e
+    std::uint32_t usable;       ///< keys
+    std::uint32_t pending;      ///< keys
+};
+static_assert(sizeof(om_drm_license_t) == 16);
+
+/// Answer of getMetrics: what the agent has done since it was made.
+struct om_drm_metrics_t
+{
+    std::uint32_t sessions;            ///< open ones
+    std::uint32_t keys;                ///< usable ones
+    alignas(8) std::uint64_t requests; ///< license requests
+    std::uint64_t licenses;            ///< those that were taken
+    std::uint64_t decrypted_units;     ///< by decrypt and for players
+    std::uint64_t decrypted_bytes;     ///< of these
+    std::uint64_t missing_keys;        ///< how often a key was looked for in vain
+};
+static_assert(sizeof(om_drm_metrics_t) == 48);
+
+/// Input of decrypt begins with this, and the third buffer of pushEsData is this; the subsamples follow.
+struct om_drm_crypto_t
+{
+    std::uint32_t agent;        ///< whose keys; decrypt uses its own
+    std::uint32_t scheme;       ///< om_drm_scheme_e
+    std::uint8_t key_id[16];    ///< of the key
+    std::uint8_t iv[16];        ///< initialization vector; a short one comes first
+    std::uint32_t iv_size;      ///< 8 or 16
+    std::uint32_t crypt_blocks; ///< of OM_DRM_SCHEME_CBCS: so many blocks of 16 bytes are encrypted,
+    std::uint32_t skip_blocks;  ///< and so many behind them are not; 0: all are
+    std::uint32_t subsamples;   ///< how many om_drm_subsample_t follow; 0: the whole unit is protected
+};
+static_assert(sizeof(om_drm_crypto_t) == 56);
+
+/// A part of a unit.
+struct om_drm_subsample_t
+{
+    std::uint32_t clear_bytes;     ///< in front
+    std::uint32_t protected_bytes; ///< behind the clear ones
+};
+static_assert(sizeof(om_drm_subsample_t) == 8);
+
+/// Ways to encrypt.
+enum om_drm_scheme_e : std::uint32_t
+{
+    OM_DRM_SCHEME_CENC = 1, ///< AES-CTR
+    OM_DRM_SCHEME_CBCS = 2, ///< AES-CBC with a pattern
+};
+
+/// `msgType` of OmcIDrmAgentListener::onReceivedEvent; `arg3` is the session.
+enum om_drm_event_e : unsigned int
+{
+    OM_DRM_EVENT_MESSAGE = 1,    ///< the payload is for a license server; `msgSubType` is an om_drm_message_e
+    OM_DRM_EVENT_KEY_STATUS = 2, ///< the keys of the session are others now: om_drm_key_status_t, `arg5` of them
+};
+
+/// What a license server is asked for.
+enum om_drm_message_e : unsigned int
+{
+    OM_DRM_MESSAGE_LICENSE_REQUEST = 0,
+    OM_DRM_MESSAGE_LICENSE_RENEWAL = 1, ///< the answer to OM_DRM_COMMAND_RENEW
+};
+
+/// Command of OmIDrmAgent::doExtendCommand: asks again for the keys of "session" that are still missing.
+inline constexpr char OM_DRM_COMMAND_RENEW[] = "renew";
+inline constexpr char OM_KEY_SESSION[] = "session"; ///< its number
 
 } // namespace tz::orvane::om

@@ -7,7 +7,7 @@ packages_of() {
     build) echo g++ cmake ninja-build pkg-config ;;
     play)
         packages_of build
-        echo libcli11-dev nlohmann-json3-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libfontconfig-dev
+        echo libcli11-dev libssl-dev nlohmann-json3-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libfontconfig-dev
         echo gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
         echo gstreamer1.0-x gstreamer1.0-alsa gstreamer1.0-pulseaudio libexif-dev fonts-dejavu-core
         ;;
@@ -18,7 +18,7 @@ packages_of() {
         ;;
     package) echo dpkg-dev lintian debootstrap ;;
     arm) echo g++-arm-linux-gnueabihf qemu-user abigail-tools ;;
-    fuzz) echo clang libclang-rt-14-dev libglib2.0-dev libexif-dev ;;
+    fuzz) echo clang libclang-rt-14-dev libglib2.0-dev libexif-dev libssl-dev nlohmann-json3-dev ;;
     tidy) echo clang-tidy clang-format doxygen git ;;
     *)
         echo "no package set is called $1" >&2

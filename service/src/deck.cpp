@@ -59,8 +59,8 @@ int Deck::start()
 void Deck::operate(Kind kind, std::chrono::milliseconds deadline, Call call, Done done)
 {
     ++m_serial;
-    m_operation.emplace(kind, std::move(done));
-    m_operation->deadline = m_loop.addTimer(deadline, [this] { expire(); });
+    m_operation.emplace(kind, deadline, std::move(done));
+    armDeadline();
     watchForStall();
     askWorker(std::move(call), [](Deck& deck, CallResult result) { deck.onReturned(result); });
 }
@@ -199,9 +199,29 @@ void Deck::fail(Fault const& fault)
     }
 }
 
+void Deck::hold(bool held)
+{
+    m_held = held;
+    if (m_operation && !held)
+    {
+        m_loop.cancelTimer(m_operation->deadline);
+        armDeadline();
+    }
+}
+
+void Deck::armDeadline()
+{
+    m_operation->deadline = m_loop.addTimer(m_operation->allowed, [this] { expire(); });
+}
+
 void Deck::expire()
 {
     bool const hangs = !m_operation->returned;
+    if (m_held && !hangs)
+    {
+        armDeadline();
+        return;
+    }
     ORVANE_LOG_WARNING("%s", hangs ? "a call does not return" : "nothing happens");
     fail({hangs ? om::OM_ERROR_INTERNAL : om::OM_ERROR_TIMED_OUT,
           hangs ? "the pipeline hangs" : "nothing came in time",

@@ -78,6 +78,10 @@ public:
     /// Does something short on the worker, in order with the operations.
     void tell(std::function<void(Pipeline&)> call);
 
+    /// While held, an operation may take as long as it likes: it waits for what only the application can bring. Its
+    /// deadline counts anew from the end of that.
+    void hold(bool held);
+
     bool busy() const { return m_operation.has_value(); }
     ScreenInput& input() { return *m_input; }
 
@@ -91,13 +95,15 @@ public:
 private:
     struct Operation
     {
-        Operation(Kind how, Done callback)
+        Operation(Kind how, std::chrono::milliseconds longest, Done callback)
             : kind(how)
+            , allowed(longest)
             , done(std::move(callback))
         {
         }
 
         Kind kind;
+        std::chrono::milliseconds allowed;
         Done done;
         platform::EventLoop::TimerId deadline = 0;
         platform::EventLoop::TimerId stallCheck = 0;
@@ -114,6 +120,7 @@ private:
     void endOperation();
     void finish(Outcome outcome);
     void fail(Fault const& fault);
+    void armDeadline();
     void expire();
     void watchForStall();
     void onStallChecked(std::uint64_t serial, bool stalled);
@@ -138,6 +145,7 @@ private:
     std::uint64_t m_serial = 0; ///< of the operation
     FaultContext m_context;
     std::vector<std::string> m_missingCodecs;
+    bool m_held = false;
     int m_progress = 0; ///< connections that a live source is making
     platform::EventLoop::TimerId m_closing = 0;
     Worker m_worker;

@@ -17,9 +17,6 @@ constexpr guint64 kEnoughBytes = 2u << 20;
 constexpr guint64 kEnoughTime = GST_SECOND;
 constexpr guint kNeedPercent = 50;
 
-/// What a buffer costs beside its data: tiny pieces must not pass the bound.
-constexpr std::size_t kBufferCost = 512;
-
 } // namespace
 
 /// What the streaming threads and the loop share.
@@ -270,11 +267,12 @@ std::size_t Feed::queued() const
 {
     if (m_state == State::starting)
     {
-        return m_pendingBytes + m_pending.size() * kBufferCost;
+        return m_pendingBytes + m_pending.size() * kFeedBufferCost;
     }
     std::lock_guard<std::mutex> lock(m_link->mutex);
     GstAppSrc* const source = m_link->source.get();
-    return gst_app_src_get_current_level_bytes(source) + gst_app_src_get_current_level_buffers(source) * kBufferCost;
+    return gst_app_src_get_current_level_bytes(source) +
+           gst_app_src_get_current_level_buffers(source) * kFeedBufferCost;
 }
 
 } // namespace tz::orvane::service

@@ -31,6 +31,9 @@ struct FeedNews
 /// wait long before.
 inline constexpr std::size_t kFeedBytes = 64u << 20;
 
+/// What a buffer costs beside its data: tiny pieces must not pass the bound.
+inline constexpr std::size_t kFeedBufferCost = 512;
+
 /// Feeds one appsrc. All members but attach belong to the loop's thread.
 ///
 /// After a seek the pipeline wants other data than those that are on their way. They are dropped until the application

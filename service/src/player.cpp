@@ -171,7 +171,7 @@ void Player::report(int moreFlags)
     {
         flags |= m_live ? om::OM_ACT_LIVE : 0;
         flags |= m_ended ? om::OM_ACT_ENDED : 0;
-        flags |= m_wantPlaying && m_buffering ? om::OM_ACT_BUFFERING : 0;
+        flags |= m_wantPlaying && (m_buffering || m_awaitsKey) ? om::OM_ACT_BUFFERING : 0;
     }
     m_events.state(state(), flags);
     m_subtitles.follow(m_running, m_speed);
@@ -319,6 +319,9 @@ void Player::closeDeck()
     m_durationChanged = false;
     m_videoFeed.reset();
     m_audioFeed.reset();
+    m_videoGate.reset();
+    m_audioGate.reset();
+    m_awaitsKey = false;
     m_overflowReported = false;
     m_frames.reset();
     m_host.loop.cancelTimer(m_tick);
@@ -339,7 +342,7 @@ void Player::closeDeck()
 
 void Player::onDeckFault(Fault const& fault)
 {
-    fail(fault);
+    fail(blameKey(fault));
 }
 
 void Player::onDeckEnd()

@@ -4,6 +4,7 @@
 
 #include "deck.h"
 #include "deck_yard.h"
+#include "drm_gate.h"
 #include "feed.h"
 #include "frame_courier.h"
 #include "gauges.h"
@@ -40,6 +41,7 @@ struct PlayerHost
     DeckYard& yard;
     FrameCourier& frames;
     Settings const& settings;
+    DrmAgents const* agents = nullptr; ///< of the player's connection
 };
 
 /// A player. Loop thread.
@@ -86,8 +88,11 @@ public:
     /// Container data. @param data copied
     void push(void const* data, std::size_t size);
 
-    /// An access unit. @param data copied
-    void push(om::om_es_unit_t const& unit, void const* data, std::size_t size);
+    /// An access unit. @param crypto how it is protected, if it is @param data copied
+    void push(om::om_es_unit_t const& unit, std::optional<DrmCryptoInfo> crypto, void const* data, std::size_t size);
+
+    /// Units that wait may have their keys now.
+    void keysChanged();
 
     /// What is pushed from now on begins at this byte. @return 0 or a negative errno value
     int pushFrom(std::int64_t offset);
@@ -196,6 +201,14 @@ private:
     Feed* feedOf(std::int32_t stream) const;
     void answerPush(Feed::Taken taken, char const* command, Properties more);
 
+    // player_protection.cpp
+    void passUnits(om::om_stream_type_e stream);
+    void deliver(om::om_stream_type_e stream, DrmGate::Unit unit);
+    void tellOfKey(om::om_stream_type_e stream, DrmGate& gate);
+    void noteKeyWait();
+    Fault blameKey(Fault const& fault) const;
+    DrmGate* gateOf(std::int32_t stream);
+
     void enqueue(char const* name, Then run);
     void append(char const* name, Then run);
     void runNext();
@@ -248,6 +261,9 @@ private:
 
     std::shared_ptr<Feed> m_videoFeed; ///< also of a pushed container
     std::shared_ptr<Feed> m_audioFeed;
+    std::optional<DrmGate> m_videoGate;
+    std::optional<DrmGate> m_audioGate;
+    bool m_awaitsKey = false;
     bool m_overflowReported = false;
     std::shared_ptr<FrameStream> m_frames; ///< null: nobody wants them
 

@@ -80,6 +80,23 @@ void pushData(Player& player, Request& request)
     player.push(data.data(), data.size());
 }
 
+/// @param[out] crypto nothing for a unit that is not protected @return 0 or a negative errno value
+int readCrypto(Request const& request, std::optional<DrmCryptoInfo>& crypto)
+{
+    if (request.block(3).empty())
+    {
+        return 0;
+    }
+    if (request.block(3).size() > kMostCryptoBytes)
+    {
+        return -EINVAL;
+    }
+    std::string const bytes = request.bytes(3);
+    std::string_view rest;
+    int const result = readCryptoInfo(bytes, crypto.emplace(), rest);
+    return result == 0 && !rest.empty() ? -EINVAL : result;
+}
+
 void pushEsData(Player& player, Request& request)
 {
     std::string const unit = request.bytes(2);
@@ -91,9 +108,11 @@ void pushEsData(Player& player, Request& request)
         player.events().refusal(om::OM_ERROR_BAD_ARGUMENT, "pushEsData", "sizes do not fit");
         return;
     }
-    if (!request.block(3).empty())
+    std::optional<DrmCryptoInfo> crypto;
+    if (int const result = readCrypto(request, crypto); result < 0)
     {
-        player.events().refusal(om::OM_ERROR_KEY_MISSING, "pushEsData", "protected data cannot be played");
+        player.events().refusal(result == -EOPNOTSUPP ? om::OM_ERROR_NOT_SUPPORTED : om::OM_ERROR_BAD_ARGUMENT,
+                                "pushEsData", "the crypto information cannot be read");
         return;
     }
     if (!request.block(4).empty())
@@ -102,7 +121,7 @@ void pushEsData(Player& player, Request& request)
         return;
     }
     std::memcpy(&record, unit.data(), sizeof record);
-    player.push(record, data.data(), size);
+    player.push(record, std::move(crypto), data.data(), size);
 }
 
 void setSpeed(Player& player, Request& request)

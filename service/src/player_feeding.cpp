@@ -2,7 +2,10 @@
 // One player of a client: the data that its application pushes.
 #include "player.h"
 
+#include "drm_agents.h"
+
 #include <cerrno>
+#include <utility>
 
 namespace tz::orvane::service
 {
@@ -53,10 +56,12 @@ void Player::makeFeeds()
     if (m_medium.video)
     {
         m_videoFeed = makeFeed(om::OM_STREAM_TYPE_VIDEO, Feed::Format::time);
+        m_videoGate.emplace(DrmSense(true, m_medium.video->record.codec, m_medium.video->codecData));
     }
     if (m_medium.audio)
     {
         m_audioFeed = makeFeed(om::OM_STREAM_TYPE_AUDIO, Feed::Format::time);
+        m_audioGate.emplace(DrmSense(false, m_medium.audio->record.codec, m_medium.audio->codecData));
     }
 }
 
@@ -116,8 +121,9 @@ void Player::push(void const* data, std::size_t size)
     answerPush(taken, "pushData", {{om::OM_KEY_OFFSET, offset}});
 }
 
-void Player::push(om::om_es_unit_t const& unit, void const* data, std::size_t size)
+void Player::push(om::om_es_unit_t const& unit, std::optional<DrmCryptoInfo> crypto, void const* data, std::size_t size)
 {
+    auto const stream = static_cast<om::om_stream_type_e>(unit.stream_type);
     Feed* const feed = feedOf(unit.stream_type);
     if (feed == nullptr)
     {
@@ -130,19 +136,34 @@ void Player::push(om::om_es_unit_t const& unit, void const* data, std::size_t si
         m_events.refusal(om::OM_ERROR_BAD_ARGUMENT, "pushEsData", "an access unit without bytes");
         return;
     }
+    if (crypto && (!fits(*crypto, size) || m_host.agents->find(crypto->agent) == nullptr))
+    {
+        m_events.refusal(om::OM_ERROR_BAD_ARGUMENT, "pushEsData", "no such agent, or the subsamples do not fit");
+        return;
+    }
+    DrmGate& gate = *gateOf(stream);
     if ((unit.flags & om::OM_ES_DISCONTINUITY) != 0)
     {
+        if (feed->awaitsRestart())
+        {
+            gate.clear(); // what waits there is of another place
+        }
         feed->restart();
     }
-    if (size > 0)
+    if (feed->awaitsRestart())
     {
-        answerPush(feed->push(size, [&] { return makeUnit(unit, data, size); }), "pushEsData",
-                   {{om::OM_KEY_STREAM, std::to_string(unit.stream_type)}});
+        return;
     }
-    if (ends)
+    if (size == 0)
     {
-        feed->end(); // dropped like the data in front of it while the application has not followed a seek
+        crypto.reset();
     }
+    if (!gate.push({size > 0 ? makeUnit(unit, data, size) : nullptr, std::move(crypto), ends}))
+    {
+        answerPush(Feed::Taken::full, "pushEsData", {{om::OM_KEY_STREAM, std::to_string(unit.stream_type)}});
+        return;
+    }
+    passUnits(stream);
 }
 
 int Player::pushFrom(std::int64_t offset)

@@ -195,7 +195,7 @@ void Player::probe(Then then)
 /// Makes the pipeline run or stand as it is wanted, and reports the state, also when it is that already.
 void Player::settle(Then then)
 {
-    bool const run = m_wantPlaying && !m_buffering;
+    bool const run = m_wantPlaying && !m_buffering && !m_awaitsKey;
     if (run == m_running)
     {
         report();

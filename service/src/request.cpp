@@ -2,6 +2,8 @@
 // A message of a client while it is being answered.
 #include "request.h"
 
+#include <openssl/crypto.h>
+
 #include <cstring>
 
 namespace tz::orvane::service
@@ -78,6 +80,16 @@ std::string_view Request::block(int index) const
     bool const there = m_message.read(index, &data, &size) == 0 && data != nullptr && size > 0;
     return there ? std::string_view(static_cast<char const*>(data), static_cast<std::size_t>(size))
                  : std::string_view();
+}
+
+void Request::wipe(int index)
+{
+    void* data = nullptr;
+    int size = 0;
+    if (m_message.read(index, &data, &size) == 0 && data != nullptr)
+    {
+        OPENSSL_cleanse(data, static_cast<std::size_t>(size));
+    }
 }
 
 Answer::Answer(mdt::MdtsMessenger& messenger, mdt::MsgData const& message, mdt::MdtsCall const& call)

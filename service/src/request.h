@@ -78,6 +78,9 @@ public:
     /// The bytes where they are, for what is only copied on.
     std::string_view block(int index) const;
 
+    /// Overwrites an argument that held something secret.
+    void wipe(int index);
+
 private:
     mdt::MsgData& m_message;
 };

@@ -7,6 +7,7 @@
 #include "orvane/platform/om_debug.h"
 
 #include <cerrno>
+#include <cstring>
 #include <string>
 
 namespace tz::orvane::service
@@ -67,7 +68,16 @@ Session::Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerId
     , m_messenger(messenger)
     , m_ids(ids)
     , m_cnid(cnid)
+    , m_agents(messenger, cnid,
+               [this]
+               {
+                   for (auto const& entry : m_players)
+                   {
+                       entry.second->keysChanged();
+                   }
+               })
 {
+    m_host.agents = &m_agents;
 }
 
 Session::~Session()
@@ -96,6 +106,10 @@ void Session::handle(mdt::MsgData& message, mdt::MdtsCall const& call)
     {
         handlePlayer(request, *row);
     }
+    else if (object == protocol::ObjectClass::drm)
+    {
+        handleAgent(request);
+    }
     else
     {
         refuse(request, -ENOENT, om::OM_ERROR_BAD_STATE, "no such object");
@@ -116,8 +130,9 @@ void Session::handleOwn(Request& request)
         {protocol::kCmdDestroyClient, &Session::destroyPlayerAll},
         {protocol::kCmdStopPlayerAll, &Session::stopPlayerAll},
         {protocol::kCmdDestroyPreviewTool, &Session::accept},
-        {protocol::kCmdDestroyDrmAgentById, &Session::accept},
-        {protocol::kCmdDestroyDrmAgent, &Session::accept},
+        {protocol::kCmdCreateDrmAgent, &Session::createDrmAgent},
+        {protocol::kCmdDestroyDrmAgentById, &Session::destroyDrmAgent},
+        {protocol::kCmdDestroyDrmAgent, &Session::destroyDrmAgent},
     };
     for (Row const& row : kRows)
     {
@@ -155,6 +170,16 @@ void Session::handlePlayer(Request& request, protocol::Message const& row)
         return;
     }
     command(*found->second, request);
+}
+
+void Session::handleAgent(Request& request)
+{
+    if (int const result = m_agents.handle(request); result < 0)
+    {
+        bool const unknown = result == -EOPNOTSUPP;
+        refuse(request, result, unknown ? om::OM_ERROR_NOT_SUPPORTED : om::OM_ERROR_BAD_ARGUMENT,
+               std::strerror(-result));
+    }
 }
 
 /// Says no where it is heard: in the answer, at the player, or else at the connection.
@@ -244,6 +269,17 @@ void Session::stopPlayerAll(Request&)
 
 /// There is nothing to destroy.
 void Session::accept(Request&) {}
+
+void Session::createDrmAgent(Request& request)
+{
+    m_agents.create(request);
+}
+
+/// Of the two messages that destroy an agent the second finds none.
+void Session::destroyDrmAgent(Request& request)
+{
+    m_agents.destroy(request.number(0));
+}
 
 void Session::destroyPlayers()
 {

@@ -2,6 +2,7 @@
 // One connection: its objects, and where its messages go.
 #pragma once
 
+#include "drm_agents.h"
 #include "player.h"
 #include "request.h"
 
@@ -43,6 +44,7 @@ private:
 
     void handleOwn(Request& request);
     void handlePlayer(Request& request, protocol::Message const& row);
+    void handleAgent(Request& request);
     void refuse(Request& request, int status, om::om_error_e code, char const* text);
     void tellRefusal(om::om_error_e code, char const* command, std::string const& text);
     void warnOfKeys(Request& request, char const* command);
@@ -53,6 +55,8 @@ private:
     void destroyPlayerAll(Request& request);
     void stopPlayerAll(Request& request);
     void accept(Request& request);
+    void createDrmAgent(Request& request);
+    void destroyDrmAgent(Request& request);
     void destroyPlayers();
     void destroy(unsigned int plid);
 
@@ -60,6 +64,7 @@ private:
     mdt::MdtsMessenger& m_messenger;
     PlayerIds& m_ids;
     int m_cnid;
+    DrmAgents m_agents;
     std::map<unsigned int, std::unique_ptr<Player>> m_players;
 };
 

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+// The access units of one stream on their way to its feed: protected ones wait here for their key.
+#include "drm_gate.h"
+
+#include "drm_agents.h"
+#include "drm_decrypt.h"
+#include "feed.h"
+
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+std::size_t costOf(DrmGate::Unit const& unit)
+{
+    std::size_t const described =
+        unit.crypto ? sizeof *unit.crypto + unit.crypto->subsamples.size() * sizeof(om::om_drm_subsample_t) : 0;
+    return described + kFeedBufferCost + (unit.buffer == nullptr ? 0 : gst_buffer_get_size(unit.buffer.get()));
+}
+
+} // namespace
+
+bool DrmGate::push(Unit unit)
+{
+    std::size_t const cost = costOf(unit);
+    if (m_bytes + cost > kFeedBytes)
+    {
+        return false;
+    }
+    m_bytes += cost;
+    m_units.push_back(std::move(unit));
+    return true;
+}
+
+DrmGate::Front DrmGate::look(DrmAgents const& agents)
+{
+    if (m_units.empty())
+    {
+        return Front::none;
+    }
+    Unit& unit = m_units.front();
+    return unit.crypto ? open(unit, agents) : Front::ready;
+}
+
+DrmGate::Front DrmGate::open(Unit& unit, DrmAgents const& agents)
+{
+    DrmAgent* const agent = agents.find(unit.crypto->agent);
+    DrmKey const* const key = agent == nullptr ? nullptr : agent->keyFor(unit.crypto->keyId);
+    if (key == nullptr)
+    {
+        return Front::noKey;
+    }
+    if (m_lastKey != unit.crypto->keyId)
+    {
+        m_lastKey = unit.crypto->keyId;
+        m_sense.forget();
+    }
+    m_told.reset();
+    GstMapInfo map{};
+    if (gst_buffer_map(unit.buffer.get(), &map, GST_MAP_READWRITE) == FALSE)
+    {
+        return Front::failed;
+    }
+    int const result = decrypt(*unit.crypto, *key, map.data, map.size);
+    bool const makesSense = m_sense.takes({reinterpret_cast<char const*>(map.data), map.size});
+    gst_buffer_unmap(unit.buffer.get(), &map);
+    if (result < 0)
+    {
+        return Front::failed;
+    }
+    agent->countDecrypted(gst_buffer_get_size(unit.buffer.get()));
+    return makesSense ? Front::ready : Front::noSense;
+}
+
+DrmGate::Unit DrmGate::take()
+{
+    Unit unit = std::move(m_units.front());
+    m_bytes -= costOf(unit);
+    m_units.pop_front();
+    return unit;
+}
+
+bool DrmGate::tellsOfKey()
+{
+    return std::exchange(m_told, missing().keyId) != missing().keyId;
+}
+
+void DrmGate::clear()
+{
+    m_units.clear();
+    m_bytes = 0;
+    m_told.reset();
+}
+
+} // namespace tz::orvane::service

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+// The access units of one stream on their way to its feed: protected ones wait here for their key.
+#pragma once
+
+#include "drm_crypto_info.h"
+#include "drm_sense.h"
+#include "gst_ptr.h"
+
+#include <cstddef>
+#include <deque>
+#include <optional>
+
+namespace tz::orvane::service
+{
+
+class DrmAgents;
+
+/// Keeps units in order: behind one that waits, all wait. Loop thread.
+class DrmGate
+{
+public:
+    struct Unit
+    {
+        BufferPtr buffer;                    ///< null: only the end of the stream
+        std::optional<DrmCryptoInfo> crypto; ///< nothing: not protected
+        bool ends = false;
+    };
+
+    enum class Front
+    {
+        none,    ///< nothing waits
+        ready,   ///< take it
+        noKey,   ///< it waits on
+        noSense, ///< its key is wrong
+        failed   ///< it cannot be decrypted; take it and throw it away
+    };
+
+    explicit DrmGate(DrmSense const& sense)
+        : m_sense(sense)
+    {
+    }
+
+    /// @return false when too much waits
+    bool push(Unit unit);
+
+    /// Decrypts the first unit if its key is there.
+    Front look(DrmAgents const& agents);
+    Unit take();
+
+    /// @return how the first unit is protected, while it waits
+    DrmCryptoInfo const& missing() const { return *m_units.front().crypto; }
+
+    /// @return true the first time that it is asked for a key since there was one that is needed
+    bool tellsOfKey();
+
+    bool empty() const { return m_units.empty(); }
+    bool hasDecrypted() const { return m_lastKey.has_value(); }
+    void clear();
+
+private:
+    Front open(Unit& unit, DrmAgents const& agents);
+
+    std::deque<Unit> m_units;
+    std::size_t m_bytes = 0;
+    DrmSense m_sense;
+    std::optional<DrmKeyId> m_lastKey; ///< of what was decrypted
+    std::optional<DrmKeyId> m_told;
+};
+
+} // namespace tz::orvane::service
