@@ -260,16 +260,11 @@ TEST_F(Robustness, whatIsNotOfferedIsSaidToBeSo)
     Viewer viewer;
     ASSERT_TRUE(viewer.open(media("v.mp4")));
     om::OmIMediaPlayer& player = viewer.player();
-    player.setSubtitleUri("x");
-    player.setAudioTrackNo(1);
     player.freeDataMem(nullptr);
-    for (char const* const command : {"setSubtitleUri", "setAudioTrackNo", "freeDataMem"})
-    {
-        auto const error = viewer.recorder().takeError();
-        ASSERT_TRUE(error);
-        EXPECT_EQ(error->code, om::OM_ERROR_NOT_SUPPORTED);
-        EXPECT_EQ(error->properties.at(om::OM_KEY_COMMAND), command);
-    }
+    auto const error = viewer.recorder().takeError();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code, om::OM_ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(error->properties.at(om::OM_KEY_COMMAND), "freeDataMem");
     EXPECT_EQ(viewer.command("no-such-command"), -1);
     EXPECT_EQ(viewer.connection().createPreviewTool(nullptr), nullptr);
     EXPECT_EQ(viewer.connection().createDrmAgent(1), nullptr);

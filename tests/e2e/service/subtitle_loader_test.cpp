@@ -24,7 +24,6 @@ namespace
 
 using testing::ElementsAre;
 using testing::Field;
-using testing::IsEmpty;
 
 auto isCue(std::int64_t start, std::int64_t end, std::string const& text)
 {
