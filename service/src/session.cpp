@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <string>
+#include <unistd.h>
 
 namespace tz::orvane::service
 {
@@ -18,13 +19,13 @@ namespace
 constexpr char kLogFile[] = "session";
 constexpr char kLogClass[] = "Session";
 
-constexpr std::size_t kMostPlayers = 32;
 constexpr std::size_t kMostPlayersOfOne = 8;
 
 protocol::ObjectClass classOf(Request const& request)
 {
     unsigned int const object = request.object();
-    if (protocol::kPreviewToolIds.contains(object))
+    // Request ids are asked of the connection.
+    if (protocol::kPreviewToolIds.contains(object) || request.code() == protocol::kCmdGetPreviewRequestId)
     {
         return protocol::ObjectClass::preview;
     }
@@ -38,23 +39,13 @@ protocol::ObjectClass classOf(Request const& request)
     return isClients ? protocol::ObjectClass::client : protocol::ObjectClass::player;
 }
 
-} // namespace
-
-unsigned int PlayerIds::take()
+/// A client with other rights must not have files written with ours.
+bool hasOurRights(mdt::MdtsPeer const& peer)
 {
-    if (m_used.size() >= kMostPlayers)
-    {
-        return 0;
-    }
-    unsigned int id = 0;
-    do
-    {
-        id = m_next;
-        m_next = m_next == protocol::kPlayerIds.last ? protocol::kPlayerIds.first : m_next + 1;
-    } while (m_used.count(id) != 0);
-    m_used.insert(id);
-    return id;
+    return peer.uid == geteuid() || peer.uid == 0;
 }
+
+} // namespace
 
 struct Session::Row
 {
@@ -62,11 +53,13 @@ struct Session::Row
     void (Session::*handle)(Request&);
 };
 
-Session::Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerIds& ids, int cnid)
+Session::Session(PlayerHost const& host, PreviewHost const& previews, mdt::MdtsMessenger& messenger, ObjectIds& ids,
+                 mdt::MdtsPeer const& peer)
     : m_host(host)
     , m_messenger(messenger)
     , m_ids(ids)
-    , m_cnid(cnid)
+    , m_cnid(peer.cnid)
+    , m_previews(previews, messenger, peer.cnid, hasOurRights(peer))
 {
 }
 
@@ -96,6 +89,13 @@ void Session::handle(mdt::MsgData& message, mdt::MdtsCall const& call)
     {
         handlePlayer(request, *row);
     }
+    else if (object == protocol::ObjectClass::preview)
+    {
+        if (auto const refusal = m_previews.handle(request))
+        {
+            refuse(request, refusal->status, refusal->code, refusal->text);
+        }
+    }
     else
     {
         refuse(request, -ENOENT, om::OM_ERROR_BAD_STATE, "no such object");
@@ -113,9 +113,10 @@ void Session::handleOwn(Request& request)
         {protocol::kCmdCreatePlayer, &Session::createPlayer},
         {protocol::kCmdDestroyPlayer, &Session::destroyPlayer},
         {protocol::kCmdDestroyPlayerAll, &Session::destroyPlayerAll},
-        {protocol::kCmdDestroyClient, &Session::destroyPlayerAll},
+        {protocol::kCmdDestroyClient, &Session::destroyAll},
         {protocol::kCmdStopPlayerAll, &Session::stopPlayerAll},
-        {protocol::kCmdDestroyPreviewTool, &Session::accept},
+        {protocol::kCmdCreatePreviewTool, &Session::createPreviewTool},
+        {protocol::kCmdDestroyPreviewTool, &Session::destroyPreviewTool},
         {protocol::kCmdDestroyDrmAgentById, &Session::accept},
         {protocol::kCmdDestroyDrmAgent, &Session::accept},
     };
@@ -231,6 +232,12 @@ void Session::destroyPlayerAll(Request&)
     destroyPlayers();
 }
 
+void Session::destroyAll(Request&)
+{
+    destroyPlayers();
+    m_previews.destroyTool();
+}
+
 void Session::stopPlayerAll(Request&)
 {
     for (auto const& entry : m_players)
@@ -240,6 +247,23 @@ void Session::stopPlayerAll(Request&)
             entry.second->stop();
         }
     }
+}
+
+void Session::createPreviewTool(Request& request)
+{
+    unsigned int const plid = m_previews.createTool();
+    if (plid == 0)
+    {
+        request.reply(-EDQUOT);
+        return;
+    }
+    warnOfKeys(request, "createPreviewTool");
+    request.reply(std::uint32_t{plid});
+}
+
+void Session::destroyPreviewTool(Request&)
+{
+    m_previews.destroyTool();
 }
 
 /// There is nothing to destroy.
