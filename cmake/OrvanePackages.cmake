@@ -41,7 +41,7 @@ orvane_debian_package(
   "Plays what applications ask for through the Orvane client library, on a\nworkstation in place of a television.")
 orvane_debian_package(
   tools orvane-tools video "command-line tools of the Orvane media service"
-  "omc-play plays files and URIs on a terminal, and tells what is known of them.")
+  "omc-play plays files and URIs on a terminal, and tells what is known of them;\nomc-preview makes pictures of them.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "liborvane-omc1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS

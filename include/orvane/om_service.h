@@ -187,7 +187,51 @@ enum om_error_e : unsigned int
     OM_ERROR_BAD_ARGUMENT = 15,
     OM_ERROR_LIMIT = 16,     ///< too many players, too much data
     OM_ERROR_WRONG_KEY = 17, ///< what the key of a protected stream gives makes no sense
+    OM_ERROR_STOPPED = 18,   ///< a preview request that was stopped
 };
+
+// Previews: requests of OmIPreviewTool and their results. The result code of a request is om_error_e; on
+// OM_ERROR_NONE the output path names the picture, or is empty where there is none.
+
+/// Flags of OmIPreviewTool::requestPreviewInfo.
+enum om_preview_flag_e : int
+{
+    OM_PREVIEW_DEFAULT = 0,    ///< the key frame nearest to the position
+    OM_PREVIEW_EXACT = 1,      ///< the frame at the position, slower
+    OM_PREVIEW_NO_PICTURE = 2, ///< only tell what the medium is
+};
+
+// Keys of the property group of requestPreviewInfo. Numbers are decimal text.
+inline constexpr char OM_PREVIEW_KEY_SIZE[] = "size";             ///< "WxH" that the picture fits into; default 320x320
+inline constexpr char OM_PREVIEW_KEY_FORMAT[] = "format";         ///< "jpeg" (default) or "png"
+inline constexpr char OM_PREVIEW_KEY_OUTPUT[] = "output-path";    ///< absolute path of a file that does not exist yet
+inline constexpr char OM_PREVIEW_KEY_REQUEST_ID[] = "request-id"; ///< one that getRequestID gave, instead of the next
+inline constexpr char OM_PREVIEW_KEY_TIMEOUT[] = "timeout-ms";    ///< 100 to 120000; default 10000
+inline constexpr char OM_PREVIEW_KEY_FRAMES[] = "frames";   ///< 1 to 100: so many frames of a video in one picture
+inline constexpr char OM_PREVIEW_KEY_COLUMNS[] = "columns"; ///< with "frames": how many stand side by side
+
+// Keys of the property group of a result. What is not known is left out.
+inline constexpr char OM_PREVIEW_KEY_MEDIA_TYPE[] = "media-type"; ///< om_media_type_e
+inline constexpr char OM_PREVIEW_KEY_MIME_TYPE[] = "mime-type";   ///< of the container
+inline constexpr char OM_PREVIEW_KEY_TITLE[] = "title";
+inline constexpr char OM_PREVIEW_KEY_ARTIST[] = "artist";
+inline constexpr char OM_PREVIEW_KEY_ALBUM[] = "album";
+inline constexpr char OM_PREVIEW_KEY_DURATION[] = "duration";       ///< milliseconds
+inline constexpr char OM_PREVIEW_KEY_FILE_SIZE[] = "file-size";     ///< bytes
+inline constexpr char OM_PREVIEW_KEY_RESOLUTION[] = "resolution";   ///< "WxH" in pixels as they are stored
+inline constexpr char OM_PREVIEW_KEY_ROTATION[] = "rotation";       ///< degrees clockwise that turn it upright
+inline constexpr char OM_PREVIEW_KEY_VIDEO_CODEC[] = "video-codec"; ///< om_video_codec_e
+inline constexpr char OM_PREVIEW_KEY_AUDIO_CODEC[] = "audio-codec"; ///< om_audio_codec_e
+inline constexpr char OM_PREVIEW_KEY_DATE[] = "date"; ///< of creation: "2024-02-03T04:05:06" or its beginning
+inline constexpr char OM_PREVIEW_KEY_PICTURE_SIZE[] = "picture-size"; ///< "WxH" of the picture that was written
+inline constexpr char OM_PREVIEW_KEY_POSITION[] = "position"; ///< milliseconds, of the (first) frame in the picture
+
+/// Command of OmIPreviewTool::doExtendCommand: how many requests of the connection are "waiting" and "running", and how
+/// many of all run at once ("slots").
+inline constexpr char OM_PREVIEW_COMMAND_STATUS[] = "status";
+inline constexpr char OM_PREVIEW_KEY_WAITING[] = "waiting";
+inline constexpr char OM_PREVIEW_KEY_RUNNING[] = "running";
+inline constexpr char OM_PREVIEW_KEY_SLOTS[] = "slots";
 
 /// Values of om_media_info_t::media_type.
 enum om_media_type_e : std::int32_t

@@ -39,11 +39,16 @@ std::string ImageHead::bytes() const
 
 void ImageHead::onElement(GstElement*, GstElement* element, gpointer owner)
 {
+    watchElement(*static_cast<Owner*>(owner), element);
+}
+
+void ImageHead::watchElement(Owner const& head, GstElement* element)
+{
     ObjectPtr<GstPad> const sink(decodesPictures(element) ? gst_element_get_static_pad(element, "sink") : nullptr);
     if (sink != nullptr)
     {
-        gst_pad_add_probe(sink.get(), GST_PAD_PROBE_TYPE_BUFFER, &ImageHead::onBuffer,
-                          new Owner(*static_cast<Owner*>(owner)), &ImageHead::release);
+        gst_pad_add_probe(sink.get(), GST_PAD_PROBE_TYPE_BUFFER, &ImageHead::onBuffer, new Owner(head),
+                          &ImageHead::release);
     }
 }
 

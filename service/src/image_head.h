@@ -18,6 +18,9 @@ public:
     /// Begins to watch for decoders of pictures. @param playbin keeps what it needs alive
     static std::shared_ptr<ImageHead> watch(GstElement* playbin);
 
+    /// Watches an element of another pipeline, when it is a decoder of pictures.
+    static void watchElement(std::shared_ptr<ImageHead> const& head, GstElement* element);
+
     std::string bytes() const;
 
 private:

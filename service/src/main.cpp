@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The reference media service as a program.
 #include "activation.h"
+#include "preview_nursery.h"
 #include "service.h"
 
 #include <gst/gst.h>
@@ -110,6 +111,10 @@ int run(service::Settings const& settings)
 
 int main(int argc, char** argv)
 {
+    if (argc == 2 && std::strcmp(argv[1], service::kNurseryOption) == 0)
+    {
+        return service::runPreviewNursery();
+    }
     service::Settings settings = defaults();
     CLI::App app("Plays media for applications that use the Orvane client library.");
     app.set_version_flag("--version", ORVANE_VERSION);

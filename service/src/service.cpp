@@ -18,6 +18,8 @@ namespace
 constexpr char kLogFile[] = "service";
 constexpr char kLogClass[] = "Service";
 
+constexpr std::size_t kMostPlayers = 32;
+
 } // namespace
 
 Service::Service(platform::EventLoop& loop, Settings const& settings)
@@ -26,6 +28,9 @@ Service::Service(platform::EventLoop& loop, Settings const& settings)
     , m_screen(loop, m_settings)
     , m_screenshots(loop, m_screen)
     , m_frames(loop)
+    , m_players(protocol::kPlayerIds, kMostPlayers)
+    , m_tools(protocol::kPreviewToolIds, protocol::kPreviewToolIds.last - protocol::kPreviewToolIds.first + 1)
+    , m_previews(loop)
 {
 }
 
@@ -79,7 +84,8 @@ int Service::onConnect(mdt::MdtsPeer const& peer)
     m_loop.cancelTimer(m_idleTimer);
     m_idleTimer = 0;
     PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_frames, m_settings};
-    m_sessions[peer.cnid] = std::make_unique<Session>(host, *m_messenger, m_ids, peer.cnid);
+    PreviewHost const previews{m_previews, m_tools};
+    m_sessions[peer.cnid] = std::make_unique<Session>(host, previews, *m_messenger, m_players, peer);
     return 0;
 }
 

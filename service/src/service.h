@@ -4,6 +4,8 @@
 
 #include "deck_yard.h"
 #include "frame_courier.h"
+#include "object_ids.h"
+#include "preview_pool.h"
 #include "screen.h"
 #include "screenshot.h"
 #include "session.h"
@@ -53,7 +55,9 @@ private:
     Screenshots m_screenshots;
     DeckYard m_yard;
     FrameCourier m_frames;
-    PlayerIds m_ids;
+    ObjectIds m_players;
+    ObjectIds m_tools;
+    PreviewPool m_previews;
     std::map<int, std::unique_ptr<Session>> m_sessions;
     std::unique_ptr<mdt::MdtsMessenger> m_messenger;
     std::function<void()> m_idle;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <unistd.h>
 
 namespace tz::orvane::service
 {
@@ -19,13 +20,13 @@ namespace
 constexpr char kLogFile[] = "session";
 constexpr char kLogClass[] = "Session";
 
-constexpr std::size_t kMostPlayers = 32;
 constexpr std::size_t kMostPlayersOfOne = 8;
 
 protocol::ObjectClass classOf(Request const& request)
 {
     unsigned int const object = request.object();
-    if (protocol::kPreviewToolIds.contains(object))
+    // Request ids are asked of the connection.
+    if (protocol::kPreviewToolIds.contains(object) || request.code() == protocol::kCmdGetPreviewRequestId)
     {
         return protocol::ObjectClass::preview;
     }
@@ -39,23 +40,13 @@ protocol::ObjectClass classOf(Request const& request)
     return isClients ? protocol::ObjectClass::client : protocol::ObjectClass::player;
 }
 
-} // namespace
-
-unsigned int PlayerIds::take()
+/// A client with other rights must not have files written with ours.
+bool hasOurRights(mdt::MdtsPeer const& peer)
 {
-    if (m_used.size() >= kMostPlayers)
-    {
-        return 0;
-    }
-    unsigned int id = 0;
-    do
-    {
-        id = m_next;
-        m_next = m_next == protocol::kPlayerIds.last ? protocol::kPlayerIds.first : m_next + 1;
-    } while (m_used.count(id) != 0);
-    m_used.insert(id);
-    return id;
+    return peer.uid == geteuid() || peer.uid == 0;
 }
+
+} // namespace
 
 struct Session::Row
 {
@@ -63,12 +54,13 @@ struct Session::Row
     void (Session::*handle)(Request&);
 };
 
-Session::Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerIds& ids, int cnid)
+Session::Session(PlayerHost const& host, PreviewHost const& previews, mdt::MdtsMessenger& messenger, ObjectIds& ids,
+                 mdt::MdtsPeer const& peer)
     : m_host(host)
     , m_messenger(messenger)
     , m_ids(ids)
-    , m_cnid(cnid)
-    , m_agents(messenger, cnid,
+    , m_cnid(peer.cnid)
+    , m_agents(messenger, peer.cnid,
                [this]
                {
                    for (auto const& entry : m_players)
@@ -76,6 +68,7 @@ Session::Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerId
                        entry.second->keysChanged();
                    }
                })
+    , m_previews(previews, messenger, peer.cnid, hasOurRights(peer))
 {
     m_host.agents = &m_agents;
 }
@@ -110,6 +103,13 @@ void Session::handle(mdt::MsgData& message, mdt::MdtsCall const& call)
     {
         handleAgent(request);
     }
+    else if (object == protocol::ObjectClass::preview)
+    {
+        if (auto const refusal = m_previews.handle(request))
+        {
+            refuse(request, refusal->status, refusal->code, refusal->text);
+        }
+    }
     else
     {
         refuse(request, -ENOENT, om::OM_ERROR_BAD_STATE, "no such object");
@@ -127,9 +127,10 @@ void Session::handleOwn(Request& request)
         {protocol::kCmdCreatePlayer, &Session::createPlayer},
         {protocol::kCmdDestroyPlayer, &Session::destroyPlayer},
         {protocol::kCmdDestroyPlayerAll, &Session::destroyPlayerAll},
-        {protocol::kCmdDestroyClient, &Session::destroyPlayerAll},
+        {protocol::kCmdDestroyClient, &Session::destroyAll},
         {protocol::kCmdStopPlayerAll, &Session::stopPlayerAll},
-        {protocol::kCmdDestroyPreviewTool, &Session::accept},
+        {protocol::kCmdCreatePreviewTool, &Session::createPreviewTool},
+        {protocol::kCmdDestroyPreviewTool, &Session::destroyPreviewTool},
         {protocol::kCmdCreateDrmAgent, &Session::createDrmAgent},
         {protocol::kCmdDestroyDrmAgentById, &Session::destroyDrmAgent},
         {protocol::kCmdDestroyDrmAgent, &Session::destroyDrmAgent},
@@ -256,6 +257,12 @@ void Session::destroyPlayerAll(Request&)
     destroyPlayers();
 }
 
+void Session::destroyAll(Request&)
+{
+    destroyPlayers();
+    m_previews.destroyTool();
+}
+
 void Session::stopPlayerAll(Request&)
 {
     for (auto const& entry : m_players)
@@ -267,8 +274,22 @@ void Session::stopPlayerAll(Request&)
     }
 }
 
-/// There is nothing to destroy.
-void Session::accept(Request&) {}
+void Session::createPreviewTool(Request& request)
+{
+    unsigned int const plid = m_previews.createTool();
+    if (plid == 0)
+    {
+        request.reply(-EDQUOT);
+        return;
+    }
+    warnOfKeys(request, "createPreviewTool");
+    request.reply(std::uint32_t{plid});
+}
+
+void Session::destroyPreviewTool(Request&)
+{
+    m_previews.destroyTool();
+}
 
 void Session::createDrmAgent(Request& request)
 {

@@ -3,36 +3,25 @@
 #pragma once
 
 #include "drm_agents.h"
+#include "object_ids.h"
 #include "player.h"
+#include "preview_desk.h"
 #include "request.h"
 
 #include "orvane/platform/mdts_messenger.h"
 
 #include <map>
 #include <memory>
-#include <set>
 
 namespace tz::orvane::service
 {
-
-/// Gives out ids of players, and bounds their number.
-class PlayerIds
-{
-public:
-    /// @return 0 when there are as many players as there may be
-    unsigned int take();
-    void giveBack(unsigned int id) { m_used.erase(id); }
-
-private:
-    std::set<unsigned int> m_used;
-    unsigned int m_next = protocol::kPlayerIds.first; ///< goes round: an id given back is not given out again at once
-};
 
 /// What one connection owns. Messages reach only its own objects. Loop thread.
 class Session
 {
 public:
-    Session(PlayerHost const& host, mdt::MdtsMessenger& messenger, PlayerIds& ids, int cnid);
+    Session(PlayerHost const& host, PreviewHost const& previews, mdt::MdtsMessenger& messenger, ObjectIds& ids,
+            mdt::MdtsPeer const& peer);
     Session(Session const&) = delete;
     Session& operator=(Session const&) = delete;
     ~Session();
@@ -53,8 +42,10 @@ private:
     void createPlayer(Request& request);
     void destroyPlayer(Request& request);
     void destroyPlayerAll(Request& request);
+    void destroyAll(Request& request);
     void stopPlayerAll(Request& request);
-    void accept(Request& request);
+    void createPreviewTool(Request& request);
+    void destroyPreviewTool(Request& request);
     void createDrmAgent(Request& request);
     void destroyDrmAgent(Request& request);
     void destroyPlayers();
@@ -62,9 +53,10 @@ private:
 
     PlayerHost m_host;
     mdt::MdtsMessenger& m_messenger;
-    PlayerIds& m_ids;
+    ObjectIds& m_ids;
     int m_cnid;
     DrmAgents m_agents;
+    PreviewDesk m_previews;
     std::map<unsigned int, std::unique_ptr<Player>> m_players;
 };
 

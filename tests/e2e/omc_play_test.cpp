@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The player for the terminal, as a user and a script meet it.
-#include "support/temp_dir.h"
+#include "support/place.h"
 #include "support/tool_process.h"
 #include "support/wait.h"
 
@@ -34,44 +34,6 @@ std::string media(std::string const& name)
 {
     return ORVANE_E2E_MEDIA "/" + name;
 }
-
-/// A socket directory whose services end with it.
-class Place
-{
-public:
-    ~Place()
-    {
-        killServices();
-        eventually([this] { return services().empty(); });
-    }
-
-    /// Processes of the media service that listen here.
-    std::vector<pid_t> services() const
-    {
-        std::vector<pid_t> found;
-        std::string const variable = "ORVANE_SOCKET_DIR=" + m_directory.path();
-        for (auto const& entry : std::filesystem::directory_iterator("/proc"))
-        {
-            if (fileContent(entry.path() / "comm") == "orvane-media-se\n" &&
-                fileContent(entry.path() / "environ").find(variable) != std::string::npos)
-            {
-                found.push_back(std::stoi(entry.path().filename()));
-            }
-        }
-        return found;
-    }
-
-    void killServices() const
-    {
-        for (pid_t const service : services())
-        {
-            ::kill(service, SIGKILL);
-        }
-    }
-
-private:
-    SocketDir m_directory;
-};
 
 class OmcPlay : public testing::Test
 {

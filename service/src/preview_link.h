@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// The service's end of the process that makes previews.
+#pragma once
+
+#include "descriptor.h"
+#include "preview_task.h"
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <utility>
+
+namespace tz::orvane::service
+{
+
+/// Starts this program once more as the process that makes previews, and speaks with it. It ends with this object. Loop
+/// thread; nothing here waits.
+class PreviewLink
+{
+public:
+    PreviewLink() = default;
+    PreviewLink(PreviewLink const&) = delete;
+    PreviewLink& operator=(PreviewLink const&) = delete;
+    ~PreviewLink();
+
+    /// @return 0, or a negative errno value
+    int open();
+    void close();
+    bool isOpen() const { return static_cast<bool>(m_socket); }
+
+    /// Readable when something has ended, or when the process is gone.
+    int descriptor() const { return m_socket.get(); }
+
+    /// @param picture where the picture is written, -1 for none
+    /// @return the end of a pipe that the result comes through; none when the order could not be sent
+    Descriptor start(std::uint32_t number, PreviewTask const& task, std::string const& uri, int picture);
+    void kill(std::uint32_t number);
+
+    /// @return the next report, and whether the process is still there
+    std::pair<std::optional<PreviewEnd>, bool> take();
+
+private:
+    Descriptor m_socket;
+    pid_t m_pid = -1;
+};
+
+} // namespace tz::orvane::service

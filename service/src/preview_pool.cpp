@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: Apache-2.0
+// The preview requests of all connections: who is next, and how long it may take.
+#include "preview_pool.h"
+
+#include "orvane/platform/om_debug.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <sched.h>
+#include <sys/epoll.h>
+#include <sys/wait.h>
+
+namespace tz::orvane::service
+{
+
+namespace
+{
+
+constexpr char kLogFile[] = "preview_pool";
+constexpr char kLogClass[] = "PreviewPool";
+
+constexpr std::size_t kMostWaiting = 4096;
+constexpr std::size_t kMostWaitingOfOne = 1024;
+constexpr std::size_t kLargestResult = 65'536;
+
+std::size_t countCores()
+{
+    cpu_set_t cores;
+    bool const known = sched_getaffinity(0, sizeof cores, &cores) == 0;
+    return known ? static_cast<std::size_t>(std::max(CPU_COUNT(&cores), 1)) : 1;
+}
+
+std::string readAll(int fd)
+{
+    std::string bytes(kLargestResult, '\0');
+    std::size_t filled = 0;
+    while (filled < bytes.size())
+    {
+        ssize_t const got = read(fd, &bytes[filled], bytes.size() - filled);
+        if (got <= 0)
+        {
+            break;
+        }
+        filled += static_cast<std::size_t>(got);
+    }
+    bytes.resize(filled);
+    return bytes;
+}
+
+PreviewResult resultOf(int status, int fd)
+{
+    if (status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0)
+    {
+        return decodeResult(readAll(fd));
+    }
+    if (status != -1 && WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU)
+    {
+        return failedPreview(om::OM_ERROR_TIMED_OUT, "it takes too long");
+    }
+    bool const killed = status != -1 && WIFSIGNALED(status);
+    return failedPreview(om::OM_ERROR_INTERNAL,
+                         killed ? "decoding ended by signal " + std::to_string(WTERMSIG(status)) : "decoding failed");
+}
+
+om::om_error_e codeOf(int error)
+{
+    switch (error)
+    {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EEXIST:
+        return om::OM_ERROR_FORBIDDEN;
+    case ENOENT:
+    case ENOTDIR:
+        return om::OM_ERROR_NOT_FOUND;
+    case ENOSPC:
+    case EDQUOT:
+    case EMFILE:
+    case ENFILE:
+        return om::OM_ERROR_LIMIT;
+    default:
+        return om::OM_ERROR_BAD_ARGUMENT;
+    }
+}
+
+} // namespace
+
+PreviewPool::PreviewPool(platform::EventLoop& loop)
+    : m_loop(loop)
+    , m_slots(countCores())
+{
+}
+
+PreviewPool::~PreviewPool()
+{
+    m_loop.cancelTimer(m_wake);
+    for (Running const& job : m_running)
+    {
+        m_loop.cancelTimer(job.deadline);
+    }
+    if (m_link.isOpen())
+    {
+        m_loop.unwatch(m_link.descriptor());
+    }
+}
+
+void PreviewPool::prepare()
+{
+    openLink();
+}
+
+std::uint32_t PreviewPool::add(PreviewJob job)
+{
+    if (m_waiting.size() >= kMostWaiting || waiting(job.owner) >= kMostWaitingOfOne)
+    {
+        return 0;
+    }
+    m_last = m_last == UINT32_MAX ? 1 : m_last + 1;
+    m_waiting.push_back({m_last, std::move(job)});
+    schedule();
+    return m_last;
+}
+
+void PreviewPool::cancel(std::uint32_t number)
+{
+    m_waiting.remove_if([number](Waiting const& job) { return job.number == number; });
+    Running dropped;
+    if (drop(number, dropped))
+    {
+        m_link.kill(number);
+        schedule();
+    }
+}
+
+std::size_t PreviewPool::waiting(int owner) const
+{
+    return static_cast<std::size_t>(std::count_if(m_waiting.begin(), m_waiting.end(),
+                                                  [owner](Waiting const& job) { return job.job.owner == owner; }));
+}
+
+std::size_t PreviewPool::running(int owner) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(m_running.begin(), m_running.end(), [owner](Running const& job) { return job.owner == owner; }));
+}
+
+/// Not from where somebody is still at work on the lists.
+void PreviewPool::schedule()
+{
+    if (m_wake == 0)
+    {
+        m_wake = m_loop.addTimer(std::chrono::milliseconds(0),
+                                 [this]
+                                 {
+                                     m_wake = 0;
+                                     startMore();
+                                 });
+    }
+}
+
+void PreviewPool::startMore()
+{
+    while (m_running.size() < m_slots && !m_waiting.empty())
+    {
+        auto const next = std::min_element(m_waiting.begin(), m_waiting.end(),
+                                           [this](Waiting const& a, Waiting const& b)
+                                           { return running(a.job.owner) < running(b.job.owner); });
+        Waiting job = std::move(*next);
+        m_waiting.erase(next);
+        start(std::move(job));
+    }
+}
+
+void PreviewPool::start(Waiting next)
+{
+    int const opened = next.job.task.picture ? next.job.openPicture() : -1;
+    Descriptor const picture(opened);
+    if (next.job.task.picture && opened < 0)
+    {
+        next.job.done(failedPreview(codeOf(-opened), std::string("output: ") + std::strerror(-opened)));
+        return;
+    }
+    Descriptor result;
+    if (openLink())
+    {
+        result = m_link.start(next.number, next.job.task, next.job.uri, picture.get());
+    }
+    if (!result)
+    {
+        next.job.done(failedPreview(om::OM_ERROR_INTERNAL, "the process for previews does not start"));
+        return;
+    }
+    auto const deadline = m_loop.addTimer(std::chrono::milliseconds(next.job.task.timeout),
+                                          [this, number = next.number] { expire(number); });
+    m_running.push_back({next.number, next.job.owner, std::move(next.job.done), std::move(result), deadline});
+}
+
+bool PreviewPool::openLink()
+{
+    if (m_link.isOpen())
+    {
+        return true;
+    }
+    if (int const result = m_link.open(); result < 0)
+    {
+        ORVANE_LOG_ERROR("no process for previews, %s", std::strerror(-result));
+        return false;
+    }
+    m_loop.watch(m_link.descriptor(), EPOLLIN, [this](std::uint32_t) { readLink(); });
+    return true;
+}
+
+void PreviewPool::readLink()
+{
+    while (m_link.isOpen())
+    {
+        auto const [end, alive] = m_link.take();
+        if (end)
+        {
+            onEnd(*end);
+        }
+        else if (!alive)
+        {
+            onGone();
+        }
+        else
+        {
+            return;
+        }
+    }
+}
+
+void PreviewPool::onEnd(PreviewEnd const& end)
+{
+    Running job;
+    if (drop(end.number, job))
+    {
+        schedule();
+        job.done(resultOf(end.status, job.result.get()));
+    }
+}
+
+/// Whoever ended it: what it had started ends with it, and the next preview starts it anew.
+void PreviewPool::onGone()
+{
+    ORVANE_LOG_WARNING("the process for previews is gone");
+    m_loop.unwatch(m_link.descriptor());
+    m_link.close();
+    std::list<Running> lost;
+    lost.swap(m_running);
+    schedule();
+    for (Running const& job : lost)
+    {
+        m_loop.cancelTimer(job.deadline);
+        job.done(failedPreview(om::OM_ERROR_INTERNAL, "the process for previews is gone"));
+    }
+}
+
+void PreviewPool::expire(std::uint32_t number)
+{
+    Running job;
+    if (drop(number, job))
+    {
+        m_link.kill(number);
+        schedule();
+        job.done(failedPreview(om::OM_ERROR_TIMED_OUT, "it takes too long"));
+    }
+}
+
+bool PreviewPool::drop(std::uint32_t number, Running& dropped)
+{
+    auto const job = std::find_if(m_running.begin(), m_running.end(),
+                                  [number](Running const& running) { return running.number == number; });
+    if (job == m_running.end())
+    {
+        return false;
+    }
+    m_loop.cancelTimer(job->deadline);
+    dropped = std::move(*job);
+    m_running.erase(job);
+    return true;
+}
+
+} // namespace tz::orvane::service

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+// The preview requests of all connections: who is next, and how long it may take.
+#pragma once
+
+#include "preview_link.h"
+#include "preview_result.h"
+#include "preview_task.h"
+
+#include "orvane/platform/om_event_loop.h"
+
+#include <cstddef>
+#include <functional>
+#include <list>
+#include <string>
+
+namespace tz::orvane::service
+{
+
+struct PreviewJob
+{
+    int owner = 0; ///< connection
+    PreviewTask task;
+    std::string uri;
+    std::function<int()>
+        openPicture; ///< called when it starts: a descriptor, given up to the pool, or a negative errno
+    std::function<void(PreviewResult const&)> done; ///< called once, unless it is cancelled
+};
+
+/// Runs as many previews side by side as there are cores; of those that wait, the next is the oldest one of the
+/// connection that has the fewest running. Loop thread.
+class PreviewPool
+{
+public:
+    explicit PreviewPool(platform::EventLoop& loop);
+    PreviewPool(PreviewPool const&) = delete;
+    PreviewPool& operator=(PreviewPool const&) = delete;
+    ~PreviewPool();
+
+    /// Starts what previews need, so that the first one need not wait for it.
+    void prepare();
+
+    /// @return a number, 0 when too many wait. `done` is not called before this returns.
+    std::uint32_t add(PreviewJob job);
+
+    /// Ends it at once, without a result.
+    void cancel(std::uint32_t number);
+
+    std::size_t slots() const { return m_slots; }
+    std::size_t waiting(int owner) const;
+    std::size_t running(int owner) const;
+
+private:
+    struct Waiting
+    {
+        std::uint32_t number;
+        PreviewJob job;
+    };
+
+    struct Running
+    {
+        std::uint32_t number = 0;
+        int owner = 0;
+        std::function<void(PreviewResult const&)> done;
+        Descriptor result;
+        platform::EventLoop::TimerId deadline = 0;
+    };
+
+    void schedule();
+    void startMore();
+    void start(Waiting next);
+    bool openLink();
+    void readLink();
+    void onEnd(PreviewEnd const& end);
+    void onGone();
+    void expire(std::uint32_t number);
+    bool drop(std::uint32_t number, Running& dropped);
+
+    platform::EventLoop& m_loop;
+    std::size_t m_slots;
+    PreviewLink m_link;
+    std::list<Waiting> m_waiting;
+    std::list<Running> m_running;
+    std::uint32_t m_last = 0;
+    platform::EventLoop::TimerId m_wake = 0;
+};
+
+} // namespace tz::orvane::service

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the service tells the process that makes previews, and what that reports.
+#pragma once
+
+#include "orvane/om_enums.h"
+
+#include <cstdint>
+
+namespace tz::orvane::service
+{
+
+/// One preview to be made. Both ends are the same program, so that the bytes travel as they are.
+struct PreviewTask
+{
+    std::int64_t position = 0;
+    om::om_location_mode_e mode = om::OM_LOCATION_MODE_TIME;
+    bool exact = false;
+    bool picture = true;
+    bool png = false;
+    std::int32_t width = 320; ///< of the box that a frame fits into
+    std::int32_t height = 320;
+    std::int32_t frames = 1; ///< above 1: a sheet of so many
+    std::int32_t columns = 1;
+    std::int32_t timeout = 10'000; ///< milliseconds
+};
+
+/// To the process. An order to start comes with two descriptors, for the result and for the picture, and with the URI
+/// behind it.
+struct PreviewOrder
+{
+    enum class Kind : std::uint32_t
+    {
+        start,
+        kill
+    };
+
+    Kind kind;
+    std::uint32_t number;
+    PreviewTask task;
+};
+
+/// From the process: this one has ended.
+struct PreviewEnd
+{
+    std::uint32_t number;
+    std::int32_t status; ///< as waitpid gives it
+};
+
+} // namespace tz::orvane::service

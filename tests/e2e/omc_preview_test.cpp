@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: Apache-2.0
+// The preview tool as a user and a script meet it.
+#include "support/place.h"
+#include "support/previewer.h"
+#include "support/tool_process.h"
+#include "support/wait.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace tz::orvane::test
+{
+namespace
+{
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kTool[] = ORVANE_E2E_BINARIES "/tools/omc-preview";
+
+std::string media(std::string const& name)
+{
+    return ORVANE_E2E_MEDIA "/" + name;
+}
+
+class OmcPreview : public testing::Test
+{
+protected:
+    OmcPreview()
+    {
+        ::unsetenv("ORVANE_SERVICE");
+        ::unsetenv("DISPLAY");
+    }
+
+    static std::vector<std::string> command(std::vector<std::string> const& arguments)
+    {
+        std::vector<std::string> whole{kTool};
+        whole.insert(whole.end(), arguments.begin(), arguments.end());
+        return whole;
+    }
+
+    std::string inFolder(std::string const& name) const { return m_folder.path() + "/" + name; }
+
+    /// Names in the folder, in order.
+    std::vector<std::string> files() const
+    {
+        std::vector<std::string> names;
+        for (auto const& entry : std::filesystem::directory_iterator(m_folder.path()))
+        {
+            names.push_back(entry.path().filename());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    Place m_place;
+    TempDir m_folder;
+};
+
+TEST_F(OmcPreview, startsAServiceAndTellsWhatAFileIs)
+{
+    ToolProcess tool(command({media("a.mp3")}));
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    EXPECT_THAT(tool.out(), StartsWith("File:        " + media("a.mp3") + "\nType:        audio\nTitle:       Tone\n"));
+    EXPECT_THAT(tool.out(), HasSubstr("\nDuration:    0:03\n"));
+    EXPECT_THAT(tool.out(), Not(HasSubstr("\x1b")));
+    EXPECT_EQ(tool.err(), "");
+    EXPECT_EQ(m_place.services().size(), 1u);
+}
+
+TEST_F(OmcPreview, writesAFrameAndReplacesAnOldPicture)
+{
+    std::string const picture = inFolder("still.png");
+    std::ofstream(picture) << "old";
+    ToolProcess tool(command({media("v.mp4"), "--at", "0:03.52", "--exact", "--size", "160x160", "-o", picture}));
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    EXPECT_THAT(tool.out(), HasSubstr("\nPicture:     " + picture + " (160x90, at 0:03)\n"));
+    Pixels const pixels = decoded(picture);
+    EXPECT_EQ(pixels.width, 160);
+    EXPECT_NEAR(barPosition(pixels), 105, 3);
+    EXPECT_EQ(files(), std::vector<std::string>{"still.png"});
+}
+
+TEST_F(OmcPreview, writesToStandardOutput)
+{
+    ToolProcess tool(command({media("v.mp4"), "-o", "-", "--format", "png"}));
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    EXPECT_THAT(tool.out(), StartsWith("\x89PNG"));
+}
+
+TEST_F(OmcPreview, namesPicturesInAFolderAfterTheirMediaEachOnce)
+{
+    ToolProcess tool(command({media("v.mp4"), media("v.mkv"), media("p.png"), "-o", m_folder.path() + "/made/"}));
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    for (char const* const name : {"v.jpg", "v-2.jpg", "p.jpg"})
+    {
+        EXPECT_EQ(decoded(inFolder("made/") + name).width, 320) << name;
+    }
+}
+
+TEST_F(OmcPreview, aContactSheetShowsSoManyFrames)
+{
+    std::string const picture = inFolder("sheet.jpg");
+    ToolProcess tool(command({media("v.mp4"), "--contact-sheet", "6", "--size", "80x80", "-o", picture}));
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    Pixels const sheet = decoded(picture);
+    EXPECT_EQ(sheet.width, 3 * 84 + 4);
+    EXPECT_EQ(sheet.height, 2 * 49 + 4);
+}
+
+TEST_F(OmcPreview, printsALineOfJsonForEachMedium)
+{
+    ToolProcess tool(command({"--json", media("a.mp3"), media("garbage.mp4")}));
+    EXPECT_EQ(tool.wait(), 1);
+    std::string const lines = tool.out();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2);
+    EXPECT_THAT(lines, StartsWith("{\"uri\":\"" + media("a.mp3") + "\",\"ok\":true,\"type\":\"audio\""));
+    EXPECT_THAT(lines, HasSubstr("\"title\":\"Tone\""));
+    EXPECT_THAT(lines, HasSubstr("\n{\"uri\":\"" + media("garbage.mp4") + "\",\"ok\":false,\"error\":{\"code\":9,"));
+}
+
+TEST_F(OmcPreview, goesOnBehindWhatFailsAndSaysSo)
+{
+    ToolProcess tool(command({media("missing.mp4"), media("v.mp4"), media("garbage.mp4"), "-o", m_folder.path()}));
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_THAT(tool.err(), HasSubstr("omc-preview: missing.mp4: "));
+    EXPECT_THAT(tool.err(), HasSubstr("omc-preview: garbage.mp4: "));
+    EXPECT_EQ(files(), std::vector<std::string>{"v.jpg"});
+}
+
+TEST_F(OmcPreview, saysWhenThereIsNoPicture)
+{
+    ToolProcess tool(command({media("a.wav"), "-o", inFolder("a.jpg")}));
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_THAT(tool.err(), HasSubstr("a.wav: "));
+    EXPECT_THAT(tool.err(), HasSubstr("no picture"));
+    EXPECT_TRUE(files().empty());
+}
+
+TEST_F(OmcPreview, wrongUsageIsToldAtOnce)
+{
+    std::vector<std::vector<std::string>> const cases = {
+        {},
+        {"x.mp4", "--at", "noon"},
+        {"x.mp4", "--at", "130%"},
+        {"x.mp4", "--size", "10"},
+        {"x.mp4", "--contact-sheet", "4"},
+        {"x.mp4", "--contact-sheet", "1000", "-o", "x.jpg"},
+        {"x.mp4", "-o", "x.gif"},
+        {"x.mp4", "y.mp4", "-o", "x.jpg"},
+        {"x.mp4", "y.mp4", "-o", "-"},
+        {"x.mp4", "--json", "-o", "-"},
+    };
+    for (auto const& arguments : cases)
+    {
+        ToolProcess tool(command(arguments));
+        EXPECT_EQ(tool.wait(), 2);
+        EXPECT_NE(tool.err(), "");
+        EXPECT_EQ(tool.out(), "");
+    }
+    EXPECT_TRUE(m_place.services().empty());
+    ToolProcess help(command({"--help"}));
+    EXPECT_EQ(help.wait(), 0);
+    EXPECT_THAT(help.out(), HasSubstr("Examples:"));
+}
+
+TEST_F(OmcPreview, endsWhenItsServiceDies)
+{
+    std::string const service = ORVANE_E2E_BINARIES "/service/nothing";
+    ::setenv("ORVANE_SERVICE", service.c_str(), 1);
+    ToolProcess tool(command({media("v.mp4")}));
+    EXPECT_EQ(tool.wait(), 3);
+    EXPECT_THAT(tool.err(), HasSubstr("omc-preview: "));
+}
+
+TEST_F(OmcPreview, manyFilesShowABarOnATerminal)
+{
+    std::vector<std::string> arguments;
+    for (int i = 0; i < 40; ++i)
+    {
+        arguments.push_back(media(i % 2 == 0 ? "v.mp4" : "exif.jpg"));
+    }
+    arguments.insert(arguments.end(), {"-o", m_folder.path()});
+    ToolProcess tool(command(arguments), ToolProcess::Output::terminal);
+    EXPECT_TRUE(tool.waitFor("/40 ")) << tool.out();
+    EXPECT_EQ(tool.wait(), 0);
+    EXPECT_EQ(files().size(), 40u);
+}
+
+TEST_F(OmcPreview, anInterruptionLeavesNoFileBehind)
+{
+    std::vector<std::string> arguments(300, media("v.mkv"));
+    arguments.insert(arguments.end(), {"--exact", "-o", m_folder.path()});
+    ToolProcess tool(command(arguments));
+    ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
+    tool.signal(SIGINT);
+    EXPECT_EQ(tool.wait(), 128 + SIGINT);
+    for (std::string const& name : files())
+    {
+        EXPECT_THAT(name, Not(HasSubstr(".part")));
+    }
+    auto const ownFiles = [this]
+    {
+        int count = 0;
+        for (auto const& entry : std::filesystem::directory_iterator(m_place.path()))
+        {
+            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
+        }
+        return count;
+    };
+    EXPECT_TRUE(eventually([&] { return ownFiles() == 0; }));
+}
+
+} // namespace
+} // namespace tz::orvane::test

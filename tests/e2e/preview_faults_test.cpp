@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: Apache-2.0
+// Previews of what is broken, huge or endless, and those that are stopped or lose their process.
+#include "support/http_server.h"
+#include "support/previewer.h"
+#include "support/tool_process.h"
+#include "support/viewer.h"
+#include "support/wait.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <sys/stat.h>
+
+namespace tz::orvane::test
+{
+namespace
+{
+
+using std::chrono::steady_clock;
+
+/// @return the processes that a process has started and that run
+std::vector<pid_t> childrenOf(pid_t parent)
+{
+    std::string const process = "/proc/" + std::to_string(parent);
+    std::istringstream list(fileContent(process + "/task/" + std::to_string(parent) + "/children"));
+    std::vector<pid_t> children;
+    for (pid_t child = 0; list >> child;)
+    {
+        children.push_back(child);
+    }
+    return children;
+}
+
+class PreviewFaults : public WithService
+{
+protected:
+    int ownFiles() const
+    {
+        int count = 0;
+        for (auto const& entry : std::filesystem::directory_iterator(m_directory.path()))
+        {
+            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
+        }
+        return count;
+    }
+
+    /// The process that has the workers, 0 when there is none.
+    pid_t nursery() const
+    {
+        auto const children = childrenOf(m_service.pid());
+        return children.empty() ? 0 : children.front();
+    }
+
+    std::vector<pid_t> workers() const
+    {
+        pid_t const parent = nursery();
+        return parent == 0 ? std::vector<pid_t>() : childrenOf(parent);
+    }
+
+    /// Lets the service wait for a server that never answers. @return the worker that does
+    pid_t hang(Previewer& previewer, std::string const& uri)
+    {
+        previewer.ask(uri, 0, 0, {{"timeout-ms", "60000"}});
+        EXPECT_TRUE(eventually([this] { return !workers().empty(); }));
+        auto const running = workers();
+        return running.empty() ? 0 : running.front();
+    }
+
+    HttpServer m_server{ORVANE_E2E_MEDIA};
+};
+
+TEST_F(PreviewFaults, brokenFilesGiveTheirErrorAndNoFile)
+{
+    Previewer previewer;
+    std::map<std::string, om::om_error_e> const cases = {
+        {"garbage.mp4", om::OM_ERROR_UNSUPPORTED_FORMAT}, {"empty.mp4", om::OM_ERROR_UNSUPPORTED_FORMAT},
+        {"text.txt", om::OM_ERROR_UNSUPPORTED_FORMAT},    {"no_index.mp4", om::OM_ERROR_BROKEN_FILE},
+        {"missing.mp4", om::OM_ERROR_NOT_FOUND},          {"badcodec_only.mp4", om::OM_ERROR_UNSUPPORTED_CODEC},
+    };
+    for (auto const& [name, code] : cases)
+    {
+        PreviewReply const reply = previewer.get(media(name));
+        EXPECT_EQ(reply.code, code) << name << ": " << reply.at("text");
+        EXPECT_EQ(reply.path, "");
+    }
+    EXPECT_EQ(ownFiles(), 0);
+}
+
+TEST_F(PreviewFaults, whatIsNoFileIsRefusedAtOnce)
+{
+    TempDir const folder;
+    std::string const fifo = folder.path() + "/fifo.mp4";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    Previewer previewer;
+    for (std::string const& path : {fifo, std::string("/dev/zero"), folder.path()})
+    {
+        EXPECT_EQ(previewer.get(path).code, om::OM_ERROR_UNSUPPORTED_FORMAT) << path;
+    }
+}
+
+TEST_F(PreviewFaults, aServerThatStaysSilentCostsItsTimeOnly)
+{
+    Previewer previewer;
+    auto const begin = steady_clock::now();
+    PreviewReply const reply = previewer.get(m_server.uri("hang/v.mp4"), 0, 0, {{"timeout-ms", "700"}});
+    EXPECT_EQ(reply.code, om::OM_ERROR_TIMED_OUT);
+    EXPECT_GE(steady_clock::now() - begin, std::chrono::milliseconds(700));
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(10));
+    EXPECT_TRUE(eventually([this] { return workers().empty(); }));
+}
+
+TEST_F(PreviewFaults, filesOfAServerGivePreviewsToo)
+{
+    Previewer previewer;
+    PreviewReply const reply = previewer.get(m_server.uri("plain/v.mp4"), 5000);
+    EXPECT_EQ(reply.code, om::OM_ERROR_NONE) << reply.at("text");
+    EXPECT_EQ(reply.at("position"), "5000");
+    EXPECT_EQ(previewer.get(m_server.uri("plain/none.mp4")).code, om::OM_ERROR_NOT_FOUND);
+    EXPECT_EQ(previewer.get(HttpServer::refusedUri()).code, om::OM_ERROR_CONNECT_FAILED);
+}
+
+std::string bigEndian(std::uint32_t value)
+{
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8)
+    {
+        bytes += static_cast<char>(value >> static_cast<unsigned int>(shift));
+    }
+    return bytes;
+}
+
+std::string pngChunk(std::string const& type, std::string const& content)
+{
+    std::uint32_t sum = 0xFFFFFFFF;
+    for (char const byte : type + content)
+    {
+        sum ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit)
+        {
+            sum = (sum >> 1u) ^ ((sum & 1u) != 0 ? 0xEDB88320u : 0u);
+        }
+    }
+    return bigEndian(static_cast<std::uint32_t>(content.size())) + type + content + bigEndian(~sum);
+}
+
+TEST_F(PreviewFaults, aPictureThatClaimsToBeHugeTakesNothingDown)
+{
+    TempDir const folder;
+    std::string const path = folder.path() + "/huge.png";
+    std::string const header = bigEndian(60'000) + bigEndian(60'000) + std::string("\x08\x06\x00\x00\x00", 5);
+    std::ofstream(path, std::ios::binary)
+        << "\x89PNG\r\n\x1a\n"
+        << pngChunk("IHDR", header) << pngChunk("IDAT", std::string("\x78\x9c\x63\x00\x00\x00\x01\x00\x01", 9));
+    Previewer previewer;
+    EXPECT_NE(previewer.get(path).code, om::OM_ERROR_NONE);
+    EXPECT_EQ(previewer.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+}
+
+TEST_F(PreviewFaults, aKilledWorkerEndsItsRequestOnly)
+{
+    Previewer previewer;
+    pid_t const worker = hang(previewer, m_server.uri("hang/v.mp4"));
+    ASSERT_GT(worker, 0);
+    kill(worker, SIGKILL);
+    EXPECT_EQ(previewer.take().code, om::OM_ERROR_INTERNAL);
+    pid_t const before = nursery();
+    EXPECT_EQ(previewer.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+    EXPECT_EQ(nursery(), before);
+}
+
+TEST_F(PreviewFaults, theProcessBehindAllWorkersIsStartedAnewWhenItIsKilled)
+{
+    Previewer previewer;
+    ASSERT_GT(hang(previewer, m_server.uri("hang/v.mp4")), 0);
+    pid_t const before = nursery();
+    EXPECT_EQ(std::filesystem::hard_link_count("/proc/" + std::to_string(before) + "/task"), 3u); // one thread
+    kill(before, SIGKILL);
+    EXPECT_EQ(previewer.take().code, om::OM_ERROR_INTERNAL);
+    EXPECT_EQ(previewer.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+    EXPECT_NE(nursery(), before);
+    EXPECT_EQ(ownFiles(), 1);
+}
+
+TEST_F(PreviewFaults, requestsForOneUriAreStoppedWhereverTheyStand)
+{
+    Previewer previewer;
+    std::string const first = m_server.uri("hang/a.mp4");
+    std::string const second = m_server.uri("hang/b.mp4");
+    ASSERT_GT(hang(previewer, first), 0);
+    for (int i = 0; i < 10; ++i)
+    {
+        previewer.ask(i % 2 == 0 ? first : second, 0, 0, {{"timeout-ms", "60000"}});
+    }
+    EXPECT_EQ(previewer.tool().stopPreview(first), 0);
+    for (int i = 0; i < 6; ++i)
+    {
+        EXPECT_EQ(previewer.take().code, om::OM_ERROR_STOPPED);
+    }
+    EXPECT_EQ(previewer.status(om::OM_PREVIEW_KEY_WAITING) + previewer.status(om::OM_PREVIEW_KEY_RUNNING), 5);
+
+    om::OmPropertyGroup none;
+    EXPECT_EQ(previewer.tool().stopPreviewAll(none), 0);
+    for (int i = 0; i < 5; ++i)
+    {
+        EXPECT_EQ(previewer.take().code, om::OM_ERROR_STOPPED);
+    }
+    EXPECT_TRUE(eventually([this] { return workers().empty(); }));
+    EXPECT_EQ(previewer.status(om::OM_PREVIEW_KEY_RUNNING), 0);
+    EXPECT_EQ(previewer.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+}
+
+TEST_F(PreviewFaults, aFileIsStoppedByItsPathAndByItsUri)
+{
+    TempDir const folder;
+    Previewer previewer;
+    ASSERT_GT(hang(previewer, m_server.uri("hang/a.mp4")), 0);
+    ASSERT_GT(hang(previewer, m_server.uri("hang/b.mp4")), 0);
+    for (int i = previewer.status(om::OM_PREVIEW_KEY_SLOTS); i > 0; --i)
+    {
+        previewer.ask(m_server.uri("hang/c.mp4"), 0, 0, {{"timeout-ms", "60000"}});
+    }
+    unsigned int const waiting = previewer.ask(media("v.mp4"));
+    EXPECT_EQ(previewer.tool().stopPreview("file://" + media("v.mp4")), 0);
+    PreviewReply const reply = previewer.take();
+    EXPECT_EQ(reply.id, waiting);
+    EXPECT_EQ(reply.code, om::OM_ERROR_STOPPED);
+}
+
+TEST_F(PreviewFaults, whatRunsEndsWithItsConnection)
+{
+    {
+        Previewer previewer;
+        ASSERT_GT(hang(previewer, m_server.uri("hang/v.mp4")), 0);
+    }
+    EXPECT_TRUE(eventually([this] { return workers().empty() && ownFiles() == 0; }));
+}
+
+TEST_F(PreviewFaults, aConnectionThatFloodsDoesNotKeepAnotherWaiting)
+{
+    Previewer flooder;
+    constexpr int kFlood = 60;
+    for (int i = 0; i < kFlood; ++i)
+    {
+        flooder.ask(m_server.uri("hang/v.mp4"), 0, 0, {{"timeout-ms", "1000"}});
+    }
+    Previewer other;
+    EXPECT_EQ(other.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+    EXPECT_GT(flooder.status(om::OM_PREVIEW_KEY_WAITING), kFlood / 3);
+    om::OmPropertyGroup none;
+    flooder.tool().stopPreviewAll(none);
+    for (int i = 0; i < kFlood; ++i)
+    {
+        flooder.take();
+    }
+}
+
+TEST_F(PreviewFaults, moreThanMayWaitIsRefused)
+{
+    Previewer previewer;
+    for (int i = 0; i < 1100; ++i)
+    {
+        previewer.askPlainly(m_server.uri("hang/v.mp4"), {{"timeout-ms", "60000"}});
+    }
+    EXPECT_EQ(previewer.take().code, om::OM_ERROR_LIMIT);
+}
+
+TEST_F(PreviewFaults, aPlayerPlaysOnBesideThem)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("v.mp4")));
+    viewer.player().start(6000);
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));
+    Previewer previewer;
+    constexpr int kMany = 40;
+    for (int i = 0; i < kMany; ++i)
+    {
+        previewer.ask(media(i % 4 == 0 ? "no_index.mp4" : "v.mkv"), 250LL * i, om::OM_PREVIEW_EXACT);
+    }
+    for (int i = 0; i < kMany; ++i)
+    {
+        previewer.take();
+    }
+    EXPECT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_END_OF_STREAM));
+    auto const notes = viewer.recorder().notes();
+    EXPECT_TRUE(
+        std::none_of(notes.begin(), notes.end(), [](Note const& note) { return note.kind == Note::Kind::error; }));
+}
+
+TEST_F(PreviewFaults, ofTwoHundredGoodAndBrokenFilesNothingIsLostAndNothingLeft)
+{
+    struct Kind
+    {
+        char const* name;
+        bool good;
+    };
+    constexpr std::array<Kind, 10> kKinds{{{"v.mp4", true},
+                                           {"garbage.mp4", false},
+                                           {"a.mp3", true},
+                                           {"exif.jpg", true},
+                                           {"no_index.mp4", false},
+                                           {"v.webm", true},
+                                           {"missing.mp4", false},
+                                           {"a.m4a", true},
+                                           {"badcodec_only.mp4", false},
+                                           {"v.ts", true}}};
+    constexpr std::size_t kFiles = 200;
+    {
+        Previewer previewer;
+        std::map<unsigned int, Kind> asked;
+        for (std::size_t i = 0; i < kFiles; ++i)
+        {
+            Kind const& kind = kKinds[i % kKinds.size()];
+            asked[previewer.ask(media(kind.name), 1000)] = kind;
+        }
+        for (std::size_t i = 0; i < kFiles; ++i)
+        {
+            PreviewReply const reply = previewer.take();
+            auto const found = asked.find(reply.id);
+            ASSERT_NE(found, asked.end());
+            EXPECT_EQ(reply.code == om::OM_ERROR_NONE, found->second.good) << found->second.name << reply.at("text");
+            asked.erase(found);
+        }
+        EXPECT_TRUE(asked.empty());
+        EXPECT_EQ(ownFiles(), 100);
+    }
+    EXPECT_TRUE(eventually([this] { return ownFiles() == 0 && workers().empty(); }));
+}
+
+} // namespace
+} // namespace tz::orvane::test

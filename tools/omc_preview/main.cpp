@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+// omc-preview: tells what media are, and makes pictures of them.
+#include "common/output.h"
+#include "common/service_launcher.h"
+#include "common/socket_directory.h"
+#include "omc_play/signals.h"
+#include "omc_preview/exit_status.h"
+#include "omc_preview/options.h"
+#include "omc_preview/preview_run.h"
+#include "orvane/omc_access.h"
+#include "orvane/platform/om_debug.h"
+
+#include <cstdlib>
+#include <iostream>
+
+namespace
+{
+
+using namespace tz::orvane;
+using namespace tz::orvane::tools;
+
+constexpr char kAppName[] = "omc-preview";
+
+int fail(std::string const& text)
+{
+    std::cerr << kAppName << ": " << text << "\n";
+    return kExitServiceMissing;
+}
+
+int run(PreviewOptions const& options)
+{
+    Output output;
+    Signals signals;
+    SocketDirectory const directory = findSocketDirectory();
+    if (!directory.fault.empty())
+    {
+        return fail("no media service: " + directory.fault);
+    }
+    // What the tool reports in its own words is not logged as well, unless somebody asks.
+    if (std::getenv("ORVANE_DEBUG") == nullptr)
+    {
+        platform::setDebugLevel(options.verbose ? platform::DebugLevel::warning : platform::DebugLevel::off);
+    }
+    {
+        Output::Silence const silence;
+        omc::OmcClientAccess::getApp(0);
+    }
+    int endSignal = 0;
+    auto const pause = [&](int milliseconds)
+    {
+        endSignal = signals.pause(milliseconds);
+        return endSignal == 0;
+    };
+    LaunchOptions launch;
+    launch.verbose = options.verbose;
+    ServiceConnection const service = connectToService(kAppName, directory.path, launch, pause);
+    if (endSignal != 0)
+    {
+        return kExitBySignal + endSignal;
+    }
+    if (service.connection == nullptr)
+    {
+        return fail(service.fault);
+    }
+    int const status = PreviewRun(options, output, signals).run(*service.connection);
+    omc::OmcClientAccess::getApp(0)->destroyConnection(service.connection);
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    openMissingStandardDescriptors();
+    ParsedPreviewOptions const parsed = parsePreviewOptions(argc, argv);
+    return parsed.options ? run(*parsed.options) : parsed.exitStatus;
+}

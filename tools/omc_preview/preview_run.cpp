@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+// All media of one call of the tool, from asking to the last picture.
+#include "omc_preview/preview_run.h"
+
+#include "omc_preview/exit_status.h"
+#include "omc_preview/picture_file.h"
+#include "orvane/om_property_group.h"
+#include "orvane/om_service.h"
+#include "presentation/media_uri.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <poll.h>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tz::orvane::tools
+{
+
+namespace
+{
+
+constexpr std::size_t kMostAsked = 32; ///< so that an interruption has little to undo
+constexpr char kSheetTimeout[] = "120000";
+constexpr std::string_view kClearLine = "\r\x1b[K";
+
+bool hasTerminal()
+{
+    char const* const kind = std::getenv("TERM");
+    return ::isatty(STDERR_FILENO) != 0 && kind != nullptr && std::string_view(kind) != "dumb";
+}
+
+int columns()
+{
+    constexpr int kUsual = 80;
+    winsize size = {};
+    bool const known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+    return (known ? size.ws_col : kUsual) - 1;
+}
+
+void fillProperties(PreviewOptions const& options, om::OmPropertyGroup& group)
+{
+    if (!options.size.empty())
+    {
+        group.add(om::OM_PREVIEW_KEY_SIZE, options.size);
+    }
+    if (options.format == PictureFormat::png)
+    {
+        group.add(om::OM_PREVIEW_KEY_FORMAT, "png");
+    }
+    if (options.sheetFrames > 0)
+    {
+        group.add(om::OM_PREVIEW_KEY_FRAMES, std::to_string(options.sheetFrames));
+        group.add(om::OM_PREVIEW_KEY_TIMEOUT, kSheetTimeout);
+    }
+}
+
+} // namespace
+
+PreviewRun::PreviewRun(PreviewOptions const& options, Output& output, Signals& signals)
+    : m_options(options)
+    , m_output(output)
+    , m_signals(signals)
+    , m_names(options.format)
+    , m_done(options.media.size(), false)
+    , m_showsProgress(options.media.size() > 1 && hasTerminal())
+{
+    for (std::string const& uri : options.media)
+    {
+        m_outcomes.push_back({uri, 0, "", {}});
+        m_targets.push_back(options.intoFolder ? (std::filesystem::path(options.output) / m_names.next(uri)).string()
+                                               : options.output);
+    }
+}
+
+PreviewRun::~PreviewRun()
+{
+    if (m_connection != nullptr)
+    {
+        m_tool == nullptr ? void() : m_tool->setListener(nullptr);
+        m_connection->removeListener(&m_replies);
+    }
+    hideProgress();
+}
+
+int PreviewRun::run(om::OmIConnection& connection)
+{
+    m_connection = &connection;
+    m_connection->addListener(&m_replies);
+    m_tool = m_connection->createPreviewTool(nullptr);
+    if (m_tool == nullptr)
+    {
+        complain("the media service gives no preview tool");
+        return kExitServiceMissing;
+    }
+    m_tool->setListener(&m_replies);
+    if (m_options.intoFolder)
+    {
+        std::error_code error;
+        std::filesystem::create_directories(m_options.output, error);
+    }
+    while (m_finished < m_outcomes.size())
+    {
+        if (!askMore() || m_replies.isServiceGone())
+        {
+            complain("the media service is gone");
+            return kExitServiceMissing;
+        }
+        showProgress();
+        std::array<pollfd, 2> waited{pollfd{m_replies.descriptor(), POLLIN, 0},
+                                     pollfd{m_signals.descriptor(), POLLIN, 0}};
+        ::poll(waited.data(), waited.size(), -1);
+        for (int signal = m_signals.take(); signal != 0; signal = m_signals.take())
+        {
+            if (Signals::ends(signal))
+            {
+                return kExitBySignal + signal;
+            }
+            if (signal == SIGTSTP)
+            {
+                ::raise(SIGSTOP); // blocked as it is, it does not do so by itself
+            }
+        }
+        for (Reply const& reply : m_replies.take())
+        {
+            accept(reply);
+        }
+        printFinished();
+    }
+    return m_failed ? kExitFailed : kExitDone;
+}
+
+/// @return false when the service is gone
+bool PreviewRun::askMore()
+{
+    om::OmPropertyGroup properties;
+    fillProperties(m_options, properties);
+    // A sheet is looked at as a whole: frames that repeat because key frames are rare would be of no use.
+    bool const exact = m_options.exact || m_options.sheetFrames > 0;
+    int const flags = (m_options.output.empty() ? om::OM_PREVIEW_NO_PICTURE : 0) | (exact ? om::OM_PREVIEW_EXACT : 0);
+    auto const mode = m_options.place.inPercent ? om::OM_LOCATION_MODE_PERCENT : om::OM_LOCATION_MODE_TIME;
+    for (; m_next < m_outcomes.size() && m_asked.size() < kMostAsked; ++m_next)
+    {
+        unsigned int const id = m_tool->getRequestID();
+        if (id == 0 ||
+            m_tool->requestPreviewInfo(m_outcomes[m_next].uri, mode, m_options.place.position, flags, properties) < 0)
+        {
+            return false;
+        }
+        m_asked[id] = m_next;
+    }
+    return true;
+}
+
+void PreviewRun::accept(Reply const& reply)
+{
+    auto const asked = m_asked.find(reply.id);
+    if (asked == m_asked.end())
+    {
+        return;
+    }
+    std::size_t const index = asked->second;
+    m_asked.erase(asked);
+    PreviewOutcome& outcome = m_outcomes[index];
+    outcome.code = static_cast<unsigned int>(reply.code);
+    outcome.properties = reply.properties;
+    if (!reply.path.empty())
+    {
+        std::string const fault = deliverPicture(reply.path, m_targets[index], m_output);
+        outcome.picture = fault.empty() ? m_targets[index] : "";
+        if (!fault.empty())
+        {
+            outcome.code = om::OM_ERROR_FORBIDDEN;
+            outcome.properties[om::OM_KEY_TEXT] = fault;
+        }
+    }
+    else if (outcome.code == om::OM_ERROR_NONE && !m_options.output.empty())
+    {
+        outcome.code = om::OM_ERROR_NOT_SUPPORTED;
+        outcome.properties[om::OM_KEY_TEXT] = "it has no picture";
+    }
+    m_done[index] = true;
+    ++m_finished;
+}
+
+/// In the order of the command line, whatever the order in which they were ready.
+void PreviewRun::printFinished()
+{
+    for (; m_printed < m_outcomes.size() && m_done[m_printed]; ++m_printed)
+    {
+        PreviewOutcome const& outcome = m_outcomes[m_printed];
+        bool const good = outcome.code == om::OM_ERROR_NONE;
+        m_failed = m_failed || !good;
+        if (!good)
+        {
+            complain(displayName(outcome.uri) + ": " + previewFault(outcome));
+        }
+        hideProgress();
+        if (m_options.json)
+        {
+            m_output.write(previewJson(outcome));
+        }
+        else if (good && m_options.output != "-")
+        {
+            m_output.write((std::exchange(m_hasPrinted, true) ? "\n" : "") + previewReport(outcome));
+        }
+    }
+}
+
+void PreviewRun::showProgress()
+{
+    if (m_showsProgress && m_finished < m_outcomes.size())
+    {
+        std::string const& name = m_outcomes[m_printed].uri;
+        std::cerr << kClearLine << previewProgress(m_finished, m_outcomes.size(), displayName(name), columns())
+                  << std::flush;
+    }
+}
+
+void PreviewRun::hideProgress()
+{
+    if (m_showsProgress)
+    {
+        std::cerr << kClearLine << std::flush;
+    }
+}
+
+void PreviewRun::complain(std::string const& text)
+{
+    hideProgress();
+    std::cerr << "omc-preview: " << text << "\n" << std::flush;
+}
+
+} // namespace tz::orvane::tools

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+// All media of one call of the tool, from asking to the last picture.
+#pragma once
+
+#include "common/output.h"
+#include "omc_play/signals.h"
+#include "omc_preview/options.h"
+#include "omc_preview/replies.h"
+#include "orvane/om_iconnection.h"
+#include "orvane/om_ipreview_tool.h"
+#include "presentation/preview_report.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tz::orvane::tools
+{
+
+/// Main thread.
+class PreviewRun
+{
+public:
+    PreviewRun(PreviewOptions const& options, Output& output, Signals& signals);
+    PreviewRun(PreviewRun const&) = delete;
+    PreviewRun& operator=(PreviewRun const&) = delete;
+    ~PreviewRun();
+
+    /// @return the exit status
+    int run(om::OmIConnection& connection);
+
+private:
+    bool askMore();
+    void accept(Reply const& reply);
+    void printFinished();
+    void showProgress();
+    void hideProgress();
+    void complain(std::string const& text);
+
+    PreviewOptions const& m_options;
+    Output& m_output;
+    Signals& m_signals;
+    Replies m_replies;
+    PictureNames m_names;
+    om::OmIConnection* m_connection = nullptr;
+    om::OmIPreviewTool* m_tool = nullptr;
+    std::vector<PreviewOutcome> m_outcomes;
+    std::vector<bool> m_done;
+    std::vector<std::string> m_targets;
+    std::map<unsigned int, std::size_t> m_asked; ///< by request id
+    std::size_t m_next = 0;
+    std::size_t m_finished = 0;
+    std::size_t m_printed = 0;
+    bool m_failed = false;
+    bool m_hasPrinted = false;
+    bool m_showsProgress;
+};
+
+} // namespace tz::orvane::tools
