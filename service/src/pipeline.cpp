@@ -132,8 +132,9 @@ char const* missingElement(AudioOutput output)
 GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings, std::shared_ptr<FrameTap> const& tap)
 {
     std::string const limit = std::to_string(2 * std::max(settings.screenWidth, settings.screenHeight));
-    std::string const toScreen =
-        "videoscale ! video/x-raw,width=[1," + limit + "],height=[1," + limit + "] ! intervideosink channel=" + channel;
+    std::string const scaled = "videoscale ! video/x-raw,width=[1," + limit + "],height=[1," + limit + "] ! ";
+    // Whoever scales further up obeys the limit too, which would spoil what is handed over.
+    std::string const toScreen = (tap == nullptr ? scaled : "") + "intervideosink channel=" + channel;
     GstElement* const sink = gst_parse_bin_from_description(toScreen.c_str(), TRUE, nullptr);
     if (tap == nullptr)
     {

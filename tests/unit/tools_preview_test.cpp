@@ -96,7 +96,7 @@ TEST(PreviewReport, isALineOfJson)
               "\"duration-ms\":83000,\"size\":1000,\"video-codec\":\"H.264\",\"picture\":\"film.jpg\","
               "\"picture-size\":\"320x180\",\"position-ms\":4000}\n");
     EXPECT_EQ(previewJson({"x\xff", om::OM_ERROR_STOPPED, "", {{om::OM_KEY_TEXT, "why"}}}),
-              "{\"uri\":\"x\xEF\xBF\xBD\",\"ok\":false,\"error\":{\"code\":17,\"text\":\"stopped (why)\"}}\n");
+              "{\"uri\":\"x\xEF\xBF\xBD\",\"ok\":false,\"error\":{\"code\":18,\"text\":\"stopped (why)\"}}\n");
 }
 
 TEST(PreviewProgress, fillsItsBarAndKeepsToItsColumns)
