@@ -125,7 +125,8 @@ GstPadProbeReturn InputChain::onReady(GstPad*, GstPadProbeInfo* info, gpointer s
     bool const late = now > GST_BUFFER_PTS(picture) + kLate;
     chain.m_time = std::max(late ? now : GST_BUFFER_PTS(picture), chain.m_time); // never backwards
     GST_BUFFER_PTS(picture) = chain.m_time;
-    GST_BUFFER_OFFSET(picture) = chain.m_fetched; // for the camera
+    GST_BUFFER_OFFSET(picture) = chain.m_fetchedAfter; // for the camera
+    chain.m_fetchedAfter = now; // the source fetches the next one when this one is out, and holds it until its time
     GST_PAD_PROBE_INFO_DATA(info) = picture;
     return GST_PAD_PROBE_OK;
 }
@@ -138,7 +139,6 @@ GstClockTime InputChain::now() const
 
 void InputChain::turn()
 {
-    m_fetched = now();
     m_look = m_shared->get();
     if (m_look.orientation.method() != m_method)
     {
