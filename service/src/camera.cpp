@@ -13,10 +13,7 @@ namespace tz::orvane::service
 namespace
 {
 
-/// A source fetches its picture as soon as the one before is out, and holds it until its time.
-constexpr GstClockTime kFetchedAhead = 50 * GST_MSECOND;
-
-/// @return when the part that a pad adds to the picture was fetched, 0 when it adds none
+/// @return when the part that a pad adds to the picture was fetched at the earliest, 0 when it adds none
 GstClockTime timeOf(GstAggregator* mixer, GstAggregatorPad* pad)
 {
     SamplePtr const sample(gst_aggregator_peek_next_sample(mixer, pad));
@@ -38,9 +35,8 @@ void Camera::attach(GstElement* mixer, GstElement* exit)
 void Camera::take(Taken taken)
 {
     GstClockTime const now = gst_element_get_current_running_time(m_mixer);
-    GstClockTime const since = (GST_CLOCK_TIME_IS_VALID(now) ? now : 0) + kFetchedAhead;
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_requests.push_back({since, std::move(taken)});
+    m_requests.push_back({GST_CLOCK_TIME_IS_VALID(now) ? now : 0, std::move(taken)});
 }
 
 void Camera::onSelected(GstElement* mixer, GstSegment*, guint64, guint64, guint64, GstStructure*, gpointer self)

@@ -22,12 +22,12 @@ public:
     Camera(Camera const&) = delete;
     Camera& operator=(Camera const&) = delete;
 
-    /// @param mixer a compositor; the offset of a buffer that it gets is the running time at which it was fetched
+    /// @param mixer a compositor; the offset of a buffer that it gets is a running time after which it was fetched
     /// @param exit an element behind it, where composed pictures pass on the same thread; both must not outlive the
     /// camera
     void attach(GstElement* mixer, GstElement* exit);
 
-    /// Calls back, on the pipeline's thread, with the first picture of which every part has left its source after now.
+    /// Calls back, on the pipeline's thread, with the first picture of which every part was fetched after now.
     void take(Taken taken);
 
 private:

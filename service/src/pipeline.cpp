@@ -2,6 +2,7 @@
 // A GStreamer pipeline that a player drives, whatever feeds it.
 #include "pipeline.h"
 
+#include "caps_answer.h"
 #include "frame_tap.h"
 
 #include <algorithm>
@@ -132,10 +133,11 @@ char const* missingElement(AudioOutput output)
 GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings, std::shared_ptr<FrameTap> const& tap)
 {
     std::string const limit = std::to_string(2 * std::max(settings.screenWidth, settings.screenHeight));
-    std::string const scaled = "videoscale ! video/x-raw,width=[1," + limit + "],height=[1," + limit + "] ! ";
-    // Whoever scales further up obeys the limit too, which would spoil what is handed over.
-    std::string const toScreen = (tap == nullptr ? scaled : "") + "intervideosink channel=" + channel;
+    std::string const toScreen = "videoscale name=limit ! video/x-raw,width=[1," + limit + "],height=[1," + limit +
+                                 "] ! intervideosink channel=" + channel;
     GstElement* const sink = gst_parse_bin_from_description(toScreen.c_str(), TRUE, nullptr);
+    ObjectPtr<GstElement> const scale(gst_bin_get_by_name(GST_BIN(sink), "limit"));
+    takeAll(scale.get(), CapsPtr(gst_caps_new_empty_simple("video/x-raw"))); // or others would scale what the tap sees
     if (tap == nullptr)
     {
         return sink;

@@ -2,6 +2,8 @@
 // The pipeline that composes the screen.
 #include "screen_stage.h"
 
+#include "caps_answer.h"
+
 #include "orvane/platform/om_debug.h"
 
 #include <algorithm>
@@ -43,23 +45,6 @@ void watch(GstElement* element, int what, GstPadProbeCallback callback, gpointer
     gst_pad_add_probe(pad.get(), static_cast<GstPadProbeType>(what), callback, self, nullptr);
 }
 
-/// Any picture is taken, at the screen's own rate. What is cut off at present would limit the answer, and a picture
-/// that is smaller than that would end the input.
-bool answerForAll(GstQuery* query)
-{
-    if (GST_QUERY_TYPE(query) != GST_QUERY_CAPS)
-    {
-        return false;
-    }
-    GstCaps* filter = nullptr;
-    gst_query_parse_caps(query, &filter);
-    CapsPtr const all(gst_caps_new_simple("video/x-raw", "framerate", GST_TYPE_FRACTION, kScreenRate, 1, nullptr));
-    CapsPtr const answer(filter == nullptr ? gst_caps_ref(all.get())
-                                           : gst_caps_intersect_full(filter, all.get(), GST_CAPS_INTERSECT_FIRST));
-    gst_query_set_caps_result(query, answer.get());
-    return true;
-}
-
 } // namespace
 
 InputChain::InputChain(std::shared_ptr<SharedLook const> look, std::shared_ptr<SharedText const> text, Area screen)
@@ -88,8 +73,12 @@ bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const
     m_crop = childOf(input, "crop");
     m_pad.reset(gst_element_request_pad_simple(mixer, "sink_%u"));
     g_object_set(m_pad.get(), "alpha", 0.0, nullptr);
+    // What is cut off at present would limit what is taken, and a picture that is smaller than that would end the
+    // input.
+    takeAll(convert.get(),
+            CapsPtr(gst_caps_new_simple("video/x-raw", "framerate", GST_TYPE_FRACTION, kScreenRate, 1, nullptr)));
     constexpr int kData = GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM;
-    watch(convert.get(), kData | GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, onFetched, this);
+    watch(convert.get(), kData, onFetched, this);
     watch(m_crop.get(), kData, onTurned, this);
     watch(ready.get(), GST_PAD_PROBE_TYPE_BUFFER, onReady, this);
     gst_bin_add(GST_BIN(pipeline), input);
@@ -103,10 +92,6 @@ GstPadProbeReturn InputChain::onFetched(GstPad*, GstPadProbeInfo* info, gpointer
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0)
     {
         chain.turn();
-    }
-    else if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM) != 0)
-    {
-        return answerForAll(GST_PAD_PROBE_INFO_QUERY(info)) ? GST_PAD_PROBE_HANDLED : GST_PAD_PROBE_OK;
     }
     else if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_CAPS)
     {
@@ -140,7 +125,8 @@ GstPadProbeReturn InputChain::onReady(GstPad*, GstPadProbeInfo* info, gpointer s
     bool const late = now > GST_BUFFER_PTS(picture) + kLate;
     chain.m_time = std::max(late ? now : GST_BUFFER_PTS(picture), chain.m_time); // never backwards
     GST_BUFFER_PTS(picture) = chain.m_time;
-    GST_BUFFER_OFFSET(picture) = chain.m_fetched; // for the camera
+    GST_BUFFER_OFFSET(picture) = chain.m_fetchedAfter; // for the camera
+    chain.m_fetchedAfter = now; // the source fetches the next one when this one is out, and holds it until its time
     GST_PAD_PROBE_INFO_DATA(info) = picture;
     return GST_PAD_PROBE_OK;
 }
@@ -153,7 +139,6 @@ GstClockTime InputChain::now() const
 
 void InputChain::turn()
 {
-    m_fetched = now();
     m_look = m_shared->get();
     if (m_look.orientation.method() != m_method)
     {

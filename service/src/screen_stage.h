@@ -52,7 +52,7 @@ private:
 
     // Of the input's thread.
     PictureLook m_look;
-    GstClockTime m_fetched = 0;
+    GstClockTime m_fetchedAfter = 0;
     GstClockTime m_time = 0; ///< of the last picture
     PictureSize m_size;
     GstVideoOrientationMethod m_method = GST_VIDEO_ORIENTATION_IDENTITY;
