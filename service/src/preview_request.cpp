@@ -7,8 +7,8 @@
 
 #include "orvane/om_service.h"
 
+#include <climits>
 #include <cmath>
-#include <limits.h>
 #include <string_view>
 
 namespace tz::orvane::service

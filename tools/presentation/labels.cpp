@@ -99,6 +99,7 @@ constexpr Label kErrors[] = {
     {om::OM_ERROR_BAD_STATE, "not possible now"},
     {om::OM_ERROR_BAD_ARGUMENT, "the media service rejects the value"},
     {om::OM_ERROR_LIMIT, "the media service has reached its limit"},
+    {om::OM_ERROR_WRONG_KEY, "its key is wrong"},
     {om::OM_ERROR_STOPPED, "stopped"},
 };
 

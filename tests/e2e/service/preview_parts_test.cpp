@@ -159,7 +159,10 @@ TEST(PreviewPicture, aSheetHasRowsOfItsColumns)
     EXPECT_EQ(sheet.width, 2 * 5 + 4);
     EXPECT_EQ(sheet.height, 2 * 5 + 4);
     std::string const letters = lettersOf(sheet);
-    auto const at = [&](int x, int y) { return letters[static_cast<std::size_t>(y * sheet.width + x)]; };
+    auto const at = [&](int x, int y) {
+        return letters[static_cast<std::size_t>(y) * static_cast<std::size_t>(sheet.width) +
+                       static_cast<std::size_t>(x)];
+    };
     EXPECT_EQ(at(4, 4), 'a');
     EXPECT_EQ(at(9, 4), 'b');
     EXPECT_EQ(at(4, 9), 'c');
