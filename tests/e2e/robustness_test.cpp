@@ -266,7 +266,6 @@ TEST_F(Robustness, whatIsNotOfferedIsSaidToBeSo)
     EXPECT_EQ(error->code, om::OM_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(error->properties.at(om::OM_KEY_COMMAND), "freeDataMem");
     EXPECT_EQ(viewer.command("no-such-command"), -1);
-    EXPECT_EQ(viewer.connection().createDrmAgent(999), nullptr);
     om::om_media_info_t info{};
     Viewer closed("closed");
     EXPECT_EQ(closed.player().getMediaInfo(info), -ENODATA);
