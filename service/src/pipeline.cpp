@@ -133,8 +133,10 @@ char const* missingElement(AudioOutput output)
 GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings, std::shared_ptr<FrameTap> const& tap)
 {
     std::string const limit = std::to_string(2 * std::max(settings.screenWidth, settings.screenHeight));
-    std::string const toScreen = "videoscale name=limit ! video/x-raw,width=[1," + limit + "],height=[1," + limit +
-                                 "] ! intervideosink channel=" + channel;
+    // On the way to the screen no picture is called interlaced: neither it nor the channel know what to do with that.
+    std::string const toScreen =
+        "videoscale name=limit ! video/x-raw,width=[1," + limit + "],height=[1," + limit +
+        "] ! capssetter caps=video/x-raw,interlace-mode=progressive ! intervideosink channel=" + channel;
     GstElement* const sink = gst_parse_bin_from_description(toScreen.c_str(), TRUE, nullptr);
     ObjectPtr<GstElement> const scale(gst_bin_get_by_name(GST_BIN(sink), "limit"));
     takeAll(scale.get(), CapsPtr(gst_caps_new_empty_simple("video/x-raw"))); // or others would scale what the tap sees

@@ -75,8 +75,8 @@ bool InputChain::join(GstElement* pipeline, GstElement* mixer, std::string const
     g_object_set(m_pad.get(), "alpha", 0.0, nullptr);
     // What is cut off at present would limit what is taken, and a picture that is smaller than that would end the
     // input.
-    takeAll(convert.get(),
-            CapsPtr(gst_caps_new_simple("video/x-raw", "framerate", GST_TYPE_FRACTION, kScreenRate, 1, nullptr)));
+    takeAll(convert.get(), CapsPtr(gst_caps_new_simple("video/x-raw", "framerate", GST_TYPE_FRACTION, kScreenRate, 1,
+                                                       "interlace-mode", G_TYPE_STRING, "progressive", nullptr)));
     constexpr int kData = GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM;
     watch(convert.get(), kData, onFetched, this);
     watch(m_crop.get(), kData, onTurned, this);

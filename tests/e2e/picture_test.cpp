@@ -220,6 +220,17 @@ TEST_F(Pictures, pixelsThatAreNotSquareKeepTheirShape)
     EXPECT_EQ(picture.at(116, 40), kBlue);
 }
 
+TEST_F(Pictures, anInterlacedVideoIsSeenBesideAnother)
+{
+    Viewer second("second");
+    second.player().setDisplayRect({0, 0, 32, 18, 0});
+    ASSERT_TRUE(second.open(media("v.mp4")));
+    EXPECT_EQ(screenshot(second).at(8, 4), kRed);
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("interlaced.mp4")));
+    expectCorners(screenshot(viewer), kScreen, kUpright);
+}
+
 TEST_F(Pictures, whatWasCutOffOneDoesNotHarmTheNext)
 {
     // A second player keeps the screen running, so that all the others take the same place on it, one after another.
