@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -103,6 +104,12 @@ void Player::doSetSubtitleTrack(unsigned int number)
     auto const embedded = static_cast<unsigned int>(embeddedTexts());
     if (number < embedded)
     {
+        auto const& tracks = m_info->container.subtitle_detail;
+        if (number < std::size(tracks) && tracks[number].subtitle.drawtype == om::OM_SUBTITLE_DRAW_PICTURE)
+        {
+            refuse(om::OM_ERROR_NOT_SUPPORTED, "subtitles that are pictures are not shown");
+            return;
+        }
         chooseEmbedded(static_cast<int>(number));
         return;
     }
