@@ -211,11 +211,11 @@ inline constexpr char OM_PREVIEW_KEY_FRAMES[] = "frames";   ///< 1 to 100: so ma
 inline constexpr char OM_PREVIEW_KEY_COLUMNS[] = "columns"; ///< with "frames": how many stand side by side
 
 // Keys of the property group of a result. What is not known is left out.
-inline constexpr char OM_PREVIEW_KEY_MEDIA_TYPE[] = "media-type"; ///< om_media_type_e
-inline constexpr char OM_PREVIEW_KEY_MIME_TYPE[] = "mime-type";   ///< of the container
-inline constexpr char OM_PREVIEW_KEY_TITLE[] = "title";
-inline constexpr char OM_PREVIEW_KEY_ARTIST[] = "artist";
-inline constexpr char OM_PREVIEW_KEY_ALBUM[] = "album";
+inline constexpr char OM_PREVIEW_KEY_MEDIA_TYPE[] = "media-type";   ///< om_media_type_e
+inline constexpr char OM_PREVIEW_KEY_MIME_TYPE[] = "mime-type";     ///< of the container
+inline constexpr char OM_PREVIEW_KEY_TITLE[] = "title";             ///< tag
+inline constexpr char OM_PREVIEW_KEY_ARTIST[] = "artist";           ///< tag
+inline constexpr char OM_PREVIEW_KEY_ALBUM[] = "album";             ///< tag
 inline constexpr char OM_PREVIEW_KEY_DURATION[] = "duration";       ///< milliseconds
 inline constexpr char OM_PREVIEW_KEY_FILE_SIZE[] = "file-size";     ///< bytes
 inline constexpr char OM_PREVIEW_KEY_RESOLUTION[] = "resolution";   ///< "WxH" in pixels as they are stored
@@ -229,9 +229,9 @@ inline constexpr char OM_PREVIEW_KEY_POSITION[] = "position"; ///< milliseconds,
 /// Command of OmIPreviewTool::doExtendCommand: how many requests of the connection are "waiting" and "running", and how
 /// many of all run at once ("slots").
 inline constexpr char OM_PREVIEW_COMMAND_STATUS[] = "status";
-inline constexpr char OM_PREVIEW_KEY_WAITING[] = "waiting";
-inline constexpr char OM_PREVIEW_KEY_RUNNING[] = "running";
-inline constexpr char OM_PREVIEW_KEY_SLOTS[] = "slots";
+inline constexpr char OM_PREVIEW_KEY_WAITING[] = "waiting"; ///< requests that have not begun
+inline constexpr char OM_PREVIEW_KEY_RUNNING[] = "running"; ///< requests under way
+inline constexpr char OM_PREVIEW_KEY_SLOTS[] = "slots";     ///< requests at once, of all connections
 
 /// Values of om_media_info_t::media_type.
 enum om_media_type_e : std::int32_t
@@ -306,12 +306,12 @@ inline constexpr std::uint32_t OM_TRACK_NONE = 0xFFFFFFFF;
 
 // Values of om_subtiltile_style_t that leave the choice to the service. Other colours are 0xAARRGGBB (AA is opacity);
 // position and size are thousandths of the picture; a font size is relative to the usual one.
-inline constexpr std::int32_t OM_SUBTITLE_PLACE_DEFAULT = -1;
-inline constexpr std::uint32_t OM_SUBTITLE_COLOR_DEFAULT = 256; ///< white text; no background
-inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_DEFAULT = 200;
-inline constexpr std::int32_t OM_SUBTITLE_PLACE_WHOLE = 1000;
-inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_LEAST = 50;
-inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_MOST = 1000;
+inline constexpr std::int32_t OM_SUBTITLE_PLACE_DEFAULT = -1;      ///< where the service puts it
+inline constexpr std::uint32_t OM_SUBTITLE_COLOR_DEFAULT = 256;    ///< white text; no background
+inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_DEFAULT = 200; ///< the usual size
+inline constexpr std::int32_t OM_SUBTITLE_PLACE_WHOLE = 1000;      ///< the whole width or height
+inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_LEAST = 50;    ///< smaller ones are refused
+inline constexpr std::int32_t OM_SUBTITLE_FONT_SIZE_MOST = 1000;   ///< larger ones are refused
 
 /// Values of om_subtiltile_style_t::subtitle_charset: how files are read that are neither UTF-8 nor marked as Unicode.
 enum om_subtitle_charset_e : std::int32_t
