@@ -21,6 +21,21 @@ void linkDecoded(GstElement*, GstPad* pad, gpointer queue)
     }
 }
 
+/// Lets every sink of an outlet wait so many nanoseconds longer.
+void holdBack(GstElement* outlet, gint64 nanoseconds)
+{
+    IteratorPtr const sinks(gst_bin_iterate_all_by_element_factory_name(GST_BIN(outlet), "intervideosink"));
+    IteratorPtr const taps(gst_bin_iterate_all_by_element_factory_name(GST_BIN(outlet), "appsink"));
+    for (GstIterator* const iterator : {sinks.get(), taps.get()})
+    {
+        gst_iterator_foreach(
+            iterator,
+            [](GValue const* item, gpointer offset)
+            { g_object_set(g_value_get_object(item), "ts-offset", *static_cast<gint64*>(offset), nullptr); },
+            &nanoseconds);
+    }
+}
+
 } // namespace
 
 EsPipeline::EsPipeline(std::vector<Stream> const& streams, GstElement* audioChain, GstElement* videoOutlet)
@@ -59,7 +74,7 @@ void EsPipeline::setAudioDelay(std::chrono::nanoseconds delay)
         return; // there is nothing that it could be late for
     }
     audio().setDelay(std::max(delay, std::chrono::nanoseconds(0)));
-    g_object_set(m_videoOutlet.get(), "ts-offset", std::max<gint64>(-delay.count(), 0), nullptr);
+    holdBack(m_videoOutlet.get(), std::max<gint64>(-delay.count(), 0));
 }
 
 std::vector<StreamPad> EsPipeline::streams() const

@@ -4,6 +4,7 @@
 
 #include "subtitle_text.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -71,8 +72,10 @@ bool isMarkup(GstCaps const* caps)
 std::optional<std::int64_t> timeOf(GstSegment const& segment, GstClockTime time)
 {
     constexpr auto kMillisecond = static_cast<std::int64_t>(GST_MSECOND);
+    constexpr GstClockTime kLatest = INT64_MAX / 4; // what is added up must still be a number
     if (!GST_CLOCK_TIME_IS_VALID(time) || segment.format != GST_FORMAT_TIME ||
-        !GST_CLOCK_TIME_IS_VALID(segment.start) || !GST_CLOCK_TIME_IS_VALID(segment.time))
+        !GST_CLOCK_TIME_IS_VALID(segment.start) || !GST_CLOCK_TIME_IS_VALID(segment.time) ||
+        std::max({time, segment.start, segment.time}) > kLatest)
     {
         return std::nullopt;
     }

@@ -218,6 +218,19 @@ TEST_F(Sound, aDelayHoldsForElementaryStreams)
     EXPECT_GE(viewer.position(), 1'400);
 }
 
+TEST_F(Sound, aNegativeDelayHoldsThePictureOfElementaryStreamsBack)
+{
+    Viewer viewer;
+    StreamFeeder feeder(viewer);
+    viewer.player().setExtraAudioAttribute(om::OM_AUDIO_ATTRIBUTE_DELAY, -2'000);
+    feeder.open();
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED));
+    viewer.player().start(0);
+    EXPECT_TRUE(soundsLike(viewer, kTone));
+    EXPECT_LE(statistic(viewer, om::OM_STATISTIC_FRAMES_DECODED), 5);
+    EXPECT_TRUE(eventually([&] { return statistic(viewer, om::OM_STATISTIC_FRAMES_DECODED) > 20; }));
+}
+
 TEST_F(Sound, aNegativeDelayHoldsThePictureBack)
 {
     Viewer viewer;
