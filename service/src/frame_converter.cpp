@@ -2,6 +2,8 @@
 // Brings decoded pictures into the form that an application has asked for.
 #include "frame_converter.h"
 
+#include "mapped_frame.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -13,32 +15,6 @@ namespace
 
 /// Rows begin at multiples of it, those of halved planes at multiples of its half.
 constexpr int kRowAlignment = 8;
-
-/// Lets go of a mapped picture.
-class MappedFrame
-{
-public:
-    MappedFrame(GstVideoInfo& info, GstBuffer* buffer, GstMapFlags flags)
-        : m_mapped(gst_video_frame_map(&m_frame, &info, buffer, flags) != FALSE)
-    {
-    }
-    MappedFrame(MappedFrame const&) = delete;
-    MappedFrame& operator=(MappedFrame const&) = delete;
-    ~MappedFrame()
-    {
-        if (m_mapped)
-        {
-            gst_video_frame_unmap(&m_frame);
-        }
-    }
-
-    explicit operator bool() const { return m_mapped; }
-    GstVideoFrame* get() { return &m_frame; }
-
-private:
-    GstVideoFrame m_frame{};
-    bool m_mapped;
-};
 
 int scaled(int side, double factor)
 {

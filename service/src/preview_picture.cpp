@@ -3,6 +3,7 @@
 #include "preview_picture.h"
 
 #include "gst_ptr.h"
+#include "mapped_frame.h"
 
 #include <gst/video/video.h>
 
@@ -25,31 +26,6 @@ constexpr GstClockTime kCompressTimeout = 30 * GST_SECOND;
 struct ReleaseConverter
 {
     void operator()(GstVideoConverter* converter) const { gst_video_converter_free(converter); }
-};
-
-class MappedFrame
-{
-public:
-    MappedFrame(GstVideoInfo& info, GstBuffer* buffer, GstMapFlags flags)
-        : m_mapped(gst_video_frame_map(&m_frame, &info, buffer, flags) != FALSE)
-    {
-    }
-    MappedFrame(MappedFrame const&) = delete;
-    MappedFrame& operator=(MappedFrame const&) = delete;
-    ~MappedFrame()
-    {
-        if (m_mapped)
-        {
-            gst_video_frame_unmap(&m_frame);
-        }
-    }
-
-    explicit operator bool() const { return m_mapped; }
-    GstVideoFrame* get() { return &m_frame; }
-
-private:
-    GstVideoFrame m_frame{};
-    bool m_mapped;
 };
 
 /// Rows of a frame begin at multiples of four bytes, those of a raster do not.

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // omc-play: plays files and URIs on a terminal.
+#include "common/exit_status.h"
 #include "common/output.h"
 #include "common/service_launcher.h"
+#include "common/signals.h"
 #include "common/socket_directory.h"
-#include "omc_play/exit_status.h"
 #include "omc_play/options.h"
 #include "omc_play/play_loop.h"
-#include "omc_play/signals.h"
 #include "omc_play/terminal.h"
 #include "omc_play/view.h"
 #include "orvane/omc_access.h"

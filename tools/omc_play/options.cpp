@@ -2,7 +2,7 @@
 // The player's command line.
 #include "omc_play/options.h"
 
-#include "omc_play/exit_status.h"
+#include "common/exit_status.h"
 #include "presentation/media_uri.h"
 
 #include <CLI/CLI.hpp>
@@ -76,7 +76,7 @@ ParsedOptions parseOptions(int argc, char** argv)
     }
     catch (CLI::ParseError const& error)
     {
-        return {std::nullopt, app.exit(error) == 0 ? kExitPlayed : kExitUsage};
+        return {std::nullopt, app.exit(error) == 0 ? kExitDone : kExitUsage};
     }
 
     options.start = static_cast<long long>(start * 1000);
@@ -86,7 +86,7 @@ ParsedOptions parseOptions(int argc, char** argv)
     {
         medium = mediaUri(medium, directory);
     }
-    return {options, kExitPlayed};
+    return {options, kExitDone};
 }
 
 } // namespace tz::orvane::tools

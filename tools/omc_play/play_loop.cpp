@@ -2,7 +2,7 @@
 // Plays all media, and listens to keys, signals and the service meanwhile.
 #include "omc_play/play_loop.h"
 
-#include "omc_play/exit_status.h"
+#include "common/exit_status.h"
 
 #include <algorithm>
 #include <array>
@@ -51,7 +51,7 @@ int PlayLoop::run()
             m_view.problem("the media service is gone");
             return kExitNoService;
         case Outcome::quit:
-            return allPlayed ? kExitPlayed : kExitNotPlayed;
+            return allPlayed ? kExitDone : kExitFailed;
         case Outcome::failed:
             allPlayed = false;
             break;
@@ -60,7 +60,7 @@ int PlayLoop::run()
             break;
         }
     }
-    return allPlayed ? kExitPlayed : kExitNotPlayed;
+    return allPlayed ? kExitDone : kExitFailed;
 }
 
 void PlayLoop::play(Playback& playback)

@@ -2,9 +2,9 @@
 // Plays all media, and listens to keys, signals and the service meanwhile.
 #pragma once
 
+#include "common/signals.h"
 #include "omc_play/options.h"
 #include "omc_play/playback.h"
-#include "omc_play/signals.h"
 #include "omc_play/terminal.h"
 #include "omc_play/view.h"
 #include "presentation/key_decoder.h"

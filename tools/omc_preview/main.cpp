@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // omc-preview: tells what media are, and makes pictures of them.
+#include "common/exit_status.h"
 #include "common/output.h"
 #include "common/service_launcher.h"
+#include "common/signals.h"
 #include "common/socket_directory.h"
-#include "omc_play/signals.h"
-#include "omc_preview/exit_status.h"
 #include "omc_preview/options.h"
 #include "omc_preview/preview_run.h"
 #include "orvane/omc_access.h"
@@ -24,7 +24,7 @@ constexpr char kAppName[] = "omc-preview";
 int fail(std::string const& text)
 {
     std::cerr << kAppName << ": " << text << "\n";
-    return kExitServiceMissing;
+    return kExitNoService;
 }
 
 int run(PreviewOptions const& options)
@@ -56,7 +56,7 @@ int run(PreviewOptions const& options)
     ServiceConnection const service = connectToService(kAppName, directory.path, launch, pause);
     if (endSignal != 0)
     {
-        return kExitBySignal + endSignal;
+        return kExitSignalBase + endSignal;
     }
     if (service.connection == nullptr)
     {

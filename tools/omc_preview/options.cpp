@@ -2,7 +2,7 @@
 // The preview tool's command line.
 #include "omc_preview/options.h"
 
-#include "omc_preview/exit_status.h"
+#include "common/exit_status.h"
 #include "presentation/media_uri.h"
 
 #include <CLI/CLI.hpp>
@@ -115,13 +115,13 @@ ParsedPreviewOptions parsePreviewOptions(int argc, char** argv)
     }
     catch (CLI::ParseError const& error)
     {
-        return {std::nullopt, app.exit(error) == 0 ? kExitDone : kExitWrongUsage};
+        return {std::nullopt, app.exit(error) == 0 ? kExitDone : kExitUsage};
     }
     options.format = format == "png" ? PictureFormat::png : PictureFormat::jpeg;
     if (std::string const wrong = settleOutput(options, !format.empty()); !wrong.empty())
     {
         std::cerr << "omc-preview: " << wrong << "\n";
-        return {std::nullopt, kExitWrongUsage};
+        return {std::nullopt, kExitUsage};
     }
     std::error_code error;
     std::string const directory = std::filesystem::current_path(error);

@@ -2,7 +2,7 @@
 // All media of one call of the tool, from asking to the last picture.
 #include "omc_preview/preview_run.h"
 
-#include "omc_preview/exit_status.h"
+#include "common/exit_status.h"
 #include "omc_preview/picture_file.h"
 #include "orvane/om_property_group.h"
 #include "orvane/om_service.h"
@@ -96,7 +96,7 @@ int PreviewRun::run(om::OmIConnection& connection)
     if (m_tool == nullptr)
     {
         complain("the media service gives no preview tool");
-        return kExitServiceMissing;
+        return kExitNoService;
     }
     m_tool->setListener(&m_replies);
     if (m_options.intoFolder)
@@ -109,7 +109,7 @@ int PreviewRun::run(om::OmIConnection& connection)
         if (!askMore() || m_replies.isServiceGone())
         {
             complain("the media service is gone");
-            return kExitServiceMissing;
+            return kExitNoService;
         }
         showProgress();
         std::array<pollfd, 2> waited{pollfd{m_replies.descriptor(), POLLIN, 0},
@@ -119,7 +119,7 @@ int PreviewRun::run(om::OmIConnection& connection)
         {
             if (Signals::ends(signal))
             {
-                return kExitBySignal + signal;
+                return kExitSignalBase + signal;
             }
             if (signal == SIGTSTP)
             {

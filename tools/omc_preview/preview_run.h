@@ -3,7 +3,7 @@
 #pragma once
 
 #include "common/output.h"
-#include "omc_play/signals.h"
+#include "common/signals.h"
 #include "omc_preview/options.h"
 #include "omc_preview/replies.h"
 #include "orvane/om_iconnection.h"

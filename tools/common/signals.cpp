@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Signals as something that the main thread waits for like for a key.
-#include "omc_play/signals.h"
+#include "common/signals.h"
 
 #include <poll.h>
 #include <sys/signalfd.h>
