@@ -45,8 +45,8 @@ orvane_debian_package(
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "liborvane-omc1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
-    "gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad, gstreamer1.0-libav")
-set(CPACK_DEBIAN_SERVICE_PACKAGE_RECOMMENDS "gstreamer1.0-x, gstreamer1.0-alsa, gstreamer1.0-pulseaudio, fonts-dejavu-core")
+    "gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad, gstreamer1.0-libav, gstreamer1.0-x")
+set(CPACK_DEBIAN_SERVICE_PACKAGE_RECOMMENDS "gstreamer1.0-alsa, gstreamer1.0-pulseaudio, fonts-dejavu-core")
 # What the packages have of each other is not yet installed where the dependencies are looked up.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "liborvane-omc1 (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "orvane-media-service")

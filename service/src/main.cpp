@@ -76,6 +76,11 @@ int run(service::Settings const& settings)
 {
     int const signals = openSignals();
     gst_init(nullptr, nullptr);
+    if (char const* const missing = service::missingElement(settings.audio))
+    {
+        std::fprintf(stderr, "orvane-media-service: GStreamer's element %s is not installed\n", missing);
+        return kExitFailed;
+    }
 
     platform::EventLoop loop;
     bool abandoned = false;

@@ -6,7 +6,6 @@
 
 #include "orvane/platform/om_debug.h"
 
-#include <cerrno>
 #include <utility>
 
 namespace tz::orvane::service
@@ -42,11 +41,6 @@ Service::~Service()
 int Service::start(std::function<void()> idle)
 {
     m_idle = std::move(idle);
-    if (char const* const missing = missingElement(m_settings.audio))
-    {
-        ORVANE_LOG_ERROR("GStreamer's element %s is not installed", missing);
-        return -ENOPKG;
-    }
     if (int const result = m_screen.start(); result < 0)
     {
         return result;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The player for the terminal, as a user and a script meet it.
 #include "support/place.h"
+#include "support/temp_dir.h"
 #include "support/tool_process.h"
 #include "support/wait.h"
 
@@ -217,6 +218,18 @@ TEST_F(OmcPlay, saysThatAStartedServiceEndedAtOnce)
     ToolProcess player(command({media("v.mp4")}));
     EXPECT_EQ(player.wait(), 3);
     EXPECT_EQ(player.err(), "omc-play: the media service ended with status 1\n");
+}
+
+TEST_F(OmcPlay, saysWhatTheServiceMisses)
+{
+    TempDir const nothing;
+    ::setenv("GST_PLUGIN_SYSTEM_PATH_1_0", nothing.path().c_str(), 1);
+    ::setenv("GST_REGISTRY_1_0", (nothing.path() + "/registry").c_str(), 1);
+    ToolProcess player(command({media("v.mp4")}));
+    EXPECT_EQ(player.wait(), 3);
+    EXPECT_EQ(player.err(),
+              "omc-play: the media service ended with status 1: orvane-media-service: GStreamer's element "
+              "playbin is not installed\n");
 }
 
 TEST_F(OmcPlay, saysThatTheSocketDirectoryIsOfNoUse)
