@@ -2,8 +2,10 @@
 // The DRM agents of one connection, and their messages.
 #include "drm_agents.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <sys/resource.h>
 #include <utility>
 
 namespace tz::orvane::service
@@ -13,6 +15,19 @@ namespace
 {
 
 constexpr std::size_t kMostAgents = 16;
+
+/// What a crash leaves behind would hold keys. With a limit of 1 the kernel writes neither a file nor to a program;
+/// with 0 it would still start that.
+void forbidCoreDumps()
+{
+    constexpr rlim_t kNone = 1;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_CORE, &limit) == 0)
+    {
+        limit.rlim_cur = std::min(limit.rlim_max, kNone);
+        setrlimit(RLIMIT_CORE, &limit);
+    }
+}
 
 } // namespace
 
@@ -36,6 +51,7 @@ void DrmAgents::create(Request& request)
         request.reply(-EDQUOT);
         return;
     }
+    forbidCoreDumps();
     unsigned int id = 0;
     do
     {
@@ -67,10 +83,6 @@ int DrmAgents::handle(Request& request)
     bool const plain = DrmAgent::isPlain(request.code());
     std::string out;
     int const result = agent->operate(request.code(), plain ? std::string_view() : request.block(0), out);
-    if (request.code() == protocol::kCmdDrmUpdateSession)
-    {
-        request.wipe(0);
-    }
     if (result < 0)
     {
         return result;

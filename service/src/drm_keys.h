@@ -32,6 +32,11 @@ public:
     DrmKey& operator=(DrmKey const&) = default;
     ~DrmKey() { OPENSSL_cleanse(m_bytes.data(), m_bytes.size()); }
 
+    bool operator==(DrmKey const& other) const
+    {
+        return CRYPTO_memcmp(m_bytes.data(), other.m_bytes.data(), m_bytes.size()) == 0;
+    }
+
     std::uint8_t const* data() const { return m_bytes.data(); }
     std::array<std::uint8_t, kDrmKeySize>& bytes() { return m_bytes; }
 
@@ -40,24 +45,6 @@ private:
 };
 
 using DrmKeys = std::map<DrmKeyId, DrmKey>;
-
-/// A text that held a key: wiped at the end.
-class WipedText
-{
-public:
-    explicit WipedText(std::string text)
-        : m_text(std::move(text))
-    {
-    }
-    WipedText(WipedText const&) = delete;
-    WipedText& operator=(WipedText const&) = delete;
-    ~WipedText() { OPENSSL_cleanse(m_text.data(), m_text.size()); }
-
-    std::string const& text() const { return m_text; }
-
-private:
-    std::string m_text;
-};
 
 /// base64url without padding.
 std::string toBase64Url(DrmKeyId const& bytes);

@@ -2,9 +2,16 @@
 // The messages of Clear Key: what is asked of a license server, and what it answers.
 #include "drm_license.h"
 
+#include "wiping_allocator.h"
+
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <cstdint>
+#include <map>
+#include <vector>
 
 namespace tz::orvane::service
 {
@@ -12,14 +19,64 @@ namespace tz::orvane::service
 namespace
 {
 
-using nlohmann::json;
+/// All that it allocates is wiped.
+using SecretJson =
+    nlohmann::basic_json<std::map, std::vector, WipedText, bool, std::int64_t, std::uint64_t, double, WipingAllocator>;
+
+constexpr char kAnyDigit = '0';
+
+/// @param at what stands behind a backslash @return how many characters belong to it that are not to be looked at
+std::size_t maskEscape(WipedText& text, std::size_t at)
+{
+    constexpr std::size_t kDigits = 4;
+    if (text[at] != 'u')
+    {
+        return 0;
+    }
+    if (text.compare(at + 1, 2, "00") == 0) // as all characters of keys
+    {
+        for (std::size_t const digit : {at + 3, at + 4})
+        {
+            if (digit < text.size() && std::isxdigit(static_cast<unsigned char>(text[digit])) != 0)
+            {
+                text[digit] = kAnyDigit;
+            }
+        }
+    }
+    return kDigits;
+}
+
+/// Makes the texts of a license unreadable: whatever can stand in a key becomes zeros. It is as well formed as before.
+WipedText masked(std::string_view license)
+{
+    WipedText text(license);
+    bool inside = false;
+    for (std::size_t at = 0; at < text.size(); ++at)
+    {
+        char& character = text[at];
+        if (character == '"')
+        {
+            inside = !inside;
+        }
+        else if (inside && character == '\\')
+        {
+            ++at;
+            at += maskEscape(text, at);
+        }
+        else if (inside && character >= ' ' && character <= '~')
+        {
+            character = kAnyDigit;
+        }
+    }
+    return text;
+}
 
 /// The parser keeps a token in buffers that only the next one overwrites, and forgets where a buffer that grew was
-/// before. With a token in front and another behind that are longer than any key's, neither holds a key at the end.
-std::string framed(std::string_view license)
+/// before. Between two tokens that are longer than any of a license neither holds a key at the end.
+WipedText framed(std::string_view license)
 {
-    std::string const longToken = '"' + std::string(128, ' ') + '"';
-    std::string text;
+    WipedText const longToken = '"' + WipedText(license.size(), ' ') + '"';
+    WipedText text;
     text.reserve(license.size() + 2 * longToken.size() + 4);
     text += '[' + longToken + ',';
     text += license;
@@ -27,34 +84,16 @@ std::string framed(std::string_view license)
     return text;
 }
 
-std::string* textOf(json& object, char const* name)
+WipedText const* textOf(SecretJson const& object, char const* name)
 {
     auto const member = object.find(name);
-    return member == object.end() ? nullptr : member->get_ptr<std::string*>();
-}
-
-void wipe(json& value)
-{
-    if (auto* const text = value.get_ptr<std::string*>())
-    {
-        OPENSSL_cleanse(text->data(), text->size());
-    }
-    else if (value.is_structured())
-    {
-        for (json& part : value)
-        {
-            if (!part.is_structured())
-            {
-                wipe(part);
-            }
-        }
-    }
+    return member == object.end() ? nullptr : member->get_ptr<WipedText const*>();
 }
 
 /// @return whether it is well formed
-bool addKey(json& entry, DrmKeys& keys)
+bool addKey(SecretJson const& entry, DrmKeys& keys)
 {
-    std::string const* const kind = entry.is_object() ? textOf(entry, "kty") : nullptr;
+    WipedText const* const kind = entry.is_object() ? textOf(entry, "kty") : nullptr;
     if (kind == nullptr)
     {
         return false;
@@ -63,8 +102,8 @@ bool addKey(json& entry, DrmKeys& keys)
     {
         return true;
     }
-    std::string const* const key = textOf(entry, "k");
-    std::string const* const id = textOf(entry, "kid");
+    WipedText const* const key = textOf(entry, "k");
+    WipedText const* const id = textOf(entry, "kid");
     DrmKey bytes;
     DrmKeyId name{};
     bool const good = key != nullptr && id != nullptr && fromBase64Url(*key, bytes.bytes()) && fromBase64Url(*id, name);
@@ -75,45 +114,46 @@ bool addKey(json& entry, DrmKeys& keys)
     return good && keys.size() <= kMostDrmKeys;
 }
 
-int readSet(json& license, DrmKeys& keys)
+int readSet(SecretJson const& license, DrmKeys& keys)
 {
     auto const entries = license.is_object() ? license.find("keys") : license.end();
     if (!license.is_object() || entries == license.end() || !entries->is_array())
     {
         return -EINVAL;
     }
-    bool wellFormed = true;
-    for (json& entry : *entries)
-    {
-        wellFormed = wellFormed && addKey(entry, keys);
-        wipe(entry);
-    }
-    auto const type = license.find("type");
-    if (!wellFormed || keys.empty() || (type != license.end() && !type->is_string()))
+    bool const wellFormed =
+        std::all_of(entries->begin(), entries->end(), [&](SecretJson const& entry) { return addKey(entry, keys); });
+    bool const hasType = license.contains("type");
+    WipedText const* const type = textOf(license, "type");
+    if (!wellFormed || keys.empty() || (hasType && type == nullptr))
     {
         return -EINVAL;
     }
-    return type == license.end() || *type == "temporary" ? 0 : -EOPNOTSUPP;
+    return !hasType || *type == "temporary" ? 0 : -EOPNOTSUPP;
 }
 
 } // namespace
 
 std::string writeLicenseRequest(DrmKeyIds const& ids)
 {
-    json kids = json::array();
+    nlohmann::json kids = nlohmann::json::array();
     for (DrmKeyId const& id : ids)
     {
         kids.push_back(toBase64Url(id));
     }
-    return json{{"kids", kids}, {"type", "temporary"}}.dump();
+    return nlohmann::json{{"kids", kids}, {"type", "temporary"}}.dump();
 }
 
 int readLicense(std::string_view text, DrmKeys& keys)
 {
-    WipedText const whole(framed(text));
-    json document = json::parse(whole.text(), nullptr, false);
-    constexpr std::size_t kParts = 3; // what the text itself puts between the tokens around it counts as well
-    if (!document.is_array() || document.size() != kParts)
+    // A parser that finds a fault repeats what it has read in a message, and leaves its buffers as they are.
+    if (!nlohmann::json::accept(masked(text)))
+    {
+        return -EINVAL;
+    }
+    WipedText const whole = framed(text);
+    SecretJson const document = SecretJson::parse(whole, nullptr, false);
+    if (!document.is_array())
     {
         return -EINVAL;
     }

@@ -82,11 +82,11 @@ std::string_view Request::block(int index) const
                  : std::string_view();
 }
 
-void Request::wipe(int index)
+void Request::wipe()
 {
     void* data = nullptr;
     int size = 0;
-    if (m_message.read(index, &data, &size) == 0 && data != nullptr)
+    for (int index = 0; m_message.read(index, &data, &size) == 0; ++index)
     {
         OPENSSL_cleanse(data, static_cast<std::size_t>(size));
     }

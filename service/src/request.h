@@ -78,8 +78,8 @@ public:
     /// The bytes where they are, for what is only copied on.
     std::string_view block(int index) const;
 
-    /// Overwrites an argument that held something secret.
-    void wipe(int index);
+    /// Overwrites all arguments: one of them held something secret.
+    void wipe();
 
 private:
     mdt::MsgData& m_message;

@@ -114,6 +114,10 @@ void Session::handle(mdt::MsgData& message, mdt::MdtsCall const& call)
     {
         refuse(request, -ENOENT, om::OM_ERROR_BAD_STATE, "no such object");
     }
+    if (request.code() == protocol::kCmdDrmUpdateSession)
+    {
+        request.wipe(); // a license holds keys, whoever it was for
+    }
     if (request.wantsReply())
     {
         request.reply(0); // a command whose sender waits for it to be taken
