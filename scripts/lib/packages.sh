@@ -14,7 +14,8 @@ packages_of() {
     demo) echo gstreamer1.0-tools ;;
     test)
         packages_of play
-        echo googletest libbenchmark-dev libgstrtspserver-1.0-dev libpng-dev ffmpeg libimage-exiftool-perl abigail-tools
+        echo googletest libbenchmark-dev libgstrtspserver-1.0-dev libpng-dev ffmpeg libimage-exiftool-perl openssl
+        echo abigail-tools
         ;;
     package) echo dpkg-dev lintian debootstrap ;;
     arm) echo g++-arm-linux-gnueabihf qemu-user abigail-tools ;;

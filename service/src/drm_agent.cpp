@@ -112,7 +112,10 @@ int DrmAgent::initialize(std::string_view, std::string&)
 
 int DrmAgent::cleanup(std::string_view, std::string&)
 {
-    m_sessions.clear();
+    while (!m_sessions.empty())
+    {
+        close(m_sessions.begin()->first);
+    }
     m_state = std::min(m_state, State::created);
     return 0;
 }
@@ -204,7 +207,7 @@ int DrmAgent::updateSession(std::string_view in, std::string&)
     {
         return result;
     }
-    if (!session->add(keys))
+    if (!session->add(hold(keys)))
     {
         return -EDQUOT;
     }
@@ -212,6 +215,20 @@ int DrmAgent::updateSession(std::string_view in, std::string&)
     tellStatus(head.session, *session);
     m_keysChanged();
     return 0;
+}
+
+/// A key that came before keeps its number: nothing that was learnt of it is wrong now.
+DrmHeldKeys DrmAgent::hold(DrmKeys const& keys)
+{
+    ++m_lastUpdate;
+    DrmHeldKeys held;
+    for (auto const& [id, key] : keys)
+    {
+        DrmHeldKey const* const before = newest(id);
+        bool const same = before != nullptr && before->key == key;
+        held[id] = {key, m_lastUpdate, same ? before->serial : ++m_lastSerial};
+    }
+    return held;
 }
 
 void DrmAgent::tellStatus(std::uint32_t id, DrmSession const& session)
@@ -235,12 +252,18 @@ int DrmAgent::closeSession(std::string_view in, std::string&)
     {
         return -EINVAL;
     }
-    if (m_sessions.erase(head.session) == 0)
+    return close(head.session) ? 0 : -ENOENT;
+}
+
+/// Forgets a session's keys and says so. @return false when there is no such session
+bool DrmAgent::close(std::uint32_t id)
+{
+    if (m_sessions.erase(id) == 0)
     {
-        return -ENOENT;
+        return false;
     }
-    tellStatus(head.session, DrmSession());
-    return 0;
+    tellStatus(id, DrmSession());
+    return true;
 }
 
 int DrmAgent::getKeyStatuses(std::string_view in, std::string& out)
@@ -280,13 +303,13 @@ int DrmAgent::decryptBuffer(std::string_view in, std::string& out)
     {
         return -EINVAL;
     }
-    DrmKey const* const key = keyFor(info.keyId);
-    if (key == nullptr)
+    DrmHeldKey const* const held = keyFor(info.keyId);
+    if (held == nullptr)
     {
         return -ENOKEY;
     }
     out.assign(data);
-    int const result = decrypt(info, *key, reinterpret_cast<std::uint8_t*>(out.data()), out.size());
+    int const result = decrypt(info, held->key, reinterpret_cast<std::uint8_t*>(out.data()), out.size());
     if (result == 0)
     {
         countDecrypted(out.size());
@@ -315,17 +338,22 @@ int DrmAgent::notSupported(std::string_view, std::string&)
     return -EOPNOTSUPP;
 }
 
-DrmKey const* DrmAgent::keyFor(DrmKeyId const& id)
+DrmHeldKey const* DrmAgent::keyFor(DrmKeyId const& id)
 {
+    DrmHeldKey const* const key = newest(id);
+    m_metrics.missing_keys += key == nullptr ? 1 : 0;
+    return key;
+}
+
+DrmHeldKey const* DrmAgent::newest(DrmKeyId const& id) const
+{
+    DrmHeldKey const* newest = nullptr;
     for (auto const& entry : m_sessions)
     {
-        if (DrmKey const* const key = entry.second.find(id))
-        {
-            return key;
-        }
+        DrmHeldKey const* const key = entry.second.find(id);
+        newest = key != nullptr && (newest == nullptr || key->update > newest->update) ? key : newest;
     }
-    ++m_metrics.missing_keys;
-    return nullptr;
+    return newest;
 }
 
 void DrmAgent::countDecrypted(std::size_t bytes)

@@ -41,8 +41,9 @@ public:
     /// Asks for the keys of a session again. @return 0 or a negative errno value
     int renew(std::uint32_t id);
 
-    /// Counts one that is missing. @return null while no session has it
-    DrmKey const* keyFor(DrmKeyId const& id);
+    /// Counts one that is missing.
+    /// @return of all sessions the key that came last; null while none has it
+    DrmHeldKey const* keyFor(DrmKeyId const& id);
 
     void countDecrypted(std::size_t bytes);
 
@@ -72,13 +73,18 @@ private:
     static Row const* findRow(int code);
     DrmSession* find(std::uint32_t session);
     DrmSession* sessionOf(std::string_view in);
+    DrmHeldKey const* newest(DrmKeyId const& id) const;
+    DrmHeldKeys hold(DrmKeys const& keys);
     void tellStatus(std::uint32_t id, DrmSession const& session);
+    bool close(std::uint32_t id);
 
     std::function<void(DrmEvent const&)> m_tell;
     std::function<void()> m_keysChanged;
     State m_state = State::made;
     std::map<std::uint32_t, DrmSession> m_sessions;
     std::uint32_t m_lastSession = 0;
+    std::uint64_t m_lastUpdate = 0;
+    std::uint64_t m_lastSerial = 0;
     om::om_drm_metrics_t m_metrics{};
 };
 

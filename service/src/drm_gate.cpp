@@ -14,6 +14,9 @@ namespace tz::orvane::service
 namespace
 {
 
+/// More keys than an agent can hold. Where so many come and go, all of them are looked at anew.
+constexpr std::size_t kMostSenses = 4096;
+
 std::size_t costOf(DrmGate::Unit const& unit)
 {
     std::size_t const described =
@@ -48,15 +51,10 @@ DrmGate::Front DrmGate::look(DrmAgents const& agents)
 DrmGate::Front DrmGate::open(Unit& unit, DrmAgents const& agents)
 {
     DrmAgent* const agent = agents.find(unit.crypto->agent);
-    DrmKey const* const key = agent == nullptr ? nullptr : agent->keyFor(unit.crypto->keyId);
+    DrmHeldKey const* const key = agent == nullptr ? nullptr : agent->keyFor(unit.crypto->keyId);
     if (key == nullptr)
     {
         return Front::noKey;
-    }
-    if (m_lastKey != unit.crypto->keyId)
-    {
-        m_lastKey = unit.crypto->keyId;
-        m_sense.forget();
     }
     m_told.reset();
     GstMapInfo map{};
@@ -64,8 +62,9 @@ DrmGate::Front DrmGate::open(Unit& unit, DrmAgents const& agents)
     {
         return Front::failed;
     }
-    int const result = decrypt(*unit.crypto, *key, map.data, map.size);
-    bool const makesSense = m_sense.takes({reinterpret_cast<char const*>(map.data), map.size});
+    int const result = decrypt(*unit.crypto, key->key, map.data, map.size);
+    bool const makesSense =
+        senseOf(unit.crypto->agent, key->serial).takes({reinterpret_cast<char const*>(map.data), map.size});
     gst_buffer_unmap(unit.buffer.get(), &map);
     if (result < 0)
     {
@@ -73,6 +72,21 @@ DrmGate::Front DrmGate::open(Unit& unit, DrmAgents const& agents)
     }
     agent->countDecrypted(gst_buffer_get_size(unit.buffer.get()));
     return makesSense ? Front::ready : Front::noSense;
+}
+
+/// Each key has its own: of keys that take turns the wrong one is found.
+DrmSense& DrmGate::senseOf(std::uint32_t agent, std::uint64_t key)
+{
+    auto found = m_senses.find({agent, key});
+    if (found == m_senses.end())
+    {
+        if (m_senses.size() >= kMostSenses)
+        {
+            m_senses.clear();
+        }
+        found = m_senses.emplace(std::pair(agent, key), m_fresh).first;
+    }
+    return found->second;
 }
 
 DrmGate::Unit DrmGate::take()

@@ -7,8 +7,11 @@
 #include "gst_ptr.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
+#include <utility>
 
 namespace tz::orvane::service
 {
@@ -35,8 +38,9 @@ public:
         failed   ///< it cannot be decrypted; take it and throw it away
     };
 
+    /// @param sense of the stream, before it has seen anything
     explicit DrmGate(DrmSense const& sense)
-        : m_sense(sense)
+        : m_fresh(sense)
     {
     }
 
@@ -54,16 +58,17 @@ public:
     bool tellsOfKey();
 
     bool empty() const { return m_units.empty(); }
-    bool hasDecrypted() const { return m_lastKey.has_value(); }
+    bool hasDecrypted() const { return !m_senses.empty(); }
     void clear();
 
 private:
     Front open(Unit& unit, DrmAgents const& agents);
+    DrmSense& senseOf(std::uint32_t agent, std::uint64_t key);
 
     std::deque<Unit> m_units;
     std::size_t m_bytes = 0;
-    DrmSense m_sense;
-    std::optional<DrmKeyId> m_lastKey; ///< of what was decrypted
+    DrmSense const m_fresh;
+    std::map<std::pair<std::uint32_t, std::uint64_t>, DrmSense> m_senses; ///< by agent and serial of the key
     std::optional<DrmKeyId> m_told;
 };
 

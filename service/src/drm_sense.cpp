@@ -134,12 +134,6 @@ DrmSense::DrmSense(bool video, int codec, std::string_view codecData)
     }
 }
 
-void DrmSense::forget()
-{
-    m_units = 0;
-    m_doubts = 0;
-}
-
 bool DrmSense::takes(std::string_view unit)
 {
     if (m_units++ >= kWindow)

@@ -8,17 +8,14 @@
 namespace tz::orvane::service
 {
 
-/// Watches one stream. Streams that are encrypted where nothing can be told from the bytes, and codecs other than
-/// H.264, H.265 and AAC, always make sense.
+/// Watches what one key gives in one stream. Streams that are encrypted where nothing can be told from the bytes, and
+/// codecs other than H.264, H.265 and AAC, always make sense.
 class DrmSense
 {
 public:
     /// @param codec om_video_codec_e or om_audio_codec_e @param video which of them @param codecData as openEsMedia has
     /// it
     DrmSense(bool video, int codec, std::string_view codecData);
-
-    /// What comes next was decrypted with other keys.
-    void forget();
 
     /// @return false once so many units made no sense that the key must be wrong
     bool takes(std::string_view unit);

@@ -8,7 +8,7 @@
 namespace tz::orvane::service
 {
 
-bool DrmSession::add(DrmKeys const& keys)
+bool DrmSession::add(DrmHeldKeys const& keys)
 {
     auto const added =
         std::count_if(keys.begin(), keys.end(), [this](auto const& entry) { return m_keys.count(entry.first) == 0; });
@@ -23,7 +23,7 @@ bool DrmSession::add(DrmKeys const& keys)
     return true;
 }
 
-DrmKey const* DrmSession::find(DrmKeyId const& id) const
+DrmHeldKey const* DrmSession::find(DrmKeyId const& id) const
 {
     auto const found = m_keys.find(id);
     return found == m_keys.end() ? nullptr : &found->second;
