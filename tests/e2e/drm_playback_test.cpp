@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Protected films: what is decrypted is the clear film, and it plays when there are keys.
 #include "support/drm_user.h"
-#include "support/frame_keeper.h"
 #include "support/protected_film.h"
 #include "support/tool_process.h"
 #include "support/wait.h"
@@ -12,7 +11,6 @@
 #include <cstddef>
 #include <cstring>
 #include <fstream>
-#include <map>
 #include <sstream>
 
 namespace tz::orvane::test
@@ -147,63 +145,6 @@ TEST_F(DrmPlayback, withTheKeysAFilmPlaysAndCanBeSought)
     std::memcpy(&metrics, user.answer().data(), sizeof metrics);
     EXPECT_GE(metrics.decrypted_units, 250u);
     EXPECT_EQ(metrics.missing_keys, 0u);
-}
-
-/// Plays a film and keeps its pictures by their time.
-class PictureKeeper
-{
-public:
-    explicit PictureKeeper(std::string const& film)
-        : m_user(m_viewer)
-        , m_feeder(m_viewer, film, m_user.agent().getAgentID())
-        , m_keeper(m_viewer.player())
-    {
-        EXPECT_EQ(m_user.license(m_user.openSession(), kFilmLicense), 0);
-        m_feeder.open(om::OM_STREAM_TYPE_VIDEO, optionImage(om::OM_PREPARE_KEY_FRAME_INFO, om::OM_FRAME_FORMAT_I420));
-        m_viewer.player().start(0);
-    }
-
-    std::map<int, std::string> pictures()
-    {
-        EXPECT_TRUE(m_viewer.recorder().takeEvent(om::OM_EVENT_END_OF_STREAM));
-        std::map<int, std::string> pictures;
-        for (std::size_t count = m_keeper.count(); count > 0; --count)
-        {
-            if (auto frame = m_keeper.take())
-            {
-                pictures[frame->pts()] = std::move(frame->bytes);
-            }
-        }
-        return pictures;
-    }
-
-private:
-    Viewer m_viewer;
-    DrmUser m_user;
-    FilmFeeder m_feeder;
-    FrameKeeper m_keeper;
-};
-
-TEST_F(DrmPlayback, thePicturesThatArePlayedAreThoseOfTheClearFilm)
-{
-    PictureKeeper protectedOnes(m_film);
-    PictureKeeper clearOnes(fileContent(media("vfrag.mp4")));
-    auto const played = protectedOnes.pictures();
-    auto const expected = clearOnes.pictures();
-    int compared = 0;
-    for (auto const& [time, picture] : played)
-    {
-        // A busy machine leaves out some of either.
-        auto const clear = expected.find(time);
-        if (clear != expected.end())
-        {
-            ++compared;
-            EXPECT_TRUE(picture == clear->second) << "at " << time;
-            EXPECT_GE(picture.size(), 320u * 180u * 3u / 2u);
-        }
-    }
-    EXPECT_GE(compared, 20);
-    RecordProperty("compared", compared);
 }
 
 TEST_F(DrmPlayback, withoutKeysOpeningWaitsAsLongAsItTakes)

@@ -108,6 +108,56 @@ TEST(DrmDecrypt, aShortVectorIsFollowedByZeros)
     EXPECT_EQ(info.iv[8], 0);
 }
 
+TEST(DrmDecrypt, cryptoInformationThatIsNotWellFormedIsRefused)
+{
+    om::om_drm_crypto_t good{};
+    good.scheme = om::OM_DRM_SCHEME_CBCS;
+    good.iv_size = 16;
+    auto const resultOf = [&](auto change, std::string const& behind = {})
+    {
+        om::om_drm_crypto_t record = good;
+        change(record);
+        std::string const bytes = std::string(reinterpret_cast<char const*>(&record), sizeof record) + behind;
+        DrmCryptoInfo info;
+        std::string_view rest;
+        return readCryptoInfo(bytes, info, rest);
+    };
+    EXPECT_EQ(resultOf([](auto&) {}), 0);
+    EXPECT_EQ(resultOf([](auto& record) { record.crypt_blocks = record.skip_blocks = 15; }), 0);
+    EXPECT_EQ(resultOf([](auto& record) { record.subsamples = 1; }, "8 bytes.and more"), 0);
+    for (std::uint32_t const size : {0U, 1U, 7U, 9U, 15U, 17U, UINT32_MAX})
+    {
+        EXPECT_EQ(resultOf([=](auto& record) { record.iv_size = size; }), -EINVAL) << size;
+    }
+    // The last ones are sizes that come to 0 and 8 where 32 bits are all.
+    for (std::uint32_t const count : {2U, 8192U, UINT32_MAX, 0x20000000U, 0x20000001U})
+    {
+        EXPECT_EQ(resultOf([=](auto& record) { record.subsamples = count; }, "8 bytes.7 bytes"), -EINVAL) << count;
+    }
+    for (std::uint32_t const blocks : {16U, UINT32_MAX})
+    {
+        EXPECT_EQ(resultOf([=](auto& record) { record.crypt_blocks = blocks; }), -EINVAL);
+        EXPECT_EQ(resultOf(
+                      [=](auto& record)
+                      {
+                          record.crypt_blocks = 1;
+                          record.skip_blocks = blocks;
+                      }),
+                  -EINVAL);
+    }
+    EXPECT_EQ(resultOf([](auto& record) { record.skip_blocks = 1; }), -EINVAL);
+    for (std::uint32_t const scheme : {0U, 3U, UINT32_MAX})
+    {
+        EXPECT_EQ(resultOf([=](auto& record) { record.scheme = scheme; }), -EOPNOTSUPP);
+    }
+    DrmCryptoInfo info;
+    std::string_view rest;
+    for (std::size_t size = 0; size < sizeof good; ++size)
+    {
+        EXPECT_EQ(readCryptoInfo({reinterpret_cast<char const*>(&good), size}, info, rest), -EINVAL);
+    }
+}
+
 TEST(DrmDecrypt, theChainBeginsAnewWithEachSubsample)
 {
     std::string const block = fromHex(kCbc).substr(0, 16);

@@ -188,6 +188,8 @@ TEST(DrmMessages, licensesThatAreNotWellFormedGiveNoKey)
           licenseOf(""), licenseOf("1"), licenseOf("{}"), licenseOf(R"({"kty":1})"), licenseOf(R"({"kty":"RSA"})"),
           licenseOf(good + R"(,{"kty":"oct","k":"tQ0bJVWb6b0KPL6KtZIy_A"})"),
           licenseOf(good + R"(,{"kty":"oct","k":"tQ0b","kid":"LwVHf8JLtPrv2GUXFW2v_A"})"),
+          licenseOf(good + R"(,{"kty":"oct","k":"tQ0bJVWb6b0KPL6KtZIy_A","kid":"LwVH"})"),
+          licenseOf(good + R"(,{"kty":"oct","k":"tQ0bJVWb6b0KPL6KtZIy_A","kid":"LwVHf8JLtPrv2GUXFW2v_AAA"})"),
           licenseOf(good + R"(,{"kty":"oct","k":1,"kid":"LwVHf8JLtPrv2GUXFW2v_A"})"), licenseOf(good, R"(,"type":1)"),
           licenseOf(good) + "," + licenseOf(good), licenseOf(good) + "],[" + licenseOf(good)})
     {
