@@ -27,6 +27,7 @@ inline constexpr char OM_PREPARE_KEY_SIZE[] = "size"; ///< bytes of the data tha
 inline constexpr char OM_PREPARE_KEY_FRAME_INFO[] = "frame-info";           ///< OM_FRAME_FORMAT_...
 inline constexpr char OM_PREPARE_KEY_FRAME_INFO_SIZE[] = "frame-info-size"; ///< "WIDTHxHEIGHT": scaled down to fit
 inline constexpr char OM_PREPARE_KEY_FRAME_INFO_INTERVAL[] = "frame-info-interval-ms"; ///< least time between two
+inline constexpr char OM_PREPARE_KEY_FRAME_INFO_ON_DEMAND[] = "frame-info-on-demand";  ///< "1": one for each pullData
 
 inline constexpr char OM_FRAME_FORMAT_RGB[] = "rgb";   ///< 3 bytes a pixel
 inline constexpr char OM_FRAME_FORMAT_RGBA[] = "rgba"; ///< 4 bytes a pixel

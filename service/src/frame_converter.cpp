@@ -94,9 +94,12 @@ FrameConverter::Result FrameConverter::convert(GstSample* sample, FrameOptions c
     {
         return Result::tooLarge;
     }
-    frame.bytes.resize(m_output.size);
-    BufferPtr const target(gst_buffer_new_wrapped_full(static_cast<GstMemoryFlags>(0), frame.bytes.data(),
-                                                       frame.bytes.size(), 0, frame.bytes.size(), nullptr, nullptr));
+    if (!frame.memory.resize(m_output.size))
+    {
+        return Result::impossible;
+    }
+    BufferPtr const target(gst_buffer_new_wrapped_full(static_cast<GstMemoryFlags>(0), frame.memory.data(),
+                                                       m_output.size, 0, m_output.size, nullptr, nullptr));
     MappedFrame from(m_input, gst_sample_get_buffer(sample), GST_MAP_READ);
     MappedFrame to(m_output, target.get(), GST_MAP_WRITE);
     if (!from || !to)

@@ -4,12 +4,12 @@
 
 #include "frame_options.h"
 #include "gst_ptr.h"
+#include "picture_memory.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace tz::orvane::service
 {
@@ -17,7 +17,7 @@ namespace tz::orvane::service
 /// A picture as it is handed over.
 struct Frame
 {
-    std::vector<unsigned char> bytes;
+    PictureMemory memory;
     int width = 0;
     int height = 0;
     int stride = 0;          ///< bytes

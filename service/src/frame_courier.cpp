@@ -14,6 +14,8 @@ namespace
 /// A fraction of the time that a picture lasts.
 constexpr std::chrono::milliseconds kLookAgain{8};
 
+constexpr unsigned int kMostPulls = 64;
+
 } // namespace
 
 FrameCourier::FrameCourier(platform::EventLoop& loop)
@@ -89,11 +91,31 @@ FrameStream::FrameStream(FrameCourier& courier, PlayerEvents const& events, Fram
 {
 }
 
+bool FrameStream::pull()
+{
+    if (m_pulls == kMostPulls)
+    {
+        return false;
+    }
+    ++m_pulls;
+    m_courier.call(weak_from_this());
+    return true;
+}
+
+void FrameStream::freeMemory()
+{
+    if (!m_converting && !m_converted)
+    {
+        m_bench->frame.memory.release();
+    }
+}
+
 bool FrameStream::advance()
 {
-    if (m_converting)
+    bool const wanted = m_converted || m_pulls > 0 || !m_options.onDemand;
+    if (m_converting || !wanted)
     {
-        return false; // it will call the courier itself
+        return false; // what changes that calls the courier
     }
     if (!m_events.unread())
     {
@@ -101,21 +123,22 @@ bool FrameStream::advance()
         {
             send();
         }
-        else if (!m_tap->empty())
+        else if (SamplePtr sample = m_tap->take())
         {
-            convert();
+            convert(std::move(sample));
             return false;
         }
     }
     return m_converted || !m_tap->empty();
 }
 
-void FrameStream::convert()
+void FrameStream::convert(SamplePtr picture)
 {
     m_converting = true;
+    m_pulls -= m_options.onDemand ? 1 : 0;
     m_courier.convert(
         [loop = &m_courier.loop(), self = weak_from_this(), bench = m_bench, options = m_options,
-         sample = std::shared_ptr<GstSample>(m_tap->take())]
+         sample = std::shared_ptr<GstSample>(std::move(picture))]
         {
             auto const result = bench->converter.convert(sample.get(), options, bench->frame);
             loop->post(
@@ -133,7 +156,17 @@ void FrameStream::onConverted(FrameConverter::Result result)
 {
     m_converting = false;
     m_converted = result == FrameConverter::Result::done;
-    if (!m_converted && !std::exchange(m_faultReported, true))
+    if (!m_converted)
+    {
+        onFault(result);
+    }
+    m_courier.call(weak_from_this());
+}
+
+/// Each pull is answered; of pictures that nobody asks for one by one, one fault is enough.
+void FrameStream::onFault(FrameConverter::Result result)
+{
+    if (m_options.onDemand || !std::exchange(m_faultReported, true))
     {
         bool const tooLarge = result == FrameConverter::Result::tooLarge;
         om::om_error_e const code = tooLarge ? om::OM_ERROR_LIMIT : om::OM_ERROR_NOT_SUPPORTED;
@@ -142,22 +175,22 @@ void FrameStream::onConverted(FrameConverter::Result result)
                         {om::OM_KEY_TEXT, tooLarge ? "pictures are too large to be handed over"
                                                    : "pictures of this kind cannot be handed over"}});
     }
-    m_courier.call(weak_from_this());
 }
 
 void FrameStream::send()
 {
     m_converted = false;
     Frame& frame = m_bench->frame;
-    m_events.frame(frame.bytes, {{om::OM_FRAME_KEY_FORMAT, frameFormatName(m_options.format)},
-                                 {om::OM_FRAME_KEY_WIDTH, std::to_string(frame.width)},
-                                 {om::OM_FRAME_KEY_HEIGHT, std::to_string(frame.height)},
-                                 {om::OM_FRAME_KEY_STRIDE, std::to_string(frame.stride)},
-                                 {om::OM_FRAME_KEY_PAR, frame.par},
-                                 {om::OM_FRAME_KEY_COLORIMETRY, frame.colorimetry},
-                                 {om::OM_FRAME_KEY_PTS, std::to_string(frame.pts)},
-                                 {om::OM_FRAME_KEY_SEQUENCE, std::to_string(++m_sequence)},
-                                 {om::OM_FRAME_KEY_DROPPED, std::to_string(m_tap->dropped())}});
+    m_events.frame(frame.memory,
+                   {{om::OM_FRAME_KEY_FORMAT, frameFormatName(m_options.format)},
+                    {om::OM_FRAME_KEY_WIDTH, std::to_string(frame.width)},
+                    {om::OM_FRAME_KEY_HEIGHT, std::to_string(frame.height)},
+                    {om::OM_FRAME_KEY_STRIDE, std::to_string(frame.stride)},
+                    {om::OM_FRAME_KEY_PAR, frame.par},
+                    {om::OM_FRAME_KEY_COLORIMETRY, frame.colorimetry},
+                    {om::OM_FRAME_KEY_PTS, std::to_string(frame.pts)},
+                    {om::OM_FRAME_KEY_SEQUENCE, std::to_string(++m_sequence)},
+                    {om::OM_FRAME_KEY_DROPPED, std::to_string(m_options.onDemand ? 0 : m_tap->dropped())}});
 }
 
 } // namespace tz::orvane::service

@@ -53,7 +53,7 @@ private:
 /// The pictures of one medium on their way to its client. Loop thread.
 ///
 /// A picture leaves only when the client has received all that was sent to it before. One that comes too early stays
-/// in the tap and makes place for a newer one.
+/// in the tap and makes place for a newer one. On demand it stays there until it is wanted.
 class FrameStream : public std::enable_shared_from_this<FrameStream>
 {
 public:
@@ -63,6 +63,14 @@ public:
     FrameStream& operator=(FrameStream const&) = delete;
 
     std::shared_ptr<FrameTap> const& tap() const { return m_tap; }
+
+    bool onDemand() const { return m_options.onDemand; }
+
+    /// On demand: one more picture is wanted. @return false when too many are wanted already
+    bool pull();
+
+    /// Gives the memory of the last picture back; without this the next one takes it.
+    void freeMemory();
 
     /// Does what can be done now. @return whether it waits for its client
     bool advance();
@@ -77,8 +85,9 @@ private:
 
     FrameStream(FrameCourier& courier, PlayerEvents const& events, FrameOptions const& options);
 
-    void convert();
+    void convert(SamplePtr picture);
     void onConverted(FrameConverter::Result result);
+    void onFault(FrameConverter::Result result);
     void send();
 
     FrameCourier& m_courier;
@@ -89,6 +98,7 @@ private:
     bool m_converting = false;
     bool m_converted = false;
     bool m_faultReported = false;
+    unsigned int m_pulls = 0; ///< on demand: pictures that are still wanted
     std::uint64_t m_sequence = 0;
 };
 

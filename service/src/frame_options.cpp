@@ -56,15 +56,21 @@ OptionResult readFrameOption(std::string_view key, std::string_view value, Frame
         auto const height = toNumber(isPair ? value.substr(cross + 1) : "", 1, FrameOptions::kLongestSide);
         options.mostWidth = static_cast<int>(width.value_or(0));
         options.mostHeight = static_cast<int>(height.value_or(0));
-        options.limited = true;
+        options.detailed = true;
         good = width.has_value() && height.has_value();
     }
     else if (key == om::OM_PREPARE_KEY_FRAME_INFO_INTERVAL)
     {
         auto const interval = toNumber(value, 0, kLongestInterval);
         options.interval = std::chrono::milliseconds(interval.value_or(0));
-        options.limited = true;
+        options.detailed = true;
         good = interval.has_value();
+    }
+    else if (key == om::OM_PREPARE_KEY_FRAME_INFO_ON_DEMAND)
+    {
+        options.onDemand = value == "1";
+        options.detailed = true;
+        good = options.onDemand || value == "0";
     }
     else
     {

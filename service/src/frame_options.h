@@ -20,9 +20,13 @@ struct FrameOptions
     int mostWidth = kLongestSide;
     int mostHeight = kLongestSide;
     std::chrono::milliseconds interval{0};
-    bool limited = false; ///< size or interval were given
+    bool onDemand = false;
+    bool detailed = false; ///< more than the format was given
 
     bool wanted() const { return format != GST_VIDEO_FORMAT_UNKNOWN; }
+
+    /// @return whether they make sense together: with an interval, what is asked for would not be the newest picture
+    bool consistent() const { return (wanted() || !detailed) && !(onDemand && interval.count() > 0); }
 };
 
 enum class OptionResult

@@ -7,6 +7,26 @@
 namespace tz::orvane::service
 {
 
+namespace
+{
+
+gpointer share(std::shared_ptr<FrameTap> const& tap)
+{
+    return new std::shared_ptr<FrameTap>(tap);
+}
+
+void unshare(gpointer tap)
+{
+    delete static_cast<std::shared_ptr<FrameTap>*>(tap);
+}
+
+FrameTap& shared(gpointer tap)
+{
+    return **static_cast<std::shared_ptr<FrameTap>*>(tap);
+}
+
+} // namespace
+
 FrameTap::FrameTap(std::chrono::milliseconds interval, std::function<void()> arrived)
     : m_interval(interval)
     , m_arrived(std::move(arrived))
@@ -24,8 +44,9 @@ GstElement* FrameTap::makeSink(std::shared_ptr<FrameTap> const& tap)
     GstAppSinkCallbacks callbacks{};
     callbacks.new_preroll = onPreroll;
     callbacks.new_sample = onSample;
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, new std::shared_ptr<FrameTap>(tap),
-                               [](gpointer data) { delete static_cast<std::shared_ptr<FrameTap>*>(data); });
+    gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, share(tap), unshare);
+    ObjectPtr<GstPad> const pad(gst_element_get_static_pad(sink, "sink"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH, onFlush, share(tap), unshare);
     return sink;
 }
 
@@ -47,15 +68,25 @@ std::uint64_t FrameTap::dropped() const
     return m_dropped;
 }
 
+/// When the flush stops, no streaming thread is on its way here with a picture of before.
+GstPadProbeReturn FrameTap::onFlush(GstPad*, GstPadProbeInfo* info, gpointer tap)
+{
+    if (GST_EVENT_TYPE(gst_pad_probe_info_get_event(info)) == GST_EVENT_FLUSH_STOP)
+    {
+        shared(tap).clear();
+    }
+    return GST_PAD_PROBE_OK;
+}
+
 GstFlowReturn FrameTap::onPreroll(GstAppSink* sink, gpointer tap)
 {
-    (*static_cast<std::shared_ptr<FrameTap>*>(tap))->offer(SamplePtr(gst_app_sink_try_pull_preroll(sink, 0)), true);
+    shared(tap).offer(SamplePtr(gst_app_sink_try_pull_preroll(sink, 0)), true);
     return GST_FLOW_OK;
 }
 
 GstFlowReturn FrameTap::onSample(GstAppSink* sink, gpointer tap)
 {
-    (*static_cast<std::shared_ptr<FrameTap>*>(tap))->offer(SamplePtr(gst_app_sink_try_pull_sample(sink, 0)), false);
+    shared(tap).offer(SamplePtr(gst_app_sink_try_pull_sample(sink, 0)), false);
     return GST_FLOW_OK;
 }
 
@@ -85,6 +116,13 @@ void FrameTap::offer(SamplePtr sample, bool prerolled)
     {
         m_arrived();
     }
+}
+
+void FrameTap::clear()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_newest.reset();
+    m_prerolled.reset();
 }
 
 } // namespace tz::orvane::service

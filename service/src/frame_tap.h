@@ -15,7 +15,8 @@
 namespace tz::orvane::service
 {
 
-/// Holds the newest picture of a pipeline, at its time, until it is taken. Any thread: streaming never waits here.
+/// Holds the newest picture of a pipeline, at its time, until it is taken or a seek
+/// makes it one of before. Any thread: streaming never waits here.
 class FrameTap
 {
 public:
@@ -39,10 +40,12 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    static GstPadProbeReturn onFlush(GstPad* pad, GstPadProbeInfo* info, gpointer tap);
     static GstFlowReturn onPreroll(GstAppSink* sink, gpointer tap);
     static GstFlowReturn onSample(GstAppSink* sink, gpointer tap);
 
     void offer(SamplePtr sample, bool prerolled);
+    void clear();
 
     std::chrono::milliseconds const m_interval;
     std::function<void()> const m_arrived;

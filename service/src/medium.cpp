@@ -74,9 +74,9 @@ bool readOptions(protocol::PropertyView const& properties, Medium& medium, std::
             return false;
         }
     }
-    if (medium.frames.limited && !medium.frames.wanted())
+    if (!medium.frames.consistent())
     {
-        reason = std::string("options of frames without ") + om::OM_PREPARE_KEY_FRAME_INFO;
+        reason = std::string("options that do not fit ") + om::OM_PREPARE_KEY_FRAME_INFO;
         return false;
     }
     if (medium.openTimeout.count() == 0)

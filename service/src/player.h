@@ -91,6 +91,12 @@ public:
     /// An access unit. @param crypto how it is protected, if it is @param data copied
     void push(om::om_es_unit_t const& unit, std::optional<DrmCryptoInfo> crypto, void const* data, std::size_t size);
 
+    /// The application wants one more picture. @return 0 or a negative errno value
+    int pullFrame();
+
+    /// It is done with the last one.
+    void freeFrame();
+
     /// Units that wait may have their keys now.
     void keysChanged();
 

@@ -80,6 +80,16 @@ void pushData(Player& player, Request& request)
     player.push(data.data(), data.size());
 }
 
+void pullData(Player& player, Request& request)
+{
+    request.reply(player.pullFrame());
+}
+
+void freeDataMem(Player& player, Request&)
+{
+    player.freeFrame();
+}
+
 /// @param[out] crypto nothing for a unit that is not protected @return 0 or a negative errno value
 int readCrypto(Request const& request, std::optional<DrmCryptoInfo>& crypto)
 {
@@ -180,6 +190,8 @@ constexpr PlayerCommandRow kRows[] = {
     {protocol::kCmdResume, resume},
     {protocol::kCmdSeek, seek},
     {protocol::kCmdPushData, pushData},
+    {protocol::kCmdPullData, pullData},
+    {protocol::kCmdFreeDataMem, freeDataMem},
     {protocol::kCmdPushEsData, pushEsData},
     {protocol::kCmdSpeed, setSpeed},
     {protocol::kCmdGetSpeed, getSpeed},

@@ -111,14 +111,14 @@ void PlayerEvents::playTime(std::int64_t milliseconds) const
     send(protocol::kMsgPlayerPlayTimeUpdated, [&](mdt::MsgData& event) { event.writeSInt64(milliseconds); }, {});
 }
 
-void PlayerEvents::frame(std::vector<unsigned char>& data, Properties properties) const
+void PlayerEvents::frame(PictureMemory const& picture, Properties properties) const
 {
     om::OmPropertyGroup group;
     addAll(group, properties);
     send(
         protocol::kMsgPlayerFrameInfoUpdated,
         [&](mdt::MsgData& event)
-        { event.writeBlockData(reinterpret_cast<char*>(data.data()), static_cast<int>(data.size())); },
+        { event.writeBlockData(reinterpret_cast<char*>(picture.data()), static_cast<int>(picture.size())); },
         group);
 }
 

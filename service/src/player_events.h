@@ -3,6 +3,7 @@
 #pragma once
 
 #include "error_map.h"
+#include "picture_memory.h"
 
 #include "orvane/om_enums.h"
 #include "orvane/om_property_group.h"
@@ -14,7 +15,6 @@
 #include <initializer_list>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace tz::orvane::service
 {
@@ -54,8 +54,8 @@ public:
     void trackChanged(om::om_track_detail_t const& track) const;
     void playTime(std::int64_t milliseconds) const;
 
-    /// @param data of a picture, copied
-    void frame(std::vector<unsigned char>& data, Properties properties) const;
+    /// @param picture copied
+    void frame(PictureMemory const& picture, Properties properties) const;
 
     /// @return whether events are under way to the client that it has not received yet
     bool unread() const { return m_messenger.eventsUnread(m_cnid); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One player of a client: the data that its application pushes.
+// One player of a client: the data that its application pushes, and the pictures that it pulls.
 #include "player.h"
 
 #include "drm_agents.h"
@@ -182,6 +182,29 @@ int Player::endOfData()
         return -ENODATA;
     }
     return m_videoFeed->end() ? 0 : -EINVAL;
+}
+
+int Player::pullFrame()
+{
+    if (m_frames == nullptr || !m_frames->onDemand())
+    {
+        m_events.refusal(om::OM_ERROR_BAD_STATE, "pullData", "nothing is open that hands over pictures on demand");
+        return -ENODATA;
+    }
+    if (!m_frames->pull())
+    {
+        m_events.refusal(om::OM_ERROR_LIMIT, "pullData", "too many pictures are wanted already");
+        return -EBUSY;
+    }
+    return 0;
+}
+
+void Player::freeFrame()
+{
+    if (m_frames != nullptr)
+    {
+        m_frames->freeMemory();
+    }
 }
 
 } // namespace tz::orvane::service

@@ -28,19 +28,6 @@ class Frames : public WithService
 {
 };
 
-/// Checks the colours of the four quarters, and that the bar stands where the frame's time says.
-void expectTestPicture(KeptFrame const& frame)
-{
-    int const width = frame.width();
-    int const height = frame.height();
-    EXPECT_EQ(frame.colorAt(width / 4, height / 5), "red");
-    EXPECT_EQ(frame.colorAt(width * 3 / 4, height / 5), "green");
-    EXPECT_EQ(frame.colorAt(width / 4, height * 4 / 5), "blue");
-    EXPECT_EQ(frame.colorAt(width * 3 / 4, height * 4 / 5), "white");
-    double const pixelsOfBar = 0.03 * frame.pts() * width / 320;
-    EXPECT_NEAR(frame.barAt(height / 2), pixelsOfBar, 3.0 * width / 320) << "at " << frame.pts();
-}
-
 TEST_F(Frames, showTheMediumAtTheTimeThatTheyTell)
 {
     Viewer viewer;
@@ -257,13 +244,15 @@ TEST_F(Frames, wrongWishesRefuseTheOpening)
     constexpr auto kKey = om::OM_PREPARE_KEY_FRAME_INFO;
     constexpr auto kSize = om::OM_PREPARE_KEY_FRAME_INFO_SIZE;
     constexpr auto kInterval = om::OM_PREPARE_KEY_FRAME_INFO_INTERVAL;
+    constexpr auto kOnDemand = om::OM_PREPARE_KEY_FRAME_INFO_ON_DEMAND;
     for (Viewer::Options const& options :
          {Viewer::Options{{kKey, "RGB"}}, Viewer::Options{{kKey, "gray"}},
           Viewer::Options{{kKey, "rgb"}, {kSize, "320"}}, Viewer::Options{{kKey, "rgb"}, {kSize, "0x180"}},
           Viewer::Options{{kKey, "rgb"}, {kSize, "320x180x"}}, Viewer::Options{{kKey, "rgb"}, {kSize, "320x-1"}},
           Viewer::Options{{kKey, "rgb"}, {kSize, "99999999999x1"}}, Viewer::Options{{kKey, "rgb"}, {kInterval, "-1"}},
           Viewer::Options{{kKey, "rgb"}, {kInterval, "soon"}}, Viewer::Options{{kSize, "320x180"}},
-          Viewer::Options{{kInterval, "100"}}})
+          Viewer::Options{{kInterval, "100"}}, Viewer::Options{{kKey, "rgb"}, {kOnDemand, "yes"}},
+          Viewer::Options{{kOnDemand, "1"}}, Viewer::Options{{kKey, "rgb"}, {kInterval, "9"}, {kOnDemand, "1"}}})
     {
         viewer.prepare(media("v.mp4"), om::OM_PREPARE_DEFAULT, options);
         auto const error = viewer.recorder().takeError();

@@ -2,6 +2,8 @@
 // Keeps the decoded pictures that a player hands over, and waits for what is to come.
 #include "support/frame_keeper.h"
 
+#include <gtest/gtest.h>
+
 #include <utility>
 
 namespace tz::orvane::test
@@ -56,6 +58,18 @@ int KeptFrame::barAt(int y) const
         }
     }
     return -1;
+}
+
+void expectTestPicture(KeptFrame const& frame)
+{
+    int const width = frame.width();
+    int const height = frame.height();
+    EXPECT_EQ(frame.colorAt(width / 4, height / 5), "red");
+    EXPECT_EQ(frame.colorAt(width * 3 / 4, height / 5), "green");
+    EXPECT_EQ(frame.colorAt(width / 4, height * 4 / 5), "blue");
+    EXPECT_EQ(frame.colorAt(width * 3 / 4, height * 4 / 5), "white");
+    double const pixelsOfBar = 0.03 * frame.pts() * width / 320;
+    EXPECT_NEAR(frame.barAt(height / 2), pixelsOfBar, 3.0 * width / 320) << "at " << frame.pts();
 }
 
 FrameKeeper::FrameKeeper(om::OmIMediaPlayer& player)

@@ -41,6 +41,9 @@ struct KeptFrame
     int barAt(int y) const;
 };
 
+/// Checks the colours of the four quarters, and that the bar stands where the frame's time says.
+void expectTestPicture(KeptFrame const& frame);
+
 /// A listener of a player for as long as it lives.
 class FrameKeeper final : public omc::OmcIMediaPlayerListener
 {
