@@ -124,6 +124,9 @@ public:
 
     /// @return null while nothing is known of the medium
     MediaInfo const* info() const { return m_info ? &*m_info : nullptr; }
+
+    /// @return all tracks as they are now; only while something is known of the medium
+    om::om_container_info_t tracks() const;
     PlayerEvents const& events() const { return m_events; }
 
     /// @return null while nothing is open
@@ -178,6 +181,7 @@ private:
     void standAgain(Then then);
     void flushTo(std::optional<std::int64_t> position, Then then);
     void completeTracks(MediaInfo& info) const;
+    void completeMutes(om::om_container_info_t& container) const;
     void tellTracks(StreamPad::Kind kind);
 
     // player_operations.cpp: what commands are made of

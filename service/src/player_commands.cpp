@@ -171,7 +171,7 @@ void getMediaInfo(Player& player, Request& request)
 
 void getContainerInfo(Player& player, Request& request)
 {
-    player.info() == nullptr ? request.reply(-ENODATA) : request.replyRecord(player.info()->container);
+    player.info() == nullptr ? request.reply(-ENODATA) : request.replyRecord(player.tracks());
 }
 
 template <StreamPad::Kind kind> void getTrackInfo(Player& player, Request& request)

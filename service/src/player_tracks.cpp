@@ -227,6 +227,21 @@ void Player::completeTracks(MediaInfo& info) const
     om::om_container_info_t& container = info.container;
     container.audio_selected = std::min(m_audioTrack, container.audio_count - 1);
     m_subtitles.complete(container, std::min<int>(info.media.text_track_num, om::om_container_info_t::kTextCapacity));
+    completeMutes(container);
+}
+
+void Player::completeMutes(om::om_container_info_t& container) const
+{
+    container.video_muted = m_picture.muted() ? 1 : 0;
+    container.audio_muted = m_sound.muted() ? 1 : 0;
+    container.text_muted = m_subtitles.visible() ? 0 : 1;
+}
+
+om::om_container_info_t Player::tracks() const
+{
+    om::om_container_info_t container = m_info->container;
+    completeMutes(container);
+    return container;
 }
 
 /// Reports which track is chosen, and the list when that has changed with it.
