@@ -104,7 +104,7 @@ int run(service::Settings const& settings)
         abandoned = media.hasAbandoned();
         if (abandoned)
         {
-            _exit(kExitDone); // a thread hangs in a pipeline and would not let the process end
+            _exit(kExitDone); // a thread hangs and would not let the process end
         }
     }
     close(signals);

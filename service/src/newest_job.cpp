@@ -2,53 +2,104 @@
 // Work that takes its time, of which only the newest counts.
 #include "newest_job.h"
 
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace tz::orvane::service
 {
 
-int NewestJob::run(Work work)
+NewestJob::NewestJob(JobYard& yard, std::optional<std::chrono::milliseconds> deadline)
+    : m_yard(yard)
+    , m_deadline(deadline)
+{
+}
+
+NewestJob::~NewestJob()
 {
     cancel();
-    if (m_worker == nullptr)
+    leave();
+}
+
+void NewestJob::run(Work work, Failed failed)
+{
+    cancel();
+    m_newest = std::make_shared<Job>();
+    m_newest->work = std::move(work);
+    m_newest->failed = std::move(failed);
+    if (m_running == nullptr)
     {
-        auto worker = std::make_unique<Worker>();
-        if (int const result = worker->start("job"); result < 0)
-        {
-            return result;
-        }
-        m_worker = std::move(worker);
+        begin();
     }
-    m_current = std::make_shared<Job>();
-    m_current->work = std::move(work);
-    m_worker->run(
-        [weak = std::weak_ptr<Job>(m_current), loop = &m_loop]
-        {
-            auto const job = weak.lock();
-            if (job == nullptr)
-            {
-                return; // a newer one came before this had begun
-            }
-            auto result = job->work(job->cancelled);
-            loop->post(
-                [weak, result = std::move(result)]
-                {
-                    auto const done = weak.lock();
-                    if (done != nullptr && !done->cancelled)
-                    {
-                        result();
-                    }
-                });
-        });
-    return 0;
 }
 
 void NewestJob::cancel()
 {
-    if (m_current != nullptr)
+    m_newest.reset();
+    if (m_running != nullptr && !m_running->cancelled.exchange(true))
     {
-        m_current->cancelled = true;
-        m_current.reset();
+        m_yard.loop().cancelTimer(m_patience);
+        m_patience = m_yard.loop().addTimer(JobYard::kGrace, [this] { expire(); });
+    }
+}
+
+void NewestJob::begin()
+{
+    m_running = m_newest;
+    int const status = m_yard.start([job = m_running] { job->result = job->work(job->cancelled); },
+                                    [this] { onReturned(); }, m_thread);
+    if (status < 0)
+    {
+        m_running.reset();
+        auto const job = std::exchange(m_newest, nullptr);
+        job->failed(
+            {om::OM_ERROR_LIMIT, status == -EDQUOT ? "too many files do not answer" : std::strerror(-status), {}});
+    }
+    else if (m_deadline)
+    {
+        m_patience = m_yard.loop().addTimer(*m_deadline, [this] { expire(); });
+    }
+}
+
+void NewestJob::onReturned()
+{
+    m_yard.loop().cancelTimer(m_patience);
+    auto const job = std::exchange(m_running, nullptr);
+    if (job == m_newest)
+    {
+        m_newest.reset();
+        job->result();
+    }
+    else if (m_newest != nullptr)
+    {
+        begin();
+    }
+}
+
+/// Gives up the thread.
+void NewestJob::leave()
+{
+    m_yard.loop().cancelTimer(m_patience);
+    if (m_running != nullptr)
+    {
+        m_running->cancelled = true;
+        m_running.reset();
+        m_yard.leave(m_thread);
+    }
+}
+
+void NewestJob::expire()
+{
+    bool const late = m_running == m_newest;
+    leave();
+    if (late)
+    {
+        auto const job = std::exchange(m_newest, nullptr);
+        job->failed({om::OM_ERROR_TIMED_OUT, "the file does not answer in time", {}});
+    }
+    else if (m_newest != nullptr)
+    {
+        begin();
     }
 }
 

@@ -8,6 +8,7 @@
 #include "feed.h"
 #include "frame_courier.h"
 #include "gauges.h"
+#include "job_yard.h"
 #include "media_info.h"
 #include "medium.h"
 #include "picture.h"
@@ -39,6 +40,7 @@ struct PlayerHost
     Screen& screen;
     Screenshots& screenshots;
     DeckYard& yard;
+    JobYard& jobs;
     FrameCourier& frames;
     Settings const& settings;
     DrmAgents const* agents = nullptr; ///< of the player's connection

@@ -26,6 +26,7 @@ Service::Service(platform::EventLoop& loop, Settings const& settings)
     , m_settings(settings)
     , m_screen(loop, m_settings)
     , m_screenshots(loop, m_screen)
+    , m_jobs(loop)
     , m_frames(loop)
     , m_players(protocol::kPlayerIds, kMostPlayers)
     , m_tools(protocol::kPreviewToolIds, protocol::kPreviewToolIds.last - protocol::kPreviewToolIds.first + 1)
@@ -69,7 +70,7 @@ void Service::shutDown(std::function<void()> closed)
     m_idleTimer = 0;
     m_sessions.clear();
     m_messenger.reset();
-    m_yard.whenEmpty(std::move(closed));
+    m_yard.whenEmpty([this, closed = std::move(closed)] { m_jobs.whenEmpty(closed); });
 }
 
 int Service::onConnect(mdt::MdtsPeer const& peer)
@@ -77,7 +78,7 @@ int Service::onConnect(mdt::MdtsPeer const& peer)
     ORVANE_LOG_INFO("0x%04X: %s, process %d", static_cast<unsigned int>(peer.cnid), peer.name.c_str(), peer.pid);
     m_loop.cancelTimer(m_idleTimer);
     m_idleTimer = 0;
-    PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_frames, m_settings};
+    PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_jobs, m_frames, m_settings};
     PreviewHost const previews{m_previews, m_tools};
     m_sessions[peer.cnid] = std::make_unique<Session>(host, previews, *m_messenger, m_players, peer);
     return 0;

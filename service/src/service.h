@@ -4,6 +4,7 @@
 
 #include "deck_yard.h"
 #include "frame_courier.h"
+#include "job_yard.h"
 #include "object_ids.h"
 #include "preview_pool.h"
 #include "screen.h"
@@ -36,11 +37,11 @@ public:
     int start(std::function<void()> idle);
 
     /// Ends all connections and closes what they left.
-    /// @param closed called when that is done; pipelines that hang have been given up by then
+    /// @param closed called when that is done; what hangs has been given up by then
     void shutDown(std::function<void()> closed);
 
     /// @return whether something was given up that makes an orderly end of the process impossible
-    bool hasAbandoned() const { return m_yard.abandoned() > 0; }
+    bool hasAbandoned() const { return m_yard.abandoned() > 0 || m_jobs.left() > 0; }
 
 private:
     int onConnect(mdt::MdtsPeer const& peer) override;
@@ -54,6 +55,7 @@ private:
     Screen m_screen;
     Screenshots m_screenshots;
     DeckYard m_yard;
+    JobYard m_jobs;
     FrameCourier m_frames;
     ObjectIds m_players;
     ObjectIds m_tools;

@@ -12,6 +12,7 @@
 #include "orvane/om_service.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -28,6 +29,9 @@ constexpr std::int64_t kLongestLook = 500;
 /// While an operation is under way the position is not known.
 constexpr std::int64_t kShortestLook = 10;
 
+/// Longer than a server is given: it is to have said by then what is wrong.
+constexpr std::chrono::seconds kFileDeadline{15};
+
 /// Streams of a medium that come and go must not pile up.
 constexpr std::size_t kMostStreams = 32;
 
@@ -40,12 +44,12 @@ std::string nameOf(std::string const& uri)
 
 } // namespace
 
-Subtitles::Subtitles(platform::EventLoop& loop, SubtitleHost& host)
+Subtitles::Subtitles(platform::EventLoop& loop, JobYard& jobs, SubtitleHost& host)
     : m_loop(loop)
     , m_host(host)
-    , m_loading(loop)
-    , m_reading(loop)
-    , m_fontSearch(loop)
+    , m_loading(jobs, kFileDeadline)
+    , m_reading(jobs) // as long as the file is
+    , m_fontSearch(jobs, kFileDeadline)
 {
 }
 
@@ -73,11 +77,12 @@ void Subtitles::setStyle(om::om_subtiltile_style_t const& style)
 
 void Subtitles::setFont(std::string const& font)
 {
-    auto const take = [this, font](FoundFont const& found)
+    auto const refuse = [this](Fault const& fault) { m_host.onSubtitleRefusal(fault, "setSubtitleFontPath"); };
+    auto const take = [this, refuse](FoundFont const& found)
     {
         if (found.fault.code != om::OM_ERROR_NONE)
         {
-            m_host.onSubtitleRefusal(found.fault, "setSubtitleFontPath");
+            refuse(found.fault);
             return;
         }
         m_look.font = found.name;
@@ -89,12 +94,9 @@ void Subtitles::setFont(std::string const& font)
         take({});
         return;
     }
-    int const result = m_fontSearch.run([take, font](NewestJob::Cancelled const&) -> std::function<void()>
-                                        { return [take, found = findFont(font)] { take(found); }; });
-    if (result < 0)
-    {
-        m_host.onSubtitleRefusal({om::OM_ERROR_LIMIT, std::strerror(-result), {}}, "setSubtitleFontPath");
-    }
+    m_fontSearch.run([take, font](NewestJob::Cancelled const&) -> std::function<void()>
+                     { return [take, found = findFont(font)] { take(found); }; },
+                     refuse);
 }
 
 void Subtitles::setDelay(std::int64_t milliseconds)
@@ -121,17 +123,21 @@ void Subtitles::setUri(std::string const& uri)
 void Subtitles::load(std::string const& uri)
 {
     m_wanted = uri;
-    int const result = m_loading.run(
-        [this, uri, encoding = encodingName(m_look.style.subtitle_charset)](
+    auto const refuse = [this](Fault const& fault)
+    {
+        m_wanted = m_uri;
+        m_host.onSubtitleRefusal(fault, "setSubtitleUri");
+    };
+    m_loading.run(
+        [this, uri, refuse, encoding = encodingName(m_look.style.subtitle_charset)](
             NewestJob::Cancelled const& cancelled) -> std::function<void()>
         {
             auto const loaded = std::make_shared<LoadedSubtitles>(loadSubtitles(uri, encoding, cancelled));
-            return [this, uri, loaded]
+            return [this, uri, refuse, loaded]
             {
                 if (loaded->fault.code != om::OM_ERROR_NONE)
                 {
-                    m_wanted = m_uri;
-                    m_host.onSubtitleRefusal(loaded->fault, "setSubtitleUri");
+                    refuse(loaded->fault);
                     return;
                 }
                 m_uri = uri;
@@ -140,11 +146,8 @@ void Subtitles::load(std::string const& uri)
                 chooseExternal();
                 m_host.onSubtitlesLoaded();
             };
-        });
-    if (result < 0)
-    {
-        m_host.onSubtitleRefusal({om::OM_ERROR_LIMIT, std::strerror(-result), {}}, "setSubtitleUri");
-    }
+        },
+        refuse);
 }
 
 void Subtitles::forgetMedium()
@@ -248,7 +251,8 @@ void Subtitles::read()
         {
             readEmbeddedSubtitles(file, *tap, cancelled);
             return [] {};
-        });
+        },
+        [](Fault const&) {}); // texts come while it plays as well
 }
 
 void Subtitles::complete(om::om_container_info_t& container, int embedded) const

@@ -44,7 +44,7 @@ protected:
 class Subtitles
 {
 public:
-    Subtitles(platform::EventLoop& loop, SubtitleHost& host);
+    Subtitles(platform::EventLoop& loop, JobYard& jobs, SubtitleHost& host);
     Subtitles(Subtitles const&) = delete;
     Subtitles& operator=(Subtitles const&) = delete;
     ~Subtitles();
