@@ -83,9 +83,33 @@ template <class Ask, class Answer> void Deck::askWorker(Ask ask, Answer answer)
         });
 }
 
-void Deck::tell(std::function<void(Pipeline&)> call)
+std::function<void(Pipeline&)> Deck::SettingsSlot::exchange(std::function<void(Pipeline&)> next)
 {
-    m_worker.run([call = std::move(call), pipeline = m_pipeline.get()] { call(*pipeline); });
+    std::lock_guard<std::mutex> lock(mutex);
+    return std::exchange(waiting, std::move(next));
+}
+
+void Deck::set(std::function<void(Pipeline&)> settings)
+{
+    bool const onTheWay = m_settings->exchange(std::move(settings)) != nullptr;
+    if (!onTheWay)
+    {
+        m_worker.run([settings = m_settings, pipeline = m_pipeline.get()] { settings->exchange(nullptr)(*pipeline); });
+    }
+}
+
+void Deck::askPosition(std::chrono::milliseconds deadline, std::function<void(std::optional<std::int64_t>)> answer)
+{
+    m_question = m_loop.addTimer(deadline, [this] { hang(); });
+    askWorker([](Pipeline& pipeline) { return pipeline.position(); },
+              [answer = std::move(answer)](Deck& deck, std::optional<std::int64_t> position)
+              {
+                  if (deck.m_question != 0)
+                  {
+                      deck.m_loop.cancelTimer(std::exchange(deck.m_question, 0));
+                      answer(position);
+                  }
+              });
 }
 
 void Deck::onReturned(CallResult result)
@@ -216,16 +240,24 @@ void Deck::armDeadline()
 
 void Deck::expire()
 {
-    bool const hangs = !m_operation->returned;
-    if (m_held && !hangs)
+    if (!m_operation->returned)
+    {
+        hang();
+        return;
+    }
+    if (m_held)
     {
         armDeadline();
         return;
     }
-    ORVANE_LOG_WARNING("%s", hangs ? "a call does not return" : "nothing happens");
-    fail({hangs ? om::OM_ERROR_INTERNAL : om::OM_ERROR_TIMED_OUT,
-          hangs ? "the pipeline hangs" : "nothing came in time",
-          {}});
+    ORVANE_LOG_WARNING("nothing happens");
+    fail({om::OM_ERROR_TIMED_OUT, "nothing came in time", {}});
+}
+
+void Deck::hang()
+{
+    ORVANE_LOG_WARNING("a call does not return");
+    fail({om::OM_ERROR_INTERNAL, "the pipeline hangs", {}});
 }
 
 void Deck::quieten()
@@ -234,6 +266,7 @@ void Deck::quieten()
     {
         endOperation();
     }
+    m_loop.cancelTimer(std::exchange(m_question, 0));
     if (m_busFd >= 0)
     {
         m_loop.unwatch(m_busFd);

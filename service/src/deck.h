@@ -10,8 +10,10 @@
 #include "orvane/platform/om_event_loop.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -75,8 +77,14 @@ public:
     /// @param done is not called when a fault comes instead
     void operate(Kind kind, std::chrono::milliseconds deadline, Call call, Done done);
 
-    /// Does something short on the worker, in order with the operations.
-    void tell(std::function<void(Pipeline&)> call);
+    /// Applies settings on the worker, before the operations to come. Of those that wait there only the newest counts.
+    void set(std::function<void(Pipeline&)> settings);
+
+    /// Asks where the pipeline stands; one question at a time. A worker that does not come to it hangs, and that is a
+    /// fault: in this way one is found while nothing but playing goes on.
+    /// @param answer gets milliseconds, or nothing when the pipeline does not know; not called when a fault comes
+    /// instead
+    void askPosition(std::chrono::milliseconds deadline, std::function<void(std::optional<std::int64_t>)> answer);
 
     /// While held, an operation may take as long as it likes: it waits for what only the application can bring. Its
     /// deadline counts anew from the end of that.
@@ -114,6 +122,15 @@ private:
         bool endHeld = false; ///< an end came that is old if the seek succeeds
     };
 
+    /// Shared with the worker.
+    struct SettingsSlot
+    {
+        std::mutex mutex;
+        std::function<void(Pipeline&)> waiting;
+
+        std::function<void(Pipeline&)> exchange(std::function<void(Pipeline&)> next);
+    };
+
     void onReturned(CallResult result);
     void check();
     void onSettled(bool settled);
@@ -122,6 +139,7 @@ private:
     void fail(Fault const& fault);
     void armDeadline();
     void expire();
+    void hang();
     void watchForStall();
     void onStallChecked(std::uint64_t serial, bool stalled);
     template <class Ask, class Answer> void askWorker(Ask ask, Answer answer);
@@ -143,6 +161,8 @@ private:
     DeckListener* m_listener = nullptr;
     std::optional<Operation> m_operation;
     std::uint64_t m_serial = 0; ///< of the operation
+    std::shared_ptr<SettingsSlot> m_settings = std::make_shared<SettingsSlot>();
+    platform::EventLoop::TimerId m_question = 0; ///< its deadline; 0: nobody asks for the position
     FaultContext m_context;
     std::vector<std::string> m_missingCodecs;
     bool m_held = false;

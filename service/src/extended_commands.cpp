@@ -61,7 +61,8 @@ int screenshot(Player& player, protocol::PropertyView const&, Request& request)
                 answer.reply(status);
                 return;
             }
-            player.askPosition([answer, taken](std::int64_t position) mutable { describe(*taken, position, answer); });
+            replyAtPosition(player, answer,
+                            [taken](Answer& later, std::int64_t position) { describe(*taken, position, later); });
         });
     return 0;
 }

@@ -19,24 +19,24 @@ void getExifInfo(Player& player, Request& request)
     known ? request.replyRecord(*player.info()->exif) : request.reply(-ENODATA);
 }
 
-/// Finds out which chapter is being played.
-/// @param answer gets the medium's chapters, and null for none
-template <class Done> void askChapter(Player& player, Done answer)
+/// Answers with what `reply(answer, chapters, current)` makes of the chapter that is being played, null for none.
+template <class Reply> void replyAtChapter(Player& player, Answer const& answer, Reply reply)
 {
-    player.askPosition(
-        [&player, answer = std::move(answer)](std::int64_t position) mutable
-        {
-            // Another medium may have been opened meanwhile: what counts is the one of now.
-            static Chapters const kNone;
-            Chapters const& chapters = player.info() == nullptr ? kNone : player.info()->chapters;
-            answer(chapters, chapterAt(chapters, position));
-        });
+    replyAtPosition(player, answer,
+                    [&player, reply](Answer& later, std::int64_t position)
+                    {
+                        // Another medium may have been opened meanwhile: what counts is the one of now.
+                        static Chapters const kNone;
+                        Chapters const& chapters = player.info() == nullptr ? kNone : player.info()->chapters;
+                        reply(later, chapters, chapterAt(chapters, position));
+                    });
 }
 
 void getChapterInfo(Player& player, Request& request)
 {
-    askChapter(player, [answer = request.postpone()](Chapters const&, Chapter const* current) mutable
-               { current == nullptr ? answer.reply(-ENODATA) : answer.replyRecord(recordOf(*current)); });
+    replyAtChapter(player, request.postpone(),
+                   [](Answer& answer, Chapters const&, Chapter const* current)
+                   { current == nullptr ? answer.reply(-ENODATA) : answer.replyRecord(recordOf(*current)); });
 }
 
 /// @param chosen one of them, or null
@@ -76,8 +76,7 @@ int chapter(Player& player, protocol::PropertyView const& properties, Request& r
     std::string_view const text = properties.get(om::OM_KEY_INDEX);
     if (text.empty())
     {
-        askChapter(player, [answer = request.postpone()](Chapters const& chapters, Chapter const* current) mutable
-                   { reply(answer, chapters, current); });
+        replyAtChapter(player, request.postpone(), reply);
         return 0;
     }
     Chapters const& chapters = player.info()->chapters;

@@ -177,31 +177,46 @@ void Player::report(int moreFlags)
     m_subtitles.follow(m_running, m_speed);
 }
 
-void Player::askPosition(PositionAnswer answer)
+/// While an operation is under way, the pipeline stands somewhere between.
+bool Player::isPositionKnown() const
 {
-    if (m_phase != Phase::open || m_deck->busy() || m_ended)
+    return m_phase != Phase::open || m_deck->busy() || m_ended;
+}
+
+bool Player::askPosition(PositionWaiters::Answer answer)
+{
+    if (isPositionKnown())
+    {
+        answer(m_position);
+        return true;
+    }
+    bool const first = m_positionWaiters.empty();
+    bool const waits = m_positionWaiters.add(std::move(answer));
+    if (first)
+    {
+        askDeck();
+    }
+    return waits;
+}
+
+void Player::askSubtitlePosition(std::function<void(std::int64_t)> answer)
+{
+    if (isPositionKnown())
     {
         answer(m_position);
         return;
     }
-    m_positionAsked.push_back(std::move(answer));
-    m_deck->tell(
-        [loop = &m_host.loop, alive = std::weak_ptr<Player*>(m_alive),
-         deck = std::weak_ptr<Deck>(m_deck)](Pipeline& pipeline)
-        {
-            auto const position = pipeline.position();
-            loop->post(
-                [alive, deck, position]
-                {
-                    auto const self = alive.lock();
-                    bool const current =
-                        self != nullptr && (*self)->m_deck != nullptr && (*self)->m_deck == deck.lock();
-                    if (current)
-                    {
-                        (*self)->answerPosition(position);
-                    }
-                });
-        });
+    bool const first = m_positionWaiters.empty();
+    m_positionWaiters.addNewest(std::move(answer));
+    if (first)
+    {
+        askDeck();
+    }
+}
+
+void Player::askDeck()
+{
+    m_deck->askPosition(deadline(), [this](std::optional<std::int64_t> position) { answerPosition(position); });
 }
 
 void Player::answerPosition(std::optional<std::int64_t> position)
@@ -210,9 +225,7 @@ void Player::answerPosition(std::optional<std::int64_t> position)
     {
         m_position = clamped(*position);
     }
-    PositionAnswer const answer = std::move(m_positionAsked.front());
-    m_positionAsked.pop_front();
-    answer(m_position);
+    m_positionWaiters.answer(m_position);
 }
 
 void Player::takeScreenshot(Screenshots::Taken taken)
@@ -323,15 +336,13 @@ void Player::closeDeck()
     m_audioGate.reset();
     m_awaitsKey = false;
     m_overflowReported = false;
+    m_unheard = false;
     m_frames.reset();
     m_host.loop.cancelTimer(m_tick);
     m_tick = 0;
     m_subtitles.close();
     m_gauges.reset();
-    for (PositionAnswer const& answer : std::exchange(m_positionAsked, {}))
-    {
-        answer(m_position); // the pipeline may hang
-    }
+    m_positionWaiters.answer(m_position); // the pipeline may hang
     m_picture.leave();
     if (m_deck != nullptr)
     {
@@ -397,7 +408,9 @@ void Player::applySound()
 {
     if (m_deck != nullptr)
     {
-        m_deck->tell([sound = m_sound, speed = m_speed](Pipeline& pipeline) { sound.apply(pipeline, speed); });
+        Sound sound = m_sound;
+        sound.setMute(m_unheard || sound.muted());
+        m_deck->set([sound, speed = m_speed](Pipeline& pipeline) { sound.apply(pipeline, speed); });
     }
 }
 
@@ -441,16 +454,19 @@ void Player::onTick()
         return;
     }
     armTick();
-    if (!m_deck->busy())
+    if (!m_deck->busy() && !m_tickWaits)
     {
-        askPosition(
+        m_tickWaits = true;
+        bool const asked = askPosition(
             [this](std::int64_t position)
             {
+                m_tickWaits = false;
                 if (m_running)
                 {
                     m_events.playTime(position);
                 }
             });
+        m_tickWaits = m_tickWaits && asked;
     }
 }
 

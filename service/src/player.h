@@ -13,6 +13,7 @@
 #include "medium.h"
 #include "picture.h"
 #include "player_events.h"
+#include "position_waiters.h"
 #include "screen.h"
 #include "screenshot.h"
 #include "settings.h"
@@ -112,10 +113,9 @@ public:
     int speed() const { return m_speed; }
     bool audioMuted() const { return m_sound.muted(); }
 
-    using PositionAnswer = std::function<void(std::int64_t position)>;
-
     /// Gives the position now or later; the last one that was known when the medium or the player goes meanwhile.
-    void askPosition(PositionAnswer answer);
+    /// @return false when too many wait for it: then it is not given
+    bool askPosition(PositionWaiters::Answer answer);
 
     Picture& picture() { return m_picture; }
 
@@ -234,6 +234,8 @@ private:
     void applySound();
     void armTick();
     void onTick();
+    bool isPositionKnown() const;
+    void askDeck();
     void answerPosition(std::optional<std::int64_t> position);
     std::int64_t clamped(std::int64_t position) const;
 
@@ -260,9 +262,10 @@ private:
     bool m_durationChanged = false;
     bool m_fresh = false; ///< open and not moved yet
     std::int64_t m_position = 0;
-    std::deque<PositionAnswer> m_positionAsked; ///< of the deck
+    PositionWaiters m_positionWaiters; ///< for the deck
     int m_speed;
     Sound m_sound;
+    bool m_unheard = false; ///< whatever the settings say, while the track of a medium that stands is switched
     Picture m_picture;
     int m_audioTrack = 0;
     Subtitles m_subtitles;
@@ -270,6 +273,7 @@ private:
 
     platform::EventLoop::TimerId m_tick = 0;
     platform::EventLoop::Clock::time_point m_nextTick{};
+    bool m_tickWaits = false; ///< for a position
 
     std::shared_ptr<Feed> m_videoFeed; ///< also of a pushed container
     std::shared_ptr<Feed> m_audioFeed;

@@ -161,7 +161,7 @@ void getState(Player& player, Request& request)
 
 void getCurPosition(Player& player, Request& request)
 {
-    player.askPosition([answer = request.postpone()](std::int64_t position) mutable { answer.reply(position); });
+    replyAtPosition(player, request.postpone(), [](Answer& answer, std::int64_t position) { answer.reply(position); });
 }
 
 void getMediaInfo(Player& player, Request& request)

@@ -5,6 +5,7 @@
 #include "player.h"
 #include "request.h"
 
+#include <cerrno>
 #include <cstddef>
 
 namespace tz::orvane::service
@@ -29,6 +30,16 @@ template <std::size_t count> PlayerCommand findIn(PlayerCommandRow const (&rows)
         }
     }
     return nullptr;
+}
+
+/// Answers with what `reply(answer, position)` makes of the position, or with -EBUSY when too many wait for it.
+template <class Reply> void replyAtPosition(Player& player, Answer answer, Reply reply)
+{
+    bool const asked = player.askPosition([answer, reply](std::int64_t position) mutable { reply(answer, position); });
+    if (!asked)
+    {
+        answer.reply(-EBUSY);
+    }
 }
 
 /// @return null for what this service does not do

@@ -176,9 +176,8 @@ void Player::switchAudio(int number, Switched then)
     readPosition(
         [this, number, then = std::move(then)]
         {
-            Sound silent = m_sound;
-            silent.setMute(true);
-            m_deck->tell([silent, speed = m_speed](Pipeline& pipeline) { silent.apply(pipeline, speed); });
+            m_unheard = true;
+            applySound();
             m_deck->operate(
                 Deck::Kind::state, deadline(),
                 [](Pipeline& pipeline) { return pipeline.changeState(GST_STATE_PLAYING); },
@@ -204,6 +203,7 @@ void Player::standAgain(Then then)
             flushTo(m_position,
                     [this, then]
                     {
+                        m_unheard = false;
                         applySound();
                         then();
                     });
@@ -265,18 +265,6 @@ void Player::tellTracks(StreamPad::Kind kind)
         track.stream = (isAudio ? container.audios_detail : container.subtitle_detail)[track.track_no];
     }
     m_events.trackChanged(track);
-}
-
-void Player::askSubtitlePosition(std::function<void(std::int64_t)> answer)
-{
-    askPosition(
-        [answer = std::move(answer)](std::optional<std::int64_t> position)
-        {
-            if (position)
-            {
-                answer(*position);
-            }
-        });
 }
 
 void Player::onSubtitlesLoaded()

@@ -104,6 +104,66 @@ TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultAndTheThreadIsGivenUp)
     EXPECT_TRUE(test::eventually([threads] { return test::runningThreads() < threads; }));
 }
 
+TEST_F(DeckTest, aQuestionThatTheWorkerDoesNotComeToIsAFault)
+{
+    std::promise<void> release;
+    auto const released = release.get_future().share();
+    m_deck->set([released](Pipeline&) { released.wait(); });
+    m_deck->askPosition(kShort, [](auto) { FAIL() << "it has not come to that"; });
+    m_loop.run();
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_INTERNAL);
+
+    // An answer that comes after all is of no use to anybody.
+    release.set_value();
+    m_yard.take(std::move(m_deck), kLong);
+    m_yard.whenEmpty([this] { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(m_yard.abandoned(), 0);
+}
+
+TEST_F(DeckTest, aQuestionThatIsAnsweredIsNoFault)
+{
+    constexpr std::chrono::milliseconds kDeadline{1'000};
+    int answers = 0;
+    m_deck->askPosition(kDeadline, [&](auto) { ++answers; });
+    m_loop.addTimer(kDeadline + kShort, [this] { m_loop.stop(); });
+    m_loop.run();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_NONE);
+}
+
+TEST_F(DeckTest, ofSettingsThatWaitOnlyTheNewestIsApplied)
+{
+    std::promise<void> begun;
+    std::promise<void> release;
+    m_deck->set(
+        [&begun, released = release.get_future().share()](Pipeline&)
+        {
+            begun.set_value();
+            released.wait();
+        });
+    begun.get_future().wait();
+    std::vector<int> applied;
+    for (int number = 1; number <= 10'000; ++number)
+    {
+        m_deck->set([&applied, number](Pipeline&) { applied.push_back(number); });
+    }
+    release.set_value();
+    auto const applySoFar = [&]
+    {
+        m_deck->operate(
+            Deck::Kind::query, kLong, [](Pipeline&) { return CallResult::done; },
+            [this](Deck::Outcome) { m_loop.stop(); });
+        m_loop.run();
+    };
+    applySoFar();
+    EXPECT_EQ(applied, std::vector<int>{10'000});
+
+    m_deck->set([&applied](Pipeline&) { applied.push_back(0); });
+    applySoFar();
+    EXPECT_EQ(applied.size(), 2u) << "one that comes later is applied as well";
+}
+
 TEST_F(DeckTest, anOperationWhoseEndNeverComesTimesOut)
 {
     m_deck->operate(
