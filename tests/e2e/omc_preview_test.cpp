@@ -21,6 +21,7 @@ namespace tz::orvane::test
 namespace
 {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -60,6 +61,27 @@ protected:
         }
         std::sort(names.begin(), names.end());
         return names;
+    }
+
+    /// Expects whole pictures in the folder, and nothing else.
+    void expectPicturesOnly() const
+    {
+        for (std::string const& name : files())
+        {
+            EXPECT_THAT(name, EndsWith(".jpg"));
+            EXPECT_THAT(fileContent(inFolder(name)), EndsWith("\xFF\xD9")) << name;
+        }
+    }
+
+    /// Files of the service's own.
+    int picturesOfTheService() const
+    {
+        int count = 0;
+        for (auto const& entry : std::filesystem::directory_iterator(m_place.path()))
+        {
+            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
+        }
+        return count;
     }
 
     Place m_place;
@@ -117,6 +139,14 @@ TEST_F(OmcPreview, aContactSheetShowsSoManyFrames)
     EXPECT_EQ(sheet.height, 2 * 49 + 4);
 }
 
+TEST_F(OmcPreview, aContactSheetMayHaveAHundredFrames)
+{
+    std::string const picture = inFolder("sheet.png");
+    ToolProcess tool(command({media("v.mp4"), "--contact-sheet", "100", "--size", "16x16", "-o", picture}));
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    EXPECT_EQ(decoded(picture).width, 10 * 20 + 4);
+}
+
 TEST_F(OmcPreview, printsALineOfJsonForEachMedium)
 {
     ToolProcess tool(command({"--json", media("a.mp3"), media("garbage.mp4")}));
@@ -153,7 +183,11 @@ TEST_F(OmcPreview, wrongUsageIsToldAtOnce)
         {"x.mp4", "--at", "noon"},
         {"x.mp4", "--at", "130%"},
         {"x.mp4", "--size", "10"},
+        {"x.mp4", "--size", "0x0"},
+        {""},
+        {"x.mp4", "-o", ""},
         {"x.mp4", "--contact-sheet", "4"},
+        {"x.mp4", "--contact-sheet", "0", "-o", "x.jpg"},
         {"x.mp4", "--contact-sheet", "1000", "-o", "x.jpg"},
         {"x.mp4", "-o", "x.gif"},
         {"x.mp4", "y.mp4", "-o", "x.jpg"},
@@ -163,7 +197,7 @@ TEST_F(OmcPreview, wrongUsageIsToldAtOnce)
     for (auto const& arguments : cases)
     {
         ToolProcess tool(command(arguments));
-        EXPECT_EQ(tool.wait(), 2);
+        EXPECT_EQ(tool.wait(), 2) << testing::PrintToString(arguments);
         EXPECT_NE(tool.err(), "");
         EXPECT_EQ(tool.out(), "");
     }
@@ -173,13 +207,83 @@ TEST_F(OmcPreview, wrongUsageIsToldAtOnce)
     EXPECT_THAT(help.out(), HasSubstr("Examples:"));
 }
 
-TEST_F(OmcPreview, endsWhenItsServiceDies)
+TEST_F(OmcPreview, saysWhenNoServiceCanBeStarted)
 {
     std::string const service = ORVANE_E2E_BINARIES "/service/nothing";
     ::setenv("ORVANE_SERVICE", service.c_str(), 1);
     ToolProcess tool(command({media("v.mp4")}));
     EXPECT_EQ(tool.wait(), 3);
     EXPECT_THAT(tool.err(), HasSubstr("omc-preview: "));
+}
+
+TEST_F(OmcPreview, endsWhenItsServiceDies)
+{
+    std::vector<std::string> arguments(300, media("v.mkv"));
+    arguments.insert(arguments.end(), {"--exact", "-o", m_folder.path()});
+    ToolProcess tool(command(arguments));
+    ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
+    m_place.killServices();
+    EXPECT_EQ(tool.wait(), 3);
+    EXPECT_THAT(tool.err(), EndsWith("omc-preview: the media service is gone\n"));
+    expectPicturesOnly();
+}
+
+TEST_F(OmcPreview, theServiceNeverHasManyPicturesOfARun)
+{
+    std::vector<std::string> arguments(80, media("red3x1.png"));
+    arguments.insert(arguments.end(), {"-o", m_folder.path()});
+    ToolProcess tool(command(arguments));
+    for (std::size_t const count : {16, 32, 48, 64}) // a sanitizer makes them slow
+    {
+        ASSERT_TRUE(eventually([this, count] { return files().size() > count; }));
+    }
+    tool.signal(SIGSTOP);
+    EXPECT_LT(picturesOfTheService(), 32);
+    tool.signal(SIGCONT);
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    EXPECT_EQ(files().size(), 80u);
+}
+
+TEST_F(OmcPreview, replacesNoneOfItsMedia)
+{
+    std::filesystem::copy_file(media("p.png"), inFolder("p.png"));
+    std::filesystem::copy_file(media("v.mp4"), inFolder("p.mp4"));
+    std::string const before = fileContent(inFolder("p.png"));
+    ToolProcess one(command({"file://" + inFolder("%70.png"), "-o", inFolder("p.png")}));
+    EXPECT_EQ(one.wait(), 1);
+    EXPECT_THAT(one.err(), HasSubstr("would replace a medium, " + inFolder("p.png")));
+    ToolProcess two(command({inFolder("p.mp4"), inFolder("p.png"), "--format", "png", "-o", m_folder.path()}));
+    EXPECT_EQ(two.wait(), 1);
+    EXPECT_THAT(two.err(), HasSubstr("omc-preview: p.mp4: its picture would replace a medium, " + inFolder("p.png")));
+    EXPECT_EQ(fileContent(inFolder("p.png")), before);
+    EXPECT_EQ(files(), (std::vector<std::string>{"p-2.png", "p.mp4", "p.png"}));
+}
+
+TEST_F(OmcPreview, aFolderThatCannotBeMadeEndsItAtOnce)
+{
+    ToolProcess tool(command({media("v.mp4"), media("p.png"), "-o", "/proc/missing/"}));
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_EQ(tool.err(), "omc-preview: /proc/missing/ cannot be made: No such file or directory\n");
+}
+
+TEST_F(OmcPreview, saysWhenStandardOutputCannotBeWritten)
+{
+    for (std::string const tail : {"", " -o - --format png"})
+    {
+        ToolProcess tool({"/bin/sh", "-c", kTool + (" " + media("v.mp4")) + tail + " > /dev/full"});
+        EXPECT_EQ(tool.wait(), 1);
+        EXPECT_THAT(tool.err(), HasSubstr("standard output cannot be written: No space left on device\n"));
+    }
+}
+
+TEST_F(OmcPreview, endsWithItsReader)
+{
+    // A pipe whose reader has gone.
+    ToolProcess tool({"/bin/sh", "-c",
+                      "mkfifo " + inFolder("pipe") + " && exec 3<>" + inFolder("pipe") + " 4>" + inFolder("pipe") +
+                          " 3<&- && exec " + kTool + " " + media("a.mp3") + " >&4 4>&-"});
+    EXPECT_EQ(tool.wait(), 128 + SIGPIPE);
+    EXPECT_EQ(tool.err(), "");
 }
 
 TEST_F(OmcPreview, manyFilesShowABarOnATerminal)
@@ -204,20 +308,8 @@ TEST_F(OmcPreview, anInterruptionLeavesNoFileBehind)
     ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
     tool.signal(SIGINT);
     EXPECT_EQ(tool.wait(), 128 + SIGINT);
-    for (std::string const& name : files())
-    {
-        EXPECT_THAT(name, Not(HasSubstr(".part")));
-    }
-    auto const ownFiles = [this]
-    {
-        int count = 0;
-        for (auto const& entry : std::filesystem::directory_iterator(m_place.path()))
-        {
-            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
-        }
-        return count;
-    };
-    EXPECT_TRUE(eventually([&] { return ownFiles() == 0; }));
+    expectPicturesOnly();
+    EXPECT_TRUE(eventually([this] { return picturesOfTheService() == 0; }));
 }
 
 } // namespace

@@ -99,6 +99,15 @@ TEST(PreviewReport, isALineOfJson)
               "{\"uri\":\"x\xEF\xBF\xBD\",\"ok\":false,\"error\":{\"code\":18,\"text\":\"stopped (why)\"}}\n");
 }
 
+TEST(PreviewReport, saysInItsOwnWordsWhatTheToolCouldNotDo)
+{
+    PreviewOutcome outcome = film();
+    outcome.code = om::OM_ERROR_FORBIDDEN;
+    outcome.fault = "film.jpg cannot be written";
+    EXPECT_EQ(previewFault(outcome), "film.jpg cannot be written");
+    EXPECT_THAT(previewJson(outcome), testing::HasSubstr("\"text\":\"film.jpg cannot be written\"}"));
+}
+
 TEST(PreviewProgress, fillsItsBarAndKeepsToItsColumns)
 {
     EXPECT_EQ(previewProgress(0, 2, "a", 80), "[>-----------------------------] 0/2 a");

@@ -116,6 +116,22 @@ TEST(DisplayName, isTheWholeUriWhenThereIsNoSuchPart)
     EXPECT_EQ(displayName("http://"), "http://");
 }
 
+TEST(LocalFile, isThePathOfAFileUri)
+{
+    EXPECT_EQ(localFile("/films/a%20b?.mp4"), "/films/a%20b?.mp4");
+    EXPECT_EQ(localFile("file:///films/a%20%c3%A4.mp4?x#y"), "/films/a \xc3\xa4.mp4");
+    EXPECT_EQ(localFile("file://localhost/a.mp4"), "/a.mp4");
+    EXPECT_EQ(localFile("file:///100%"), "/100%");
+    EXPECT_EQ(localFile("file:///%4"), "/%4");
+    EXPECT_EQ(localFile("file:///%zz"), "/%zz");
+}
+
+TEST(LocalFile, isNothingForOtherUris)
+{
+    EXPECT_EQ(localFile("http://host/a.mp4"), "");
+    EXPECT_EQ(localFile("file://a.mp4"), "");
+}
+
 TEST(DisplayName, isPrintable)
 {
     EXPECT_EQ(displayName("/\x1b.mp4"), kReplacement + std::string(".mp4"));

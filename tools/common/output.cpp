@@ -2,8 +2,8 @@
 // A tool's own standard output, which nothing else in the process writes to.
 #include "common/output.h"
 
-#include <cerrno>
-#include <cstddef>
+#include "common/write_all.h"
+
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -53,21 +53,9 @@ Output::Silence::~Silence()
     redirectStandardOutput(STDERR_FILENO);
 }
 
-void Output::write(std::string_view text)
+bool Output::write(std::string_view text)
 {
-    while (!text.empty())
-    {
-        ssize_t const written = ::write(m_fd.get(), text.data(), text.size());
-        if (written < 0 && errno == EINTR)
-        {
-            continue;
-        }
-        if (written <= 0)
-        {
-            return;
-        }
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
+    return writeAll(m_fd.get(), text);
 }
 
 bool Output::isTerminal() const

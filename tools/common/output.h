@@ -30,8 +30,8 @@ public:
         ~Silence();
     };
 
-    /// Writes all of it. What cannot be written is dropped.
-    void write(std::string_view text);
+    /// Writes all of it. @return false when that failed; errno says why
+    bool write(std::string_view text);
 
     int descriptor() const { return m_fd.get(); }
     bool isTerminal() const;

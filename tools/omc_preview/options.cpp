@@ -22,7 +22,8 @@ constexpr char kDescription[] =
     "When no service listens, one is started that ends some seconds after its last client.";
 
 constexpr char kFooter[] = R"(
-Films give a frame, sound its cover, photos themselves, upright and scaled. An existing picture is replaced.
+Films give a frame, sound its cover, photos themselves, upright and scaled. An existing picture is replaced, but none of
+the media that are named.
 
 Examples:
   omc-preview film.mp4                                what it is
@@ -49,6 +50,10 @@ std::string settleOutput(PreviewOptions& options, bool formatGiven)
     if (options.output.empty())
     {
         return options.sheetFrames > 0 ? "--contact-sheet needs -o" : "";
+    }
+    if (options.output == "/dev/stdout") // nothing can take its place
+    {
+        options.output = "-";
     }
     std::error_code error;
     options.intoFolder = options.output.back() == '/' || std::filesystem::is_directory(options.output, error);
@@ -84,7 +89,8 @@ ParsedPreviewOptions parsePreviewOptions(int argc, char** argv)
 
     CLI::App app(kDescription, "omc-preview");
     app.footer(kFooter);
-    app.add_option("media", options.media, "Files and URIs")->required()->type_name("FILE|URI");
+    auto const isNamed = [](std::string const& text) { return std::string(text.empty() ? "an empty name" : ""); };
+    app.add_option("media", options.media, "Files and URIs")->required()->type_name("FILE|URI")->check(isNamed);
     app.add_option("--at", "Position of the frame: seconds, h:mm:ss or a part as 30% (10%)")
         ->type_name("TIME")
         ->check(
@@ -101,13 +107,14 @@ ParsedPreviewOptions parsePreviewOptions(int argc, char** argv)
                 { return isPictureSize(text) ? std::string() : "not a size from 16x16 to 4096x4096: " + text; });
     app.add_option("-o,--output", options.output,
                    "File for the picture; for several media a folder; - is standard output")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed);
     app.add_option("--format", format, "Kind of the pictures, where the name does not tell (jpeg)")
         ->check(CLI::IsMember({"jpeg", "png"}));
     app.add_option("--contact-sheet", options.sheetFrames, "So many frames of each film in one picture")
         ->check(CLI::Range(1, 100))
         ->type_name("N");
-    app.add_flag("--json", options.json, "Print JSON");
+    app.add_flag("--json", options.json, "Print a line with a JSON object for each medium");
     app.add_flag("--verbose", options.verbose, "Show the messages of the library and of a service that is started");
     try
     {

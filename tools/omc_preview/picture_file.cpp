@@ -2,42 +2,67 @@
 // A picture's way from the service's file to the user's.
 #include "omc_preview/picture_file.h"
 
+#include "common/descriptor.h"
+#include "common/write_all.h"
+
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tz::orvane::tools
 {
 
-std::string deliverPicture(std::string const& from, std::string const& to, Output& output)
+namespace
 {
-    std::ifstream source(from, std::ios::binary);
+
+mode_t usualMode()
+{
+    mode_t const mask = ::umask(0); // there is no other way to ask for it
+    ::umask(mask);
+    return (S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH) & ~mask;
+}
+
+} // namespace
+
+std::string contentOfFile(std::string const& file)
+{
     std::ostringstream content;
-    content << source.rdbuf();
-    std::string const bytes = content.str();
-    if (bytes.empty())
+    content << std::ifstream(file, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+std::string replaceFile(std::string const& file, std::string_view content)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    fs::file_status const old = fs::status(file, error);
+    if (fs::exists(old) && !fs::is_regular_file(old))
     {
-        return "the service's picture cannot be read: " + from;
+        return file + " is no file that can be replaced";
     }
-    if (to == "-")
+    // Beside it, so that renaming it is one step; others may write to the folder and must not know the name before.
+    std::string partial = (fs::path(file).parent_path() / ".omc-preview-XXXXXX").string();
+    Descriptor const target(::mkostemp(partial.data(), O_CLOEXEC));
+    bool const made = target.get() >= 0;
+    if (made && writeAll(target.get(), content) && ::fchmod(target.get(), usualMode()) == 0 &&
+        std::rename(partial.c_str(), file.c_str()) == 0)
     {
-        output.write(bytes);
         return "";
     }
-    std::string const partial = to + ".part-" + std::to_string(::getpid());
-    std::ofstream target(partial, std::ios::binary | std::ios::trunc);
-    target << bytes;
-    target.close();
-    if (!target || std::rename(partial.c_str(), to.c_str()) != 0)
+    std::string const reason = std::strerror(errno);
+    if (made)
     {
-        std::string const reason = std::strerror(errno);
-        std::remove(partial.c_str());
-        return to + " cannot be written: " + reason;
+        ::unlink(partial.c_str());
     }
-    return "";
+    return file + " cannot be written: " + reason;
 }
 
 } // namespace tz::orvane::tools

@@ -9,13 +9,17 @@
 #include "presentation/media_uri.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <poll.h>
 #include <string_view>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -25,7 +29,8 @@ namespace tz::orvane::tools
 namespace
 {
 
-constexpr std::size_t kMostAsked = 32; ///< so that an interruption has little to undo
+constexpr std::size_t kMostAsked = 32;        ///< so that an interruption has little to undo
+constexpr std::size_t kMostAskedOfATool = 64; ///< it keeps their pictures until it goes
 constexpr char kSheetTimeout[] = "120000";
 constexpr std::string_view kClearLine = "\r\x1b[K";
 
@@ -60,6 +65,19 @@ void fillProperties(PreviewOptions const& options, om::OmPropertyGroup& group)
     }
 }
 
+std::optional<FileIdentity> identityOf(std::string const& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 ? std::optional<FileIdentity>({status.st_dev, status.st_ino})
+                                              : std::nullopt;
+}
+
+bool makeFolder(std::string const& path, std::error_code& error)
+{
+    std::filesystem::create_directories(path, error);
+    return !error;
+}
+
 } // namespace
 
 PreviewRun::PreviewRun(PreviewOptions const& options, Output& output, Signals& signals)
@@ -73,6 +91,10 @@ PreviewRun::PreviewRun(PreviewOptions const& options, Output& output, Signals& s
     for (std::string const& uri : options.media)
     {
         m_outcomes.push_back({uri, 0, "", {}});
+        if (auto const file = identityOf(localFile(uri)))
+        {
+            m_mediaFiles.insert(*file);
+        }
         m_targets.push_back(options.intoFolder ? (std::filesystem::path(options.output) / m_names.next(uri)).string()
                                                : options.output);
     }
@@ -90,19 +112,17 @@ PreviewRun::~PreviewRun()
 
 int PreviewRun::run(om::OmIConnection& connection)
 {
+    if (std::error_code error; m_options.intoFolder && !makeFolder(m_options.output, error))
+    {
+        complain(m_options.output + " cannot be made: " + error.message());
+        return kExitFailed;
+    }
     m_connection = &connection;
     m_connection->addListener(&m_replies);
-    m_tool = m_connection->createPreviewTool(nullptr);
-    if (m_tool == nullptr)
+    if (!takeTool())
     {
         complain("the media service gives no preview tool");
         return kExitNoService;
-    }
-    m_tool->setListener(&m_replies);
-    if (m_options.intoFolder)
-    {
-        std::error_code error;
-        std::filesystem::create_directories(m_options.output, error);
     }
     while (m_finished < m_outcomes.size())
     {
@@ -130,21 +150,54 @@ int PreviewRun::run(om::OmIConnection& connection)
         {
             accept(reply);
         }
-        printFinished();
+        if (!printFinished())
+        {
+            complain(std::string("standard output cannot be written: ") + std::strerror(errno));
+            return kExitFailed;
+        }
     }
     return m_failed ? kExitFailed : kExitDone;
+}
+
+/// The service keeps the pictures of a tool until that goes: another one takes its place.
+/// @return false when there is none
+bool PreviewRun::takeTool()
+{
+    if (m_tool != nullptr)
+    {
+        m_connection->destroyPreviewTool();
+    }
+    m_tool = m_connection->createPreviewTool(nullptr);
+    if (m_tool != nullptr)
+    {
+        m_tool->setListener(&m_replies);
+    }
+    m_askedOfTool = 0;
+    return m_tool != nullptr;
 }
 
 /// @return false when the service is gone
 bool PreviewRun::askMore()
 {
+    if (m_askedOfTool == kMostAskedOfATool)
+    {
+        if (!m_asked.empty())
+        {
+            return true;
+        }
+        if (!takeTool())
+        {
+            return false;
+        }
+    }
     om::OmPropertyGroup properties;
     fillProperties(m_options, properties);
     // A sheet is looked at as a whole: frames that repeat because key frames are rare would be of no use.
     bool const exact = m_options.exact || m_options.sheetFrames > 0;
     int const flags = (m_options.output.empty() ? om::OM_PREVIEW_NO_PICTURE : 0) | (exact ? om::OM_PREVIEW_EXACT : 0);
     auto const mode = m_options.place.inPercent ? om::OM_LOCATION_MODE_PERCENT : om::OM_LOCATION_MODE_TIME;
-    for (; m_next < m_outcomes.size() && m_asked.size() < kMostAsked; ++m_next)
+    for (; m_next < m_outcomes.size() && m_asked.size() < kMostAsked && m_askedOfTool < kMostAskedOfATool;
+         ++m_next, ++m_askedOfTool)
     {
         unsigned int const id = m_tool->getRequestID();
         if (id == 0 ||
@@ -171,25 +224,38 @@ void PreviewRun::accept(Reply const& reply)
     outcome.properties = reply.properties;
     if (!reply.path.empty())
     {
-        std::string const fault = deliverPicture(reply.path, m_targets[index], m_output);
-        outcome.picture = fault.empty() ? m_targets[index] : "";
-        if (!fault.empty())
-        {
-            outcome.code = om::OM_ERROR_FORBIDDEN;
-            outcome.properties[om::OM_KEY_TEXT] = fault;
-        }
+        outcome.fault = deliver(reply.path, m_targets[index]);
+        outcome.picture = outcome.fault.empty() ? m_targets[index] : "";
+        outcome.code = outcome.fault.empty() ? om::OM_ERROR_NONE : om::OM_ERROR_FORBIDDEN;
     }
     else if (outcome.code == om::OM_ERROR_NONE && !m_options.output.empty())
     {
         outcome.code = om::OM_ERROR_NOT_SUPPORTED;
-        outcome.properties[om::OM_KEY_TEXT] = "it has no picture";
+        outcome.fault = "it has no picture";
     }
     m_done[index] = true;
     ++m_finished;
 }
 
+/// @return empty, or why the user does not get the picture
+std::string PreviewRun::deliver(std::string const& from, std::string const& to)
+{
+    std::string const picture = contentOfFile(from);
+    if (picture.empty())
+    {
+        return "the service's picture cannot be read: " + from;
+    }
+    if (to == "-")
+    {
+        return m_output.write(picture) ? "" : std::string("standard output cannot be written: ") + std::strerror(errno);
+    }
+    auto const old = identityOf(to);
+    return old && m_mediaFiles.count(*old) > 0 ? "its picture would replace a medium, " + to : replaceFile(to, picture);
+}
+
 /// In the order of the command line, whatever the order in which they were ready.
-void PreviewRun::printFinished()
+/// @return false when there is nowhere to print to any more; errno says why
+bool PreviewRun::printFinished()
 {
     for (; m_printed < m_outcomes.size() && m_done[m_printed]; ++m_printed)
     {
@@ -201,15 +267,21 @@ void PreviewRun::printFinished()
             complain(displayName(outcome.uri) + ": " + previewFault(outcome));
         }
         hideProgress();
+        std::string text;
         if (m_options.json)
         {
-            m_output.write(previewJson(outcome));
+            text = previewJson(outcome);
         }
         else if (good && m_options.output != "-")
         {
-            m_output.write((std::exchange(m_hasPrinted, true) ? "\n" : "") + previewReport(outcome));
+            text = (std::exchange(m_hasPrinted, true) ? "\n" : "") + previewReport(outcome);
+        }
+        if (!m_output.write(text))
+        {
+            return false;
         }
     }
+    return true;
 }
 
 void PreviewRun::showProgress()

@@ -13,11 +13,16 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace tz::orvane::tools
 {
+
+using FileIdentity = std::pair<dev_t, ino_t>;
 
 /// Main thread.
 class PreviewRun
@@ -32,9 +37,11 @@ public:
     int run(om::OmIConnection& connection);
 
 private:
+    bool takeTool();
     bool askMore();
     void accept(Reply const& reply);
-    void printFinished();
+    std::string deliver(std::string const& from, std::string const& to);
+    bool printFinished();
     void showProgress();
     void hideProgress();
     void complain(std::string const& text);
@@ -49,7 +56,9 @@ private:
     std::vector<PreviewOutcome> m_outcomes;
     std::vector<bool> m_done;
     std::vector<std::string> m_targets;
+    std::set<FileIdentity> m_mediaFiles;         ///< which no picture may replace
     std::map<unsigned int, std::size_t> m_asked; ///< by request id
+    std::size_t m_askedOfTool = 0;
     std::size_t m_next = 0;
     std::size_t m_finished = 0;
     std::size_t m_printed = 0;

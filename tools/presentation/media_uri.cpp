@@ -5,7 +5,9 @@
 #include "presentation/text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
+#include <string_view>
 
 namespace tz::orvane::tools
 {
@@ -36,6 +38,32 @@ std::string mediaUri(std::string const& argument, std::string const& directory)
         return argument;
     }
     return (directory == "/" ? "/" : directory + "/") + argument;
+}
+
+std::string localFile(std::string const& uri)
+{
+    constexpr std::string_view kFileScheme = "file://";
+    if (!hasScheme(uri))
+    {
+        return uri;
+    }
+    std::size_t const slash = uri.find('/', kFileScheme.size());
+    if (uri.compare(0, kFileScheme.size(), kFileScheme) != 0 || slash == std::string::npos)
+    {
+        return "";
+    }
+    std::string const path = uri.substr(slash, uri.find_first_of("?#", slash) - slash);
+    std::string file;
+    for (std::size_t i = 0; i < path.size(); ++i)
+    {
+        unsigned int code = 0;
+        char const* const digits = path.data() + i + 1;
+        bool const isEscape =
+            path[i] == '%' && i + 2 < path.size() && std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2;
+        file += isEscape ? static_cast<char>(code) : path[i];
+        i += isEscape ? 2 : 0;
+    }
+    return file;
 }
 
 std::string displayName(std::string const& uri)

@@ -13,4 +13,7 @@ std::string mediaUri(std::string const& argument, std::string const& directory);
 /// @return a short printable name: the last part of the path, or the whole URI when there is none
 std::string displayName(std::string const& uri);
 
+/// @return the path of what lies on this machine, empty for all else
+std::string localFile(std::string const& uri);
+
 } // namespace tz::orvane::tools

@@ -100,6 +100,10 @@ std::string previewReport(PreviewOutcome const& outcome)
 
 std::string previewFault(PreviewOutcome const& outcome)
 {
+    if (!outcome.fault.empty())
+    {
+        return printable(outcome.fault);
+    }
     std::string const codec = valueOf(outcome, om::OM_KEY_CODEC);
     std::string const detail = codec.empty() ? valueOf(outcome, om::OM_KEY_TEXT) : codec;
     return errorLabel(outcome.code) + (detail.empty() ? "" : " (" + detail + ")");

@@ -15,6 +15,7 @@ struct PreviewOutcome
     unsigned int code = 0; ///< om_error_e
     std::string picture;   ///< file that was written, empty for none
     std::map<std::string, std::string> properties;
+    std::string fault = {}; ///< what the tool says of a failure of its own, in place of the code's words
 };
 
 /// @return what is known, one fact a line, each line ended
