@@ -44,7 +44,7 @@ Output::Output()
 
 Output::Silence::Silence()
 {
-    Descriptor const nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    platform::UniqueFd const nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     redirectStandardOutput(nowhere.get());
 }
 

@@ -2,7 +2,7 @@
 // A tool's own standard output, which nothing else in the process writes to.
 #pragma once
 
-#include "common/descriptor.h"
+#include "platform/src/unique_fd.h"
 
 #include <string_view>
 
@@ -37,7 +37,7 @@ public:
     bool isTerminal() const;
 
 private:
-    Descriptor m_fd;
+    platform::UniqueFd m_fd;
 };
 
 } // namespace tz::orvane::tools

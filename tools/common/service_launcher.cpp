@@ -2,8 +2,8 @@
 // Starts a media service of the user's own when none listens.
 #include "common/service_launcher.h"
 
-#include "common/descriptor.h"
 #include "orvane/omc_access.h"
+#include "platform/src/unique_fd.h"
 
 #include <chrono>
 #include <csignal>
@@ -135,13 +135,13 @@ std::string ServiceProcess::start(std::string const& socketDirectory, LaunchOpti
                " is neither beside this program nor in PATH; ORVANE_SERVICE may name it";
     }
 
-    Descriptor log;
+    platform::UniqueFd log;
     if (!options.verbose)
     {
         ::mkdir(socketDirectory.c_str(), 0700);
         m_logFile = socketDirectory + "/media-service.log";
-        log = Descriptor(::open(m_logFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_NOFOLLOW | O_CLOEXEC,
-                                S_IRUSR | S_IWUSR));
+        log.reset(::open(m_logFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_NOFOLLOW | O_CLOEXEC,
+                         S_IRUSR | S_IWUSR));
         if (log.get() < 0)
         {
             return m_logFile + " cannot be written: " + std::strerror(errno);

@@ -2,7 +2,7 @@
 // Signals as something that the main thread waits for like for a key.
 #pragma once
 
-#include "common/descriptor.h"
+#include "platform/src/unique_fd.h"
 
 #include <csignal>
 
@@ -28,7 +28,7 @@ public:
     static bool ends(int signal) { return signal == SIGINT || signal == SIGTERM || signal == SIGHUP; }
 
 private:
-    Descriptor m_fd;
+    platform::UniqueFd m_fd;
 };
 
 } // namespace tz::orvane::tools

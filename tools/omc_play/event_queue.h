@@ -2,8 +2,8 @@
 // Hands events over from the receive thread to the main thread.
 #pragma once
 
-#include "common/descriptor.h"
 #include "omc_play/player_event.h"
+#include "platform/src/unique_fd.h"
 
 #include <mutex>
 #include <vector>
@@ -26,7 +26,7 @@ public:
     int descriptor() const { return m_wake.get(); }
 
 private:
-    Descriptor m_wake;
+    platform::UniqueFd m_wake;
     std::mutex m_mutex;
     std::vector<PlayerEvent> m_events;
 };

@@ -2,8 +2,8 @@
 // Hands what the library calls back over to the main thread.
 #pragma once
 
-#include "common/descriptor.h"
 #include "orvane/omc_listeners.h"
+#include "platform/src/unique_fd.h"
 
 #include <map>
 #include <mutex>
@@ -40,7 +40,7 @@ private:
     void onConnectionChanged(om::OmIConnection* connection, int status) override;
     void onEvent(om::OmIConnection* connection, int event, om::OmPropertyGroup& properties) override;
 
-    Descriptor m_wake;
+    platform::UniqueFd m_wake;
     std::mutex m_mutex;
     std::vector<Reply> m_replies;
     bool m_serviceGone = false;
