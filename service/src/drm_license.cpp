@@ -84,16 +84,17 @@ WipedText framed(std::string_view license)
     return text;
 }
 
-WipedText const* textOf(SecretJson const& object, char const* name)
+/// @return null where there is none of this kind
+template <class Value> Value const* memberOf(SecretJson const& object, char const* name)
 {
     auto const member = object.find(name);
-    return member == object.end() ? nullptr : member->get_ptr<WipedText const*>();
+    return member == object.end() ? nullptr : member->get_ptr<Value const*>();
 }
 
 /// @return whether it is well formed
 bool addKey(SecretJson const& entry, DrmKeys& keys)
 {
-    WipedText const* const kind = entry.is_object() ? textOf(entry, "kty") : nullptr;
+    WipedText const* const kind = entry.is_object() ? memberOf<WipedText>(entry, "kty") : nullptr;
     if (kind == nullptr)
     {
         return false;
@@ -102,8 +103,8 @@ bool addKey(SecretJson const& entry, DrmKeys& keys)
     {
         return true;
     }
-    WipedText const* const key = textOf(entry, "k");
-    WipedText const* const id = textOf(entry, "kid");
+    WipedText const* const key = memberOf<WipedText>(entry, "k");
+    WipedText const* const id = memberOf<WipedText>(entry, "kid");
     DrmKey bytes;
     DrmKeyId name{};
     bool const good = key != nullptr && id != nullptr && fromBase64Url(*key, bytes.bytes()) && fromBase64Url(*id, name);
@@ -116,15 +117,15 @@ bool addKey(SecretJson const& entry, DrmKeys& keys)
 
 int readSet(SecretJson const& license, DrmKeys& keys)
 {
-    auto const entries = license.is_object() ? license.find("keys") : license.end();
-    if (!license.is_object() || entries == license.end() || !entries->is_array())
+    auto const* const entries = license.is_object() ? memberOf<SecretJson::array_t>(license, "keys") : nullptr;
+    if (entries == nullptr)
     {
         return -EINVAL;
     }
     bool const wellFormed =
         std::all_of(entries->begin(), entries->end(), [&](SecretJson const& entry) { return addKey(entry, keys); });
     bool const hasType = license.contains("type");
-    WipedText const* const type = textOf(license, "type");
+    WipedText const* const type = memberOf<WipedText>(license, "type");
     if (!wellFormed || keys.empty() || (hasType && type == nullptr))
     {
         return -EINVAL;
