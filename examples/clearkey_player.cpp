@@ -1,142 +1,117 @@
 // SPDX-License-Identifier: Apache-2.0
-// Plays a protected film as a browser does: the application cuts it into access units, gets the keys, pushes.
-#include "fragments.h"
+// Plays a protected film as a browser does: opens it, pushes it, and gets the key when the service misses it.
+#include "events.h"
+#include "film_reader.h"
 
 #include <orvane/omc.h>
 
-#include <fstream>
-#include <future>
+#include <cstring>
 #include <iostream>
-#include <sstream>
-#include <utility>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 using namespace tz::orvane;
 
-/// Pushes the film when it is asked to, and hears how it goes. Called on the library's thread.
-class Player final : public omc::OmcIMediaPlayerListener
+void require(bool good, std::string const& failure)
 {
-public:
-    Player(om::OmIMediaPlayer& player, example::Film const& film, std::string const& file, unsigned int agent)
-        : m_player(player)
-        , m_film(film)
-        , m_file(file)
-        , m_agent(agent)
+    if (!good)
     {
+        throw std::runtime_error(failure);
     }
+}
 
-    std::string play()
+template <class Record> std::string bytesOf(Record const& record)
+{
+    return {reinterpret_cast<char const*>(&record), sizeof record};
+}
+
+// Most operations of an agent take bytes, and answer with bytes.
+using Operation = int (om::OmIDrmAgent::*)(void*, unsigned int, void*, unsigned int, unsigned int&);
+std::string ask(om::OmIDrmAgent& agent, Operation operation, std::string input)
+{
+    std::string answer(65535, '\0');
+    unsigned int size = 0;
+    int const result = (agent.*operation)(input.data(), input.size(), answer.data(), answer.size(), size);
+    require(result == 0, std::string("the agent fails: ") + std::strerror(-result));
+    return answer.substr(0, size);
+}
+
+void bringKey(om::OmIDrmAgent& agent, std::string const& session, std::string const& keyId, std::string const& initData,
+              std::string const& license)
+{
+    auto const hasKey = [&]
     {
-        std::string formats[2]; // of the picture and of the sound
-        for (example::Track const& track : m_film.tracks)
-        {
-            formats[track.kind == om::OM_STREAM_TYPE_VIDEO ? 0 : 1] = formatBuffer(track);
-        }
-        om::OmPropertyGroup none;
-        m_player.addListener(this);
-        m_player.openEsMedia(formats[0].data(), static_cast<int>(formats[0].size()), formats[1].data(),
-                             static_cast<int>(formats[1].size()), nullptr, 0);
-        m_player.start(0);
-        std::string const result = m_end.get_future().get();
-        m_player.removeListener(this);
-        return result;
-    }
-
-private:
-    void onEvent(om::OmIMediaPlayer*, unsigned int, unsigned int event, om::OmPropertyGroup const& props) override
+        std::string const usable = keyId + bytesOf(om::OM_DRM_KEY_USABLE); // an om_drm_key_status_t
+        return ask(agent, &om::OmIDrmAgent::getKeyStatuses, session).find(usable) != std::string::npos;
+    };
+    if (hasKey())
     {
-        if (event == om::OM_EVENT_KEY_NEEDED)
-        {
-            std::cout << "waiting for key " << props.get(om::OM_KEY_KEY_ID) << std::endl;
-        }
-        else if (event == om::OM_EVENT_NEED_DATA && !m_pushed)
-        {
-            push();
-        }
-        else if (event == om::OM_EVENT_END_OF_STREAM)
-        {
-            finish("played");
-        }
+        return; // picture and sound have the same, and both missed it
     }
+    std::string const head = session + bytesOf(om::OM_DRM_INIT_DATA_CENC); // an om_drm_key_request_t
+    std::cout << "license request: " << ask(agent, &om::OmIDrmAgent::generateKeyRequest, head + initData) << std::endl;
+    ask(agent, &om::OmIDrmAgent::updateSession, session + license); // what a license server would answer
+    require(hasKey(), "the license has no key for the film");
+}
 
-    void onError(om::OmIMediaPlayer*, unsigned int, unsigned int, om::OmPropertyGroup const& props) override
+void push(om::OmIMediaPlayer& player, std::vector<example::Unit> const& units)
+{
+    for (example::Unit const& unit : units)
     {
-        finish(props.get(om::OM_KEY_TEXT));
+        require(player.pushEsData(unit.data.data(), unit.data.size(), &unit.timing, sizeof unit.timing,
+                                  unit.crypto.data(), unit.crypto.size(), nullptr, 0) >= 0,
+                "a unit cannot be sent");
     }
+}
 
-    void push() // all at once: a longer film would stop at OM_EVENT_ENOUGH_DATA
+void play(om::OmIConnection& connection, example::Events& events, example::FilmReader& film, std::string const& license)
+{
+    connection.addListener(&events);
+    om::OmIMediaPlayer* const player = connection.createPlayer(nullptr);
+    std::shared_ptr<om::OmIDrmAgent> const agent = connection.createDrmAgent(om::OM_DRM_TYPE_CLEARKEY);
+    require(player != nullptr && agent != nullptr, "the service gives no player or no agent");
+    player->addListener(&events);
+    require(agent->drmPluginCreate() >= 0 && agent->initialize() >= 0, "the agent does not start");
+    std::string const session = ask(*agent, &om::OmIDrmAgent::openSession, ""); // an om_drm_session_t
+
+    std::string const video = film.format(om::OM_STREAM_TYPE_VIDEO);
+    std::string const audio = film.format(om::OM_STREAM_TYPE_AUDIO);
+    require(player->openEsMedia(video.data(), video.size(), audio.data(), audio.size(), nullptr, 0) >= 0 &&
+                player->start(0) >= 0,
+            "the film cannot be opened");
+    for (example::Event event = events.next(); event.code != om::OM_EVENT_END_OF_STREAM; event = events.next())
     {
-        m_pushed = true;
-        for (example::Sample const& sample : m_film.samples)
+        if (event.code == om::OM_EVENT_NEED_DATA)
         {
-            om::om_es_unit_t unit = sample.unit;
-            std::string crypto = cryptoBuffer(m_film.tracks[sample.track], sample, m_agent);
-            m_player.pushEsData(m_file.data() + sample.offset, static_cast<unsigned int>(sample.size), &unit,
-                                sizeof unit, crypto.data(), static_cast<unsigned int>(crypto.size()), nullptr, 0);
+            push(*player, film.next(event.stream, agent->getAgentID()));
         }
-        for (example::Track const& track : m_film.tracks)
+        else if (event.code == om::OM_EVENT_KEY_NEEDED)
         {
-            om::om_es_unit_t end{};
-            end.stream_type = track.kind;
-            end.flags = om::OM_ES_END_OF_STREAM;
-            m_player.pushEsData(nullptr, 0, &end, sizeof end, nullptr, 0, nullptr, 0);
+            bringKey(*agent, session, film.keyId(event.stream), film.initData(), license);
         }
     }
-
-    void finish(std::string const& result)
-    {
-        if (!std::exchange(m_finished, true))
-        {
-            m_end.set_value(result);
-        }
-    }
-
-    om::OmIMediaPlayer& m_player;
-    example::Film const& m_film;
-    std::string const& m_file;
-    unsigned int m_agent;
-    std::promise<std::string> m_end;
-    bool m_pushed = false;
-    bool m_finished = false;
-};
+    ask(*agent, &om::OmIDrmAgent::closeSession, session); // forgets its keys
+    require(agent->cleanup() >= 0, "the agent does not end");
+    connection.destroyDrmAgent(agent);
+}
 
 int main(int argc, char** argv)
+try
 {
-    std::ifstream input(argc == 3 ? argv[1] : "", std::ios::binary);
-    std::ostringstream content;
-    content << input.rdbuf();
-    std::string const file = content.str();
-    auto const film = example::readFragments(file);
-    om::OmIConnection* connection = omc::OmcClientAccess::getApp(0)->createConnection("clearkey_player");
-    om::OmIMediaPlayer* player = connection == nullptr ? nullptr : connection->createPlayer(nullptr);
-    auto const agent = player == nullptr ? nullptr : connection->createDrmAgent(om::OM_DRM_TYPE_CLEARKEY);
-    if (!film || agent == nullptr)
-    {
-        std::cerr << "usage: clearkey_player FILE LICENSE (a fragmented mp4; a JSON Web Key Set; the media service "
-                     "must be running)\n";
-        return 1;
-    }
-    agent->drmPluginCreate();
-    agent->initialize();
-
-    om::om_drm_session_t session{};
-    unsigned int size = 0;
-    agent->openSession(nullptr, 0, &session, sizeof session, size);
-
-    // What a license server would be asked for.
-    om::om_drm_key_request_t const head{session.session, om::OM_DRM_INIT_DATA_CENC};
-    std::string request(reinterpret_cast<char const*>(&head), sizeof head);
-    request += film->initData;
-    std::string message(65535, '\0');
-    int const asked = agent->generateKeyRequest(request.data(), static_cast<unsigned int>(request.size()),
-                                                message.data(), static_cast<unsigned int>(message.size()), size);
-    std::cout << "license request: " << (asked == 0 ? message.substr(0, size) : "none") << std::endl;
-
-    // What it would answer.
-    std::string license(reinterpret_cast<char const*>(&session), sizeof session);
-    license += argv[2];
-    int const got = agent->updateSession(license.data(), static_cast<unsigned int>(license.size()), nullptr, 0, size);
-    std::cout << (got == 0 ? "license taken" : "license refused") << std::endl;
-
-    std::cout << Player(*player, *film, file, agent->getAgentID()).play() << std::endl;
-    omc::OmcClientAccess::getApp(0)->destroyConnection(connection); // player and agent go with it
+    require(argc == 3, "usage: clearkey_player FILE LICENSE (a fragmented mp4, a JSON Web Key Set)");
+    example::FilmReader film(argv[1]);
+    example::Events events; // lives longer than what it listens to
+    auto const destroy = [](om::OmIConnection* gone) { omc::OmcClientAccess::getApp(0)->destroyConnection(gone); };
+    std::unique_ptr<om::OmIConnection, decltype(destroy)> const connection(
+        omc::OmcClientAccess::getApp(0)->createConnection("clearkey_player"), destroy);
+    require(connection != nullptr, "no media service runs");
+    play(*connection, events, film, argv[2]);
+    std::cout << "played" << std::endl;
+}
+catch (std::exception const& error)
+{
+    std::cerr << "clearkey_player: " << error.what() << std::endl;
+    return 1;
 }

@@ -304,20 +304,5 @@ TEST_F(DrmPlayback, whatWaitsForAKeyIsBounded)
     EXPECT_TRUE(viewer.recorder().takeState(om::OM_STATE_READY));
 }
 
-TEST_F(DrmPlayback, theExampleGetsItsKeysAndPlays)
-{
-    std::string const path = m_directory.path() + "/film.mp4";
-    save(path, m_film);
-    ToolProcess player({ORVANE_E2E_BINARIES "/examples/clearkey_player", path, kFilmLicense});
-    ASSERT_EQ(player.wait(), 0) << player.err();
-    EXPECT_THAT(player.out(),
-                testing::EndsWith(R"(license request: {"kids":["p-YcNz4hkDPCEJH6YHvzuA"],"type":"temporary"})"
-                                  "\nlicense taken\nplayed\n"));
-
-    ToolProcess wrong({ORVANE_E2E_BINARIES "/examples/clearkey_player", path, kWrongLicense});
-    ASSERT_EQ(wrong.wait(), 0) << wrong.err();
-    EXPECT_THAT(wrong.out(), HasSubstr("makes no sense"));
-}
-
 } // namespace
 } // namespace tz::orvane::test
