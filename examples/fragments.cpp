@@ -284,7 +284,9 @@ public:
                 return false;
             }
         }
-        return head.good() && time.good() && (track->scheme == 0 || readVectors(find(traf, "senc"), first));
+        std::string_view const senc = find(traf, "senc");
+        bool const isAllTheSame = track->scheme == 0 || (senc.empty() && track->ivSize == 0);
+        return head.good() && time.good() && (isAllTheSame || readVectors(senc, first));
     }
 
 private:

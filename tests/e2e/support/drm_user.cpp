@@ -91,6 +91,19 @@ void DrmUser::onReceivedEvent(om::OmIDrmAgent*, unsigned int msgType, unsigned i
     m_came.notify_all();
 }
 
+std::string optionImage(Viewer::Options const& options)
+{
+    om::OmPropertyGroup group;
+    for (auto const& [key, value] : options)
+    {
+        group.add(key, value);
+    }
+    char* image = nullptr;
+    int size = 0;
+    group.getData(&image, &size);
+    return {image, static_cast<std::size_t>(size)};
+}
+
 FilmFeeder::FilmFeeder(Viewer& viewer, std::string file, unsigned int agent, Change change)
     : m_viewer(viewer)
     , m_file(std::move(file))

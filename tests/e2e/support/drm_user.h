@@ -73,6 +73,9 @@ template <class Record> std::string bytesOf(Record const& record)
     return {reinterpret_cast<char const*>(&record), sizeof record};
 }
 
+/// The third buffer of openEsMedia.
+std::string optionImage(Viewer::Options const& options);
+
 /// Pushes a film as the service asks for it, from inside the listener.
 class FilmFeeder final : public omc::OmcIMediaPlayerListener
 {
