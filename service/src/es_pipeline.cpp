@@ -21,19 +21,15 @@ void linkDecoded(GstElement*, GstPad* pad, gpointer queue)
     }
 }
 
-/// Lets every sink of an outlet wait so many nanoseconds longer.
+/// Lets the sinks of an outlet wait so many nanoseconds longer.
 void holdBack(GstElement* outlet, gint64 nanoseconds)
 {
     IteratorPtr const sinks(gst_bin_iterate_all_by_element_factory_name(GST_BIN(outlet), "intervideosink"));
-    IteratorPtr const taps(gst_bin_iterate_all_by_element_factory_name(GST_BIN(outlet), "appsink"));
-    for (GstIterator* const iterator : {sinks.get(), taps.get()})
-    {
-        gst_iterator_foreach(
-            iterator,
-            [](GValue const* item, gpointer offset)
-            { g_object_set(g_value_get_object(item), "ts-offset", *static_cast<gint64*>(offset), nullptr); },
-            &nanoseconds);
-    }
+    gst_iterator_foreach(
+        sinks.get(),
+        [](GValue const* item, gpointer offset)
+        { g_object_set(g_value_get_object(item), "ts-offset", *static_cast<gint64*>(offset), nullptr); },
+        &nanoseconds);
 }
 
 } // namespace

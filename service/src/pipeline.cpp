@@ -136,7 +136,7 @@ GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings
     // On the way to the screen no picture is called interlaced: neither it nor the channel know what to do with that.
     std::string const toScreen =
         "videoscale name=limit ! video/x-raw,width=[1," + limit + "],height=[1," + limit +
-        "] ! capssetter caps=video/x-raw,interlace-mode=progressive ! intervideosink channel=" + channel;
+        "] ! capssetter caps=video/x-raw,interlace-mode=progressive ! intervideosink name=screen channel=" + channel;
     GstElement* const sink = gst_parse_bin_from_description(toScreen.c_str(), TRUE, nullptr);
     ObjectPtr<GstElement> const scale(gst_bin_get_by_name(GST_BIN(sink), "limit"));
     takeAll(scale.get(), CapsPtr(gst_caps_new_empty_simple("video/x-raw"))); // or others would scale what the tap sees
@@ -148,6 +148,9 @@ GstElement* makeVideoOutlet(std::string const& channel, Settings const& settings
     GstElement* const tee = gst_element_factory_make("tee", nullptr);
     GstElement* const queue = gst_element_factory_make("queue", nullptr);
     GstElement* const frames = FrameTap::makeSink(tap);
+    // Whoever holds the picture back sets one of the sinks: the pictures of both have the same time.
+    ObjectPtr<GstElement> const screen(gst_bin_get_by_name(GST_BIN(sink), "screen"));
+    g_object_bind_property(screen.get(), "ts-offset", frames, "ts-offset", G_BINDING_BIDIRECTIONAL);
     g_object_set(queue, "max-size-buffers", kTapBuffers, "max-size-bytes", 0, "max-size-time", guint64{0}, nullptr);
     gst_bin_add_many(GST_BIN(outlet), tee, queue, frames, sink, nullptr);
     // The tap's branch is the first: the screen's sink keeps the thread until the picture's time has come.
