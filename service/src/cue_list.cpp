@@ -33,11 +33,21 @@ bool CueList::add(Cue cue)
     }
     if (m_cues.size() >= kMostCues || m_bytes + cue.text.size() > kMostBytes)
     {
+        m_overflowed = true;
         return false;
     }
     m_bytes += cue.text.size();
     m_cues.insert(place, std::move(cue));
     return true;
+}
+
+void CueList::add(CueList const& other)
+{
+    for (Cue const& cue : other.m_cues)
+    {
+        add(cue);
+    }
+    m_overflowed = m_overflowed || other.m_overflowed;
 }
 
 CueList::Moment CueList::at(std::int64_t position) const

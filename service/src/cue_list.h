@@ -21,7 +21,7 @@ struct Cue
     std::string text;              ///< plain; empty: takes away an open one
 };
 
-/// Bounded: what a file holds beyond that is left out.
+/// Bounded: what a track holds beyond that is left out, and the list says so.
 class CueList
 {
 public:
@@ -39,6 +39,12 @@ public:
     /// Takes a cue in any order; one that is there already only once. @return false when it is full
     bool add(Cue cue);
 
+    /// Takes all cues of another list, and what that has left out is left out of this one as well.
+    void add(CueList const& other);
+
+    /// @return whether something was left out
+    bool overflowed() const { return m_overflowed; }
+
     /// Texts that overlap stand below each other, in the order of their beginnings.
     Moment at(std::int64_t position) const;
 
@@ -48,6 +54,7 @@ public:
 private:
     std::vector<Cue> m_cues; ///< by their start
     std::size_t m_bytes = 0;
+    bool m_overflowed = false;
 };
 
 } // namespace tz::orvane::service

@@ -169,6 +169,7 @@ private:
     void askSubtitlePosition(std::function<void(std::int64_t)> answer) override;
     void onSubtitlesLoaded() override;
     void onSubtitleRefusal(Fault const& fault, char const* command) override;
+    void onSubtitleWarning(Fault const& fault) override;
 
     // player_tracks.cpp
     using Switched = std::function<void(bool done)>;

@@ -280,4 +280,9 @@ void Player::onSubtitleRefusal(Fault const& fault, char const* command)
     m_events.refusal(fault.code, command, fault.text);
 }
 
+void Player::onSubtitleWarning(Fault const& fault)
+{
+    warn(fault.code, fault.text);
+}
+
 } // namespace tz::orvane::service

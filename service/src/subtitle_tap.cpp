@@ -15,8 +15,6 @@ namespace tz::orvane::service
 namespace
 {
 
-constexpr std::size_t kMostWaiting = CueList::kMostCues;
-
 /// What a callback of GStreamer holds.
 using Held = std::shared_ptr<SubtitleTap>;
 
@@ -86,10 +84,11 @@ std::optional<std::int64_t> timeOf(GstSegment const& segment, GstClockTime time)
 
 } // namespace
 
-std::vector<TappedCue> SubtitleTap::take()
+TappedTexts SubtitleTap::take()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return std::exchange(m_cues, {});
+    m_announced = false;
+    return std::exchange(m_texts, {});
 }
 
 void SubtitleTap::attach(GstElement* playbin)
@@ -140,14 +139,19 @@ void SubtitleTap::put(GstPad* pad, GstBuffer* buffer)
     std::string_view const text = bytes.substr(0, bytes.find('\0'));
     Cue cue{*start, end.value_or(Cue::kUntilNext), tidy(isMarkup(caps.get()) ? stripTags(text) : text)};
     gst_buffer_unmap(buffer, &map);
+    keep(stream.get(), std::move(cue));
+}
 
+void SubtitleTap::keep(std::string const& stream, Cue cue)
+{
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_cues.size() >= kMostWaiting)
+    bool const hasRoom = m_texts.tracks.size() < kMostTracks || m_texts.tracks.count(stream) > 0;
+    if (hasRoom)
     {
-        return;
+        m_texts.tracks[stream].add(std::move(cue));
     }
-    m_cues.push_back({stream.get(), std::move(cue)});
-    if (m_cues.size() == 1)
+    m_texts.tracksLeftOut = m_texts.tracksLeftOut || !hasRoom;
+    if (!std::exchange(m_announced, true))
     {
         m_loop.post(
             [self = weak_from_this()]

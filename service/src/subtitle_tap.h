@@ -7,26 +7,30 @@
 
 #include "orvane/platform/om_event_loop.h"
 
+#include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 namespace tz::orvane::service
 {
 
-/// A cue and the id of the stream that it came in.
-struct TappedCue
+/// What came of several tracks.
+struct TappedTexts
 {
-    std::string stream;
-    Cue cue;
+    std::map<std::string, CueList> tracks; ///< by ids of their streams
+    bool tracksLeftOut = false;            ///< there were too many
 };
 
 /// Takes texts in front of their time. Streaming threads put in, the loop takes out.
 class SubtitleTap : public std::enable_shared_from_this<SubtitleTap>
 {
 public:
+    /// Streams of a medium that come and go must not pile up.
+    static constexpr std::size_t kMostTracks = 32;
+
     /// @param came called on the loop when there is something to take
     SubtitleTap(platform::EventLoop& loop, std::function<void()> came)
         : m_loop(loop)
@@ -35,7 +39,7 @@ public:
     }
 
     /// Loop thread.
-    std::vector<TappedCue> take();
+    TappedTexts take();
 
     /// Nobody is called any more. Loop thread.
     void close() { m_came = nullptr; }
@@ -48,11 +52,13 @@ public:
 
 private:
     void put(GstPad* pad, GstBuffer* buffer);
+    void keep(std::string const& stream, Cue cue);
 
     platform::EventLoop& m_loop;
     std::function<void()> m_came;
     std::mutex m_mutex;
-    std::vector<TappedCue> m_cues;
+    TappedTexts m_texts;
+    bool m_announced = false; ///< whoever takes knows that there is something
 };
 
 } // namespace tz::orvane::service

@@ -32,9 +32,6 @@ constexpr std::int64_t kShortestLook = 10;
 /// Longer than a server is given: it is to have said by then what is wrong.
 constexpr std::chrono::seconds kFileDeadline{15};
 
-/// Streams of a medium that come and go must not pile up.
-constexpr std::size_t kMostStreams = 32;
-
 std::string nameOf(std::string const& uri)
 {
     TextPtr const path(g_uri_unescape_string(uri.c_str(), nullptr));
@@ -145,6 +142,10 @@ void Subtitles::load(std::string const& uri)
                 m_external = std::move(loaded->cues);
                 chooseExternal();
                 m_host.onSubtitlesLoaded();
+                if (m_external.overflowed())
+                {
+                    tellOverflow();
+                }
             };
         },
         refuse);
@@ -182,6 +183,7 @@ void Subtitles::close()
     m_input = nullptr;
     m_reading.cancel();
     m_embedded.clear();
+    m_tracksLeftOut = false;
     if (m_tap != nullptr)
     {
         m_tap->close();
@@ -195,20 +197,42 @@ void Subtitles::close()
 
 void Subtitles::collect()
 {
-    bool changed = false;
-    for (TappedCue& tapped : m_tap->take())
+    TappedTexts const texts = m_tap->take();
+    bool const hadLeftOut = m_tracksLeftOut;
+    m_tracksLeftOut = m_tracksLeftOut || texts.tracksLeftOut;
+    for (auto const& [stream, cues] : texts.tracks)
     {
-        if (m_embedded.count(tapped.stream) == 0 && m_embedded.size() >= kMostStreams)
-        {
-            continue;
-        }
-        changed = changed || (m_choice == Choice::embedded && tapped.stream == m_stream);
-        m_embedded[tapped.stream].add(std::move(tapped.cue));
+        keep(stream, cues);
     }
-    if (changed)
+    if (m_tracksLeftOut && !hadLeftOut)
+    {
+        m_host.onSubtitleWarning({om::OM_ERROR_LIMIT, "there are too many tracks of subtitles", {}});
+    }
+    if (m_choice == Choice::embedded && texts.tracks.count(m_stream) > 0)
     {
         look();
     }
+}
+
+void Subtitles::keep(std::string const& stream, CueList const& texts)
+{
+    if (m_embedded.count(stream) == 0 && m_embedded.size() >= SubtitleTap::kMostTracks)
+    {
+        m_tracksLeftOut = true;
+        return;
+    }
+    CueList& list = m_embedded[stream];
+    bool const hadOverflowed = list.overflowed();
+    list.add(texts);
+    if (list.overflowed() && !hadOverflowed)
+    {
+        tellOverflow();
+    }
+}
+
+void Subtitles::tellOverflow()
+{
+    m_host.onSubtitleWarning({om::OM_ERROR_LIMIT, "a track has too many texts, some of them are left out", {}});
 }
 
 void Subtitles::follow(bool running, int speed)

@@ -31,6 +31,7 @@ public:
     /// An external track has come, gone or changed.
     virtual void onSubtitlesLoaded() = 0;
     virtual void onSubtitleRefusal(Fault const& fault, char const* command) = 0;
+    virtual void onSubtitleWarning(Fault const& fault) = 0;
 
 protected:
     ~SubtitleHost() = default;
@@ -98,6 +99,8 @@ private:
     void load(std::string const& uri);
     void read();
     void collect();
+    void keep(std::string const& stream, CueList const& texts);
+    void tellOverflow();
     CueList const* chosen() const;
     void look();
     void onPosition(std::int64_t position);
@@ -121,6 +124,7 @@ private:
     std::shared_ptr<SubtitleTap> m_tap;
     std::string m_unread;                      ///< the file at hand, until it is read
     std::map<std::string, CueList> m_embedded; ///< by streams
+    bool m_tracksLeftOut = false;
     Choice m_choice = Choice::none;
     int m_number = -1; ///< of the embedded track
     std::string m_stream;

@@ -81,11 +81,28 @@ TEST(CueList, itIsFullOneDay)
     {
         ASSERT_TRUE(many.add({static_cast<std::int64_t>(number), Cue::kUntilNext, "x"}));
     }
+    EXPECT_FALSE(many.overflowed());
     EXPECT_FALSE(many.add({1, 2, "y"}));
+    EXPECT_TRUE(many.overflowed());
 
     CueList large;
     EXPECT_TRUE(large.add({1, 2, std::string(CueList::kMostBytes, 'x')}));
     EXPECT_FALSE(large.add({2, 3, "y"}));
+    EXPECT_TRUE(large.overflowed());
+}
+
+TEST(CueList, whatAnotherListHasLeftOutIsMissingHereAsWell)
+{
+    CueList large;
+    large.add({1, 2, std::string(CueList::kMostBytes, 'x')});
+    large.add({2, 3, "y"});
+    CueList list;
+    list.add(large);
+    EXPECT_EQ(list.cues().size(), 1u);
+    EXPECT_TRUE(list.overflowed());
+    CueList other;
+    other.add(CueList());
+    EXPECT_FALSE(other.overflowed());
 }
 
 } // namespace
