@@ -170,6 +170,7 @@ private:
     void onSubtitlesLoaded() override;
     void onSubtitleRefusal(Fault const& fault, char const* command) override;
     void onSubtitleWarning(Fault const& fault) override;
+    Fault subtitleObstacle() const override;
 
     // player_tracks.cpp
     using Switched = std::function<void(bool done)>;
@@ -177,7 +178,7 @@ private:
     void doSetAudioTrack(unsigned int number);
     void doSetSubtitleTrack(unsigned int number);
     void chooseEmbedded(int number);
-    int embeddedTexts() const;
+    void judgeSubtitleFile(MediaInfo const& info);
     bool needsTracks();
     void switchAudio(int number, Switched then);
     void passSwitch(int number, Switched then);

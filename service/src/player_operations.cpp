@@ -168,6 +168,7 @@ void Player::probe(Then then)
         },
         [this, answer, then = std::move(then)](Deck::Outcome)
         {
+            judgeSubtitleFile(*answer);
             completeTracks(*answer);
             bool const known = m_info.has_value();
             bool const sameMedia = known && std::memcmp(&m_info->media, &answer->media, sizeof answer->media) == 0;

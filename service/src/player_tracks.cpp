@@ -28,6 +28,32 @@ std::string textStream(Pipeline const& pipeline, int number)
     return {};
 }
 
+/// How many tracks of subtitles a medium itself brings to the list.
+int embeddedTexts(MediaInfo const& info)
+{
+    return std::min<int>(info.media.text_track_num, om::om_container_info_t::kTextCapacity);
+}
+
+bool hasPicture(MediaInfo const& info)
+{
+    return info.container.video_count > 0;
+}
+
+constexpr char kNoPicture[] = "there is no picture for texts";
+
+/// @return why a medium has no use for a file of subtitles
+Fault obstacleIn(MediaInfo const& info)
+{
+    if (!hasPicture(info))
+    {
+        return {om::OM_ERROR_NOT_SUPPORTED, kNoPicture, {}};
+    }
+    bool const isFull = embeddedTexts(info) >= om::om_container_info_t::kTextCapacity;
+    return isFull ? Fault{om::OM_ERROR_LIMIT, "the list of tracks is full", {}} : Fault{};
+}
+
+constexpr char kSetSubtitleUri[] = "setSubtitleUri";
+
 } // namespace
 
 void Player::setAudioTrack(unsigned int number)
@@ -42,18 +68,29 @@ void Player::setSubtitleTrack(unsigned int number)
 
 void Player::setSubtitleUri(std::string const& uri)
 {
-    if (!uri.empty() && m_info && embeddedTexts() >= om::om_container_info_t::kTextCapacity)
+    Fault const fault = uri.empty() ? Fault{} : subtitleObstacle();
+    if (fault.code != om::OM_ERROR_NONE)
     {
-        m_events.refusal(om::OM_ERROR_LIMIT, "setSubtitleUri", "the list of tracks is full");
+        onSubtitleRefusal(fault, kSetSubtitleUri);
         return;
     }
     m_subtitles.setUri(uri);
 }
 
-/// How many tracks of subtitles the medium itself brings to the list.
-int Player::embeddedTexts() const
+Fault Player::subtitleObstacle() const
 {
-    return std::min<int>(m_info->media.text_track_num, om::om_container_info_t::kTextCapacity);
+    return m_phase == Phase::none || !m_info ? Fault{} : obstacleIn(*m_info);
+}
+
+/// What was chosen before anything was known of the medium may be of no use to it.
+void Player::judgeSubtitleFile(MediaInfo const& info)
+{
+    Fault const fault = obstacleIn(info);
+    if (fault.code != om::OM_ERROR_NONE && m_subtitles.hasExternal())
+    {
+        m_subtitles.forgetMedium();
+        onSubtitleRefusal(fault, kSetSubtitleUri);
+    }
 }
 
 bool Player::needsTracks()
@@ -101,9 +138,14 @@ void Player::doSetSubtitleTrack(unsigned int number)
     {
         return;
     }
-    auto const embedded = static_cast<unsigned int>(embeddedTexts());
+    auto const embedded = static_cast<unsigned int>(embeddedTexts(*m_info));
     if (number < embedded)
     {
+        if (!hasPicture(*m_info))
+        {
+            refuse(om::OM_ERROR_NOT_SUPPORTED, kNoPicture);
+            return;
+        }
         auto const& tracks = m_info->container.subtitle_detail;
         if (number < std::size(tracks) && tracks[number].subtitle.drawtype == om::OM_SUBTITLE_DRAW_PICTURE)
         {
@@ -226,7 +268,7 @@ void Player::completeTracks(MediaInfo& info) const
 {
     om::om_container_info_t& container = info.container;
     container.audio_selected = std::min(m_audioTrack, container.audio_count - 1);
-    m_subtitles.complete(container, std::min<int>(info.media.text_track_num, om::om_container_info_t::kTextCapacity));
+    m_subtitles.complete(container, embeddedTexts(info));
     completeMutes(container);
 }
 

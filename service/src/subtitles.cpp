@@ -132,6 +132,10 @@ void Subtitles::load(std::string const& uri)
             auto const loaded = std::make_shared<LoadedSubtitles>(loadSubtitles(uri, encoding, cancelled));
             return [this, uri, refuse, loaded]
             {
+                if (loaded->fault.code == om::OM_ERROR_NONE)
+                {
+                    loaded->fault = m_host.subtitleObstacle(); // it may be known by now
+                }
                 if (loaded->fault.code != om::OM_ERROR_NONE)
                 {
                     refuse(loaded->fault);

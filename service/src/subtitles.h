@@ -33,6 +33,9 @@ public:
     virtual void onSubtitleRefusal(Fault const& fault, char const* command) = 0;
     virtual void onSubtitleWarning(Fault const& fault) = 0;
 
+    /// @return why the medium at hand has no use for an external track, OM_ERROR_NONE when it has
+    virtual Fault subtitleObstacle() const = 0;
+
 protected:
     ~SubtitleHost() = default;
 };

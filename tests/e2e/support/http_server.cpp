@@ -143,6 +143,10 @@ void HttpServer::answer(int connection, std::string const& head)
     {
         return;
     }
+    while (manner == "held" && !m_released && !m_ending)
+    {
+        poll(nullptr, 0, kPollMilliseconds);
+    }
     if (manner == "403" || manner == "500")
     {
         sendAll(connection, status(manner + " No"));

@@ -12,7 +12,7 @@ namespace tz::orvane::test
 
 /// Serves a folder on a port of its own of the loopback interface. The first part of a path says how:
 /// "plain" with ranges, "norange" without, "403" or "500" nothing but that, "hang" takes a request and stays silent,
-/// "cut" hangs up after half of the file.
+/// "cut" hangs up after half of the file, "held" waits with the whole until release.
 class HttpServer
 {
 public:
@@ -26,6 +26,8 @@ public:
     /// @return the URI of a port where nobody listens
     static std::string refusedUri();
 
+    void release() { m_released = true; }
+
     int rangeRequests() const { return m_rangeRequests; }
 
 private:
@@ -37,6 +39,7 @@ private:
     int m_listener;
     int m_port;
     std::atomic<bool> m_ending{false};
+    std::atomic<bool> m_released{false};
     std::atomic<int> m_rangeRequests{0};
     std::vector<std::thread> m_connections;
     std::thread m_thread;
