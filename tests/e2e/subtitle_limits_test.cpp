@@ -68,6 +68,18 @@ TEST_F(SubtitleLimits, embeddedTextsAreCountedInEachTrack)
     EXPECT_EQ(warnings(viewer), 1);
 }
 
+TEST_F(SubtitleLimits, tracksThatAreTooManyAreToldOnce)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("toomanytracks.mkv")));
+    choose(viewer, 0);
+    EXPECT_TRUE(eventually([&] { return warnings(viewer) > 0; })); // perhaps while it was opened
+    seek(viewer, 5'000);
+    viewer.player().stop();
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_READY));
+    EXPECT_EQ(warnings(viewer), 1);
+}
+
 TEST_F(SubtitleLimits, aFileFindsNoPlaceInAListThatIsFull)
 {
     constexpr int kFull = om::om_container_info_t::kTextCapacity;

@@ -12,14 +12,25 @@ namespace tz::orvane::service
 namespace
 {
 
-TEST(SubtitleTap, eachTrackHasALimitOfItsOwn)
+class SubtitleTapTest : public testing::Test
 {
-    gst_init(nullptr, nullptr);
-    platform::EventLoop loop; // does not run
-    auto const tap = std::make_shared<SubtitleTap>(loop, nullptr);
-    std::atomic<bool> const goOn{false};
-    readEmbeddedSubtitles("file://" ORVANE_E2E_MEDIA "/manytexts.mkv", *tap, goOn);
-    TappedTexts const texts = tap->take();
+protected:
+    SubtitleTapTest() { gst_init(nullptr, nullptr); }
+
+    TappedTexts read(std::string const& medium)
+    {
+        std::atomic<bool> const goOn{false};
+        readEmbeddedSubtitles("file://" ORVANE_E2E_MEDIA "/" + medium, *m_tap, goOn);
+        return m_tap->take();
+    }
+
+    platform::EventLoop m_loop; ///< does not run
+    std::shared_ptr<SubtitleTap> m_tap = std::make_shared<SubtitleTap>(m_loop, nullptr);
+};
+
+TEST_F(SubtitleTapTest, eachTrackHasALimitOfItsOwn)
+{
+    TappedTexts const texts = read("manytexts.mkv");
     std::vector<std::size_t> counts;
     for (auto const& entry : texts.tracks)
     {
@@ -30,7 +41,14 @@ TEST(SubtitleTap, eachTrackHasALimitOfItsOwn)
     std::sort(counts.begin(), counts.end());
     EXPECT_EQ(counts, (std::vector<std::size_t>{15'000, 15'000, CueList::kMostCues}));
     EXPECT_FALSE(texts.tracksLeftOut);
-    EXPECT_TRUE(tap->take().tracks.empty());
+    EXPECT_TRUE(m_tap->take().tracks.empty());
+}
+
+TEST_F(SubtitleTapTest, moreTracksThanAreKeptAreLeftOut)
+{
+    TappedTexts const texts = read("toomanytracks.mkv");
+    EXPECT_EQ(texts.tracks.size(), SubtitleTap::kMostTracks);
+    EXPECT_TRUE(texts.tracksLeftOut);
 }
 
 } // namespace
