@@ -213,10 +213,11 @@ protected:
         : m_messenger(m_loop, *this)
         , m_screen(m_loop, m_settings)
         , m_screenshots(m_loop, m_screen)
+        , m_jobs(m_loop)
         , m_frames(m_loop)
         , m_pool(m_loop)
-        , m_session({m_loop, m_screen, m_screenshots, m_yard, m_frames, m_settings}, {m_pool, m_tools}, m_messenger,
-                    m_players, {kCnid, 1, 1, 1, "nobody", 0})
+        , m_session({m_loop, m_screen, m_screenshots, m_yard, m_jobs, m_frames, m_settings}, {m_pool, m_tools},
+                    m_messenger, m_players, {kCnid, 1, 1, 1, "nobody", 0})
     {
     }
 
@@ -256,6 +257,7 @@ private:
     Screen m_screen;
     Screenshots m_screenshots;
     DeckYard m_yard;
+    JobYard m_jobs;
     FrameCourier m_frames;
     PreviewPool m_pool;
     ObjectIds m_players{protocol::kPlayerIds, 1};
