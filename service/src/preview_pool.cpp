@@ -55,11 +55,11 @@ PreviewResult resultOf(int status, int fd)
     {
         return decodeResult(readAll(fd));
     }
-    if (status != -1 && WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU)
+    bool const killed = status != -1 && WIFSIGNALED(status);
+    if (killed && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGALRM))
     {
         return failedPreview(om::OM_ERROR_TIMED_OUT, "it takes too long");
     }
-    bool const killed = status != -1 && WIFSIGNALED(status);
     return failedPreview(om::OM_ERROR_INTERNAL,
                          killed ? "decoding ended by signal " + std::to_string(WTERMSIG(status)) : "decoding failed");
 }

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Previews of what is broken, huge or endless, and those that are stopped or lose their process.
-#include "support/http_server.h"
-#include "support/previewer.h"
-#include "support/tool_process.h"
-#include "support/viewer.h"
+#include "support/preview_service.h"
 #include "support/wait.h"
 
 #include <gmock/gmock.h>
@@ -15,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace tz::orvane::test
@@ -25,55 +21,8 @@ namespace
 
 using std::chrono::steady_clock;
 
-/// @return the processes that a process has started and that run
-std::vector<pid_t> childrenOf(pid_t parent)
+class PreviewFaults : public WithPreviews
 {
-    std::string const process = "/proc/" + std::to_string(parent);
-    std::istringstream list(fileContent(process + "/task/" + std::to_string(parent) + "/children"));
-    std::vector<pid_t> children;
-    for (pid_t child = 0; list >> child;)
-    {
-        children.push_back(child);
-    }
-    return children;
-}
-
-class PreviewFaults : public WithService
-{
-protected:
-    int ownFiles() const
-    {
-        int count = 0;
-        for (auto const& entry : std::filesystem::directory_iterator(m_directory.path()))
-        {
-            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
-        }
-        return count;
-    }
-
-    /// The process that has the workers, 0 when there is none.
-    pid_t nursery() const
-    {
-        auto const children = childrenOf(m_service.pid());
-        return children.empty() ? 0 : children.front();
-    }
-
-    std::vector<pid_t> workers() const
-    {
-        pid_t const parent = nursery();
-        return parent == 0 ? std::vector<pid_t>() : childrenOf(parent);
-    }
-
-    /// Lets the service wait for a server that never answers. @return the worker that does
-    pid_t hang(Previewer& previewer, std::string const& uri)
-    {
-        previewer.ask(uri, 0, 0, {{"timeout-ms", "60000"}});
-        EXPECT_TRUE(eventually([this] { return !workers().empty(); }));
-        auto const running = workers();
-        return running.empty() ? 0 : running.front();
-    }
-
-    HttpServer m_server{ORVANE_E2E_MEDIA};
 };
 
 TEST_F(PreviewFaults, brokenFilesGiveTheirErrorAndNoFile)

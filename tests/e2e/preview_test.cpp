@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Previews as an application gets them: pictures and what is told of a medium.
-#include "support/previewer.h"
-#include "support/viewer.h"
+#include "support/preview_service.h"
 #include "support/wait.h"
 
 #include <gmock/gmock.h>
@@ -16,19 +15,8 @@ namespace tz::orvane::test
 namespace
 {
 
-class Preview : public WithService
+class Preview : public WithPreviews
 {
-protected:
-    /// The service's own files of previews that are there now.
-    int ownFiles() const
-    {
-        int count = 0;
-        for (auto const& entry : std::filesystem::directory_iterator(m_directory.path()))
-        {
-            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
-        }
-        return count;
-    }
 };
 
 std::string at(int milliseconds)

@@ -44,7 +44,8 @@ std::string uriOf(int port, std::string const& path)
     return "http://127.0.0.1:" + std::to_string(port) + "/" + path;
 }
 
-void sendAll(int connection, std::string const& bytes)
+/// @return false when nobody takes them
+bool sendAll(int connection, std::string const& bytes)
 {
     std::size_t sent = 0;
     while (sent < bytes.size())
@@ -52,10 +53,28 @@ void sendAll(int connection, std::string const& bytes)
         ssize_t const part = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
         if (part <= 0)
         {
-            return;
+            return false;
         }
         sent += static_cast<std::size_t>(part);
     }
+    return true;
+}
+
+/// A transport stream that holds nothing: it is recognised, and never begins.
+std::string const& emptyPackets()
+{
+    static std::string const packets = []
+    {
+        std::string packet("\x47\x1f\xff\x10", 4);
+        packet.resize(188, '\xff');
+        std::string many;
+        for (int i = 0; i < 1000; ++i)
+        {
+            many += packet;
+        }
+        return many;
+    }();
+    return packets;
 }
 
 std::string status(std::string const& line)
@@ -134,6 +153,15 @@ void HttpServer::serve(int connection)
     close(connection);
 }
 
+void HttpServer::sendWithoutEnd(int connection) const
+{
+    bool taken = sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: video/mp2t\r\n\r\n");
+    while (taken && !m_ending)
+    {
+        taken = sendAll(connection, emptyPackets());
+    }
+}
+
 void HttpServer::answer(int connection, std::string const& head)
 {
     std::string const path = head.substr(head.find('/') + 1, head.find(" HTTP/") - head.find('/') - 1);
@@ -146,6 +174,11 @@ void HttpServer::answer(int connection, std::string const& head)
     while (manner == "held" && !m_released && !m_ending)
     {
         poll(nullptr, 0, kPollMilliseconds);
+    }
+    if (manner == "endless")
+    {
+        sendWithoutEnd(connection);
+        return;
     }
     if (manner == "403" || manner == "500")
     {

@@ -12,7 +12,8 @@ namespace tz::orvane::test
 
 /// Serves a folder on a port of its own of the loopback interface. The first part of a path says how:
 /// "plain" with ranges, "norange" without, "403" or "500" nothing but that, "hang" takes a request and stays silent,
-/// "cut" hangs up after half of the file, "held" waits with the whole until release.
+/// "cut" hangs up after half of the file, "held" waits with the whole until release, "endless" sends a stream without
+/// content for ever.
 class HttpServer
 {
 public:
@@ -33,6 +34,7 @@ public:
 private:
     void accept();
     void serve(int connection);
+    void sendWithoutEnd(int connection) const;
     void answer(int connection, std::string const& head);
 
     std::string m_folder;

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+// The service of a test that looks at what previews leave behind and at the processes that make them.
+#include "support/preview_service.h"
+
+#include "support/tool_process.h"
+#include "support/wait.h"
+
+#include <filesystem>
+#include <sstream>
+
+namespace tz::orvane::test
+{
+
+namespace
+{
+
+/// @return the processes that a process has started and that run
+std::vector<pid_t> childrenOf(pid_t parent)
+{
+    std::string const number = std::to_string(parent);
+    std::istringstream list(fileContent("/proc/" + number + "/task/" + number + "/children"));
+    std::vector<pid_t> children;
+    for (pid_t child = 0; list >> child;)
+    {
+        children.push_back(child);
+    }
+    return children;
+}
+
+} // namespace
+
+int WithPreviews::ownFiles() const
+{
+    int count = 0;
+    for (auto const& entry : std::filesystem::directory_iterator(m_directory.path()))
+    {
+        count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+pid_t WithPreviews::nursery() const
+{
+    auto const children = childrenOf(m_service.pid());
+    return children.empty() ? 0 : children.front();
+}
+
+std::vector<pid_t> WithPreviews::workers() const
+{
+    pid_t const parent = nursery();
+    return parent == 0 ? std::vector<pid_t>() : childrenOf(parent);
+}
+
+pid_t WithPreviews::hang(Previewer& previewer, std::string const& uri)
+{
+    previewer.ask(uri, 0, 0, {{"timeout-ms", "60000"}});
+    EXPECT_TRUE(eventually([this] { return !workers().empty(); }));
+    auto const running = workers();
+    return running.empty() ? 0 : running.front();
+}
+
+char stateOf(pid_t process)
+{
+    std::string const line = fileContent("/proc/" + std::to_string(process) + "/stat");
+    auto const end = line.rfind(')');
+    return end == std::string::npos || end + 2 >= line.size() ? '-' : line[end + 2];
+}
+
+} // namespace tz::orvane::test

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+// The service of a test that looks at what previews leave behind and at the processes that make them.
+#pragma once
+
+#include "support/http_server.h"
+#include "support/previewer.h"
+#include "support/viewer.h"
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace tz::orvane::test
+{
+
+class WithPreviews : public WithService
+{
+protected:
+    /// @return how many of the service's own pictures are there now
+    int ownFiles() const;
+
+    /// @return the process that has the workers, 0 when there is none
+    pid_t nursery() const;
+
+    /// @return the processes that are making previews
+    std::vector<pid_t> workers() const;
+
+    /// Lets the service read from a server that never comes to an end, or never answers. @return the worker that does
+    pid_t hang(Previewer& previewer, std::string const& uri);
+
+    HttpServer m_server{ORVANE_E2E_MEDIA};
+};
+
+/// @return the letter for what a process does, as /proc tells it; '-' when there is no such process
+char stateOf(pid_t process);
+
+} // namespace tz::orvane::test
