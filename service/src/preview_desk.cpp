@@ -54,6 +54,7 @@ void PreviewDesk::destroyTool()
     {
         m_host.pool.cancel(entry.job);
     }
+    m_host.pool.leave(m_cnid);
     m_entries.clear();
     m_files.clear();
     m_ids.clear();

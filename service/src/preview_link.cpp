@@ -145,13 +145,13 @@ void PreviewLink::kill(std::uint32_t number)
     [[maybe_unused]] auto const sent = send(m_socket.get(), &order, sizeof order, MSG_NOSIGNAL);
 }
 
-std::pair<std::optional<PreviewEnd>, bool> PreviewLink::take()
+std::pair<std::optional<PreviewReport>, bool> PreviewLink::take()
 {
-    PreviewEnd end{};
-    ssize_t const size = recv(m_socket.get(), &end, sizeof end, 0);
-    if (size == static_cast<ssize_t>(sizeof end))
+    PreviewReport report{};
+    ssize_t const size = recv(m_socket.get(), &report, sizeof report, 0);
+    if (size == static_cast<ssize_t>(sizeof report))
     {
-        return {end, true};
+        return {report, true};
     }
     return {std::nullopt, size < 0 && (errno == EAGAIN || errno == EINTR)};
 }

@@ -28,7 +28,7 @@ public:
     void close();
     bool isOpen() const { return static_cast<bool>(m_socket); }
 
-    /// Readable when something has ended, or when the process is gone.
+    /// Readable when there is a report, or when the process is gone.
     int descriptor() const { return m_socket.get(); }
 
     /// @param picture where the picture is written, -1 for none
@@ -37,7 +37,7 @@ public:
     void kill(std::uint32_t number);
 
     /// @return the next report, and whether the process is still there
-    std::pair<std::optional<PreviewEnd>, bool> take();
+    std::pair<std::optional<PreviewReport>, bool> take();
 
 private:
     Descriptor m_socket;

@@ -146,10 +146,11 @@ private:
         }
         if (child < 0)
         {
-            report(received.order.number, -1);
+            report({PreviewReport::Kind::ended, received.order.number, -1});
             return;
         }
         m_children[child] = received.order.number;
+        report({PreviewReport::Kind::started, received.order.number, 0});
     }
 
     void collect()
@@ -162,16 +163,15 @@ private:
             auto const child = m_children.find(pid);
             if (child != m_children.end())
             {
-                report(child->second, status);
+                report({PreviewReport::Kind::ended, child->second, status});
                 m_children.erase(child);
             }
         }
     }
 
-    static void report(std::uint32_t number, int status)
+    static void report(PreviewReport const& report)
     {
-        PreviewEnd const end{number, status};
-        [[maybe_unused]] auto const sent = send(kNurserySocket, &end, sizeof end, MSG_NOSIGNAL);
+        [[maybe_unused]] auto const sent = send(kNurserySocket, &report, sizeof report, MSG_NOSIGNAL);
     }
 
     int m_signals;

@@ -11,6 +11,7 @@
 #include <sched.h>
 #include <sys/epoll.h>
 #include <sys/wait.h>
+#include <utility>
 
 namespace tz::orvane::service
 {
@@ -24,6 +25,9 @@ constexpr char kLogClass[] = "PreviewPool";
 constexpr std::size_t kMostWaiting = 4096;
 constexpr std::size_t kMostWaitingOfOne = 1024;
 constexpr std::size_t kLargestResult = 65'536;
+
+/// For the process that has the workers: it may have GStreamer to load first.
+constexpr std::chrono::seconds kStartPatience{30};
 
 std::size_t countCores()
 {
@@ -163,19 +167,38 @@ void PreviewPool::schedule()
 
 void PreviewPool::startMore()
 {
-    while (m_running.size() < m_slots && !m_waiting.empty())
+    for (auto found = next(); found != m_waiting.end(); found = next())
     {
-        auto const next = std::min_element(m_waiting.begin(), m_waiting.end(),
-                                           [this](Waiting const& a, Waiting const& b)
-                                           { return running(a.job.owner) < running(b.job.owner); });
-        Waiting job = std::move(*next);
-        m_waiting.erase(next);
+        Waiting job = std::move(*found);
+        m_waiting.erase(found);
         start(std::move(job));
     }
 }
 
+/// @return the end when nothing may start now
+std::list<PreviewPool::Waiting>::iterator PreviewPool::next()
+{
+    auto const rank = [this](Waiting const& job)
+    {
+        auto const turn = m_turns.find(job.job.owner);
+        return std::make_pair(running(job.job.owner), turn == m_turns.end() ? 0 : turn->second);
+    };
+    auto const first = std::min_element(m_waiting.begin(), m_waiting.end(),
+                                        [&](Waiting const& a, Waiting const& b) { return rank(a) < rank(b); });
+    bool const isFree = m_running.size() < m_slots;
+    bool const mayCrowd = m_running.size() < 2 * m_slots;
+    bool const starts = first != m_waiting.end() && (isFree || (mayCrowd && running(first->job.owner) == 0));
+    return starts ? first : m_waiting.end();
+}
+
+void PreviewPool::leave(int owner)
+{
+    m_turns.erase(owner);
+}
+
 void PreviewPool::start(Waiting next)
 {
+    m_turns[next.job.owner] = ++m_lastTurn;
     int const opened = next.job.task.picture ? next.job.openPicture() : -1;
     Descriptor const picture(opened);
     if (next.job.task.picture && opened < 0)
@@ -193,9 +216,9 @@ void PreviewPool::start(Waiting next)
         next.job.done(failedPreview(om::OM_ERROR_INTERNAL, "the process for previews does not start"));
         return;
     }
-    auto const deadline = m_loop.addTimer(std::chrono::milliseconds(next.job.task.timeout),
-                                          [this, number = next.number] { expire(number); });
-    m_running.push_back({next.number, next.job.owner, std::move(next.job.done), std::move(result), deadline});
+    m_running.push_back({next.number, next.job.owner, std::move(next.job.done), std::move(result),
+                         std::chrono::milliseconds(next.job.task.timeout),
+                         m_loop.addTimer(kStartPatience, [this] { onStuck(); })});
 }
 
 bool PreviewPool::openLink()
@@ -217,10 +240,14 @@ void PreviewPool::readLink()
 {
     while (m_link.isOpen())
     {
-        auto const [end, alive] = m_link.take();
-        if (end)
+        auto const [report, alive] = m_link.take();
+        if (report && report->kind == PreviewReport::Kind::started)
         {
-            onEnd(*end);
+            onStart(report->number);
+        }
+        else if (report)
+        {
+            onEnd(*report);
         }
         else if (!alive)
         {
@@ -233,7 +260,17 @@ void PreviewPool::readLink()
     }
 }
 
-void PreviewPool::onEnd(PreviewEnd const& end)
+void PreviewPool::onStart(std::uint32_t number)
+{
+    auto const job = find(number);
+    if (job != m_running.end())
+    {
+        m_loop.cancelTimer(job->deadline);
+        job->deadline = m_loop.addTimer(job->timeout, [this, number] { expire(number); });
+    }
+}
+
+void PreviewPool::onEnd(PreviewReport const& end)
 {
     Running job;
     if (drop(end.number, job))
@@ -241,6 +278,13 @@ void PreviewPool::onEnd(PreviewEnd const& end)
         schedule();
         job.done(resultOf(end.status, job.result.get()));
     }
+}
+
+/// The process that has the workers answers no more.
+void PreviewPool::onStuck()
+{
+    ORVANE_LOG_ERROR("the process for previews starts nothing");
+    onGone();
 }
 
 /// Whoever ended it: what it had started ends with it, and the next preview starts it anew.
@@ -270,10 +314,15 @@ void PreviewPool::expire(std::uint32_t number)
     }
 }
 
+std::list<PreviewPool::Running>::iterator PreviewPool::find(std::uint32_t number)
+{
+    return std::find_if(m_running.begin(), m_running.end(),
+                        [number](Running const& running) { return running.number == number; });
+}
+
 bool PreviewPool::drop(std::uint32_t number, Running& dropped)
 {
-    auto const job = std::find_if(m_running.begin(), m_running.end(),
-                                  [number](Running const& running) { return running.number == number; });
+    auto const job = find(number);
     if (job == m_running.end())
     {
         return false;

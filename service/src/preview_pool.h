@@ -8,9 +8,12 @@
 
 #include "orvane/platform/om_event_loop.h"
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <list>
+#include <map>
 #include <string>
 
 namespace tz::orvane::service
@@ -26,8 +29,10 @@ struct PreviewJob
     std::function<void(PreviewResult const&)> done; ///< called once, unless it is cancelled
 };
 
-/// Runs as many previews side by side as there are cores; of those that wait, the next is the oldest one of the
-/// connection that has the fewest running. Loop thread.
+/// Runs as many previews side by side as there are cores. Connections take turns: the next preview is the oldest of the
+/// connection that has the fewest running, of several the one whose turn was longest ago. When all places are taken, a
+/// connection that has none gets one besides, until twice as many run: nobody waits for another's whole deadline. Loop
+/// thread.
 class PreviewPool
 {
 public:
@@ -44,6 +49,9 @@ public:
 
     /// Ends it at once, without a result.
     void cancel(std::uint32_t number);
+
+    /// Forgets a connection, of which nothing runs or waits any more.
+    void leave(int owner);
 
     std::size_t slots() const { return m_slots; }
     std::size_t waiting(int owner) const;
@@ -62,17 +70,22 @@ private:
         int owner = 0;
         std::function<void(PreviewResult const&)> done;
         Descriptor result;
-        platform::EventLoop::TimerId deadline = 0;
+        std::chrono::milliseconds timeout{0};
+        platform::EventLoop::TimerId deadline = 0; ///< of its start at first, then its own
     };
 
     void schedule();
     void startMore();
+    std::list<Waiting>::iterator next();
     void start(Waiting next);
     bool openLink();
     void readLink();
-    void onEnd(PreviewEnd const& end);
+    void onStart(std::uint32_t number);
+    void onEnd(PreviewReport const& end);
+    void onStuck();
     void onGone();
     void expire(std::uint32_t number);
+    std::list<Running>::iterator find(std::uint32_t number);
     bool drop(std::uint32_t number, Running& dropped);
 
     platform::EventLoop& m_loop;
@@ -80,6 +93,8 @@ private:
     PreviewLink m_link;
     std::list<Waiting> m_waiting;
     std::list<Running> m_running;
+    std::map<int, std::uint64_t> m_turns; ///< when a connection had its last one
+    std::uint64_t m_lastTurn = 0;
     std::uint32_t m_last = 0;
     platform::EventLoop::TimerId m_wake = 0;
 };

@@ -39,11 +39,18 @@ struct PreviewOrder
     PreviewTask task;
 };
 
-/// From the process: this one has ended.
-struct PreviewEnd
+/// From the process: this one has begun, or it has ended.
+struct PreviewReport
 {
+    enum class Kind : std::uint32_t
+    {
+        started,
+        ended
+    };
+
+    Kind kind;
     std::uint32_t number;
-    std::int32_t status; ///< as waitpid gives it
+    std::int32_t status; ///< of an end, as waitpid gives it; -1 for one that could not begin
 };
 
 } // namespace tz::orvane::service
