@@ -4,11 +4,14 @@
 
 #include "descriptor.h"
 #include "preview_maker.h"
+#include "preview_output.h"
 #include "preview_result.h"
 
-#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
+#include <poll.h>
+#include <string>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -36,7 +39,7 @@ void limit(__rlimit_resource resource, rlim_t soft, rlim_t hard)
 void offerToGo()
 {
     Descriptor const file(open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
-    [[maybe_unused]] auto const written = write(file.get(), kFirstToGo.data(), kFirstToGo.size());
+    writeAll(file.get(), kFirstToGo);
 }
 
 void giveUpRights(PreviewTask const& task)
@@ -60,31 +63,48 @@ void giveUpRights(PreviewTask const& task)
     prctl(PR_SET_NAME, "orvane-preview1");
 }
 
-bool writeAll(int fd, std::string_view bytes)
+/// @return whether somebody still waits for what comes through this pipe
+bool isAwaited(int pipe)
 {
-    while (!bytes.empty())
+    pollfd waited{pipe, 0, 0};
+    return poll(&waited, 1, 0) == 0;
+}
+
+PreviewResult failedOutput(int error)
+{
+    return failedPreview(outputError(error), std::string("output: ") + std::strerror(error));
+}
+
+/// Nothing is to appear any more when the request has been answered otherwise.
+int save(PreviewOutput& output, std::string const& picture, int result)
+{
+    int const error = output.write(picture);
+    return error == 0 && isAwaited(result) ? output.publish() : error;
+}
+
+PreviewResult makeAndSave(PreviewTask const& task, PreviewPlaces const& places, int result, int picture)
+{
+    bool const isNamed = task.picture && !places.output.empty();
+    PreviewOutput output(places.output);
+    int error = isNamed ? output.open() : 0;
+    if (error < 0)
     {
-        ssize_t const written = write(fd, bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR)
-        {
-            return false;
-        }
-        bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+        return failedOutput(-error);
     }
-    return true;
+    Preview preview = makePreview(task, places.uri);
+    if (!preview.picture.empty())
+    {
+        error = isNamed ? save(output, preview.picture, result) : writeAll(picture, preview.picture);
+    }
+    return error < 0 ? failedOutput(-error) : preview.result;
 }
 
 } // namespace
 
-void becomePreviewChild(PreviewTask const& task, std::string const& uri, int result, int picture)
+void becomePreviewChild(PreviewTask const& task, PreviewPlaces const& places, int result, int picture)
 {
     giveUpRights(task);
-    Preview preview = makePreview(task, uri);
-    if (!preview.picture.empty() && !writeAll(picture, preview.picture))
-    {
-        preview.result = failedPreview(om::OM_ERROR_LIMIT, "the picture cannot be written");
-    }
-    writeAll(result, encodeResult(preview.result));
+    writeAll(result, encodeResult(makeAndSave(task, places, result, picture)));
     _exit(0); // without taking anything down: all of it goes with the process
 }
 

@@ -151,11 +151,12 @@ void PreviewDesk::add(Request& request)
         tell(*id, failedPreview(om::OM_ERROR_LIMIT, "too many pictures are kept for this tool"), "");
         return;
     }
-    auto file = std::make_unique<PreviewFile>(named ? wanted.outputPath : ownPath(*id, wanted.task.png));
+    std::string const path = named ? wanted.outputPath : ownPath(*id, wanted.task.png);
+    auto file = named ? nullptr : std::make_unique<PreviewFile>(path);
     PreviewJob job;
     job.owner = m_cnid;
     job.task = wanted.task;
-    job.uri = wanted.uri;
+    job.places = {wanted.uri, wanted.outputPath};
     job.openPicture = [opened = file.get()] { return opened->create(); };
     job.done = [this, number = *id](PreviewResult const& result) { finish(number, result); };
     std::uint32_t const number = m_host.pool.add(std::move(job));
@@ -164,7 +165,7 @@ void PreviewDesk::add(Request& request)
         tell(*id, failedPreview(om::OM_ERROR_LIMIT, "too many requests wait"), "");
         return;
     }
-    m_entries.push_back({*id, number, wanted.uri, std::move(file), named});
+    m_entries.push_back({*id, number, wanted.uri, path, std::move(file)});
 }
 
 std::string PreviewDesk::ownPath(std::uint32_t id, bool png) const
@@ -211,20 +212,12 @@ void PreviewDesk::finish(std::uint32_t id, PreviewResult const& result)
     Entry done = std::move(*entry);
     m_entries.erase(entry);
     bool const hasPicture = result.code == om::OM_ERROR_NONE && result.has(om::OM_PREVIEW_KEY_PICTURE_SIZE);
-    std::string const path = hasPicture ? done.file->path() : "";
-    if (hasPicture && done.named)
-    {
-        done.file->keep();
-    }
-    else if (hasPicture)
+    if (hasPicture && done.file != nullptr)
     {
         m_files.push_back(std::move(done.file));
     }
-    else
-    {
-        done.file->remove(); // before the client hears of it
-    }
-    tell(id, result, path);
+    done.file.reset(); // before the client hears of it
+    tell(id, result, hasPicture ? done.path : "");
 }
 
 void PreviewDesk::tell(std::uint32_t id, PreviewResult const& result, std::string const& path)

@@ -55,8 +55,8 @@ private:
         std::uint32_t id;
         std::uint32_t job;
         std::string uri;
-        std::unique_ptr<PreviewFile> file; ///< none where no picture is wanted
-        bool named;                        ///< the client chose the file
+        std::string path;
+        std::unique_ptr<PreviewFile> file; ///< none when the client named one
     };
 
     std::optional<Refusal> giveId(Request& request);

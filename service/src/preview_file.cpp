@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The file that a preview is written to.
+// A preview's file of the service's own.
 #include "preview_file.h"
 
 #include <cerrno>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The file that a preview is written to.
+// A preview's file of the service's own.
 #pragma once
 
 #include <string>
@@ -7,8 +7,7 @@
 namespace tz::orvane::service
 {
 
-/// Always a new one, 0600: nothing that exists is written to, followed or replaced. It is removed at the end unless it
-/// was kept.
+/// Always a new one, 0600: nothing that exists is written to, followed or replaced. It is removed at the end.
 class PreviewFile
 {
 public:
@@ -25,9 +24,6 @@ public:
 
     /// @return a descriptor for writing, the caller's from now on, or a negative errno value
     int create();
-
-    /// From now on it is not ours to remove.
-    void keep() { m_created = false; }
 
     void remove();
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
@@ -109,7 +110,7 @@ void PreviewLink::close()
     }
 }
 
-Descriptor PreviewLink::start(std::uint32_t number, PreviewTask const& task, std::string const& uri, int picture)
+Descriptor PreviewLink::start(std::uint32_t number, PreviewTask const& task, PreviewPlaces const& places, int picture)
 {
     int ends[2] = {-1, -1};
     if (!isOpen() || pipe2(ends, O_CLOEXEC) != 0)
@@ -121,7 +122,8 @@ Descriptor PreviewLink::start(std::uint32_t number, PreviewTask const& task, std
     fcntl(result.get(), F_SETFL, O_NONBLOCK);
 
     PreviewOrder order{PreviewOrder::Kind::start, number, task};
-    std::array<iovec, 2> parts{iovec{&order, sizeof order}, iovec{const_cast<char*>(uri.data()), uri.size()}};
+    std::string texts = places.uri + '\0' + places.output;
+    std::array<iovec, 2> parts{iovec{&order, sizeof order}, iovec{texts.data(), texts.size()}};
     std::array<int, 2> const passed{far.get(), picture};
     std::size_t const count = picture < 0 ? 1 : 2;
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof passed)] = {};

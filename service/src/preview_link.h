@@ -6,7 +6,6 @@
 #include "preview_task.h"
 
 #include <optional>
-#include <string>
 #include <sys/types.h>
 #include <utility>
 
@@ -31,9 +30,9 @@ public:
     /// Readable when there is a report, or when the process is gone.
     int descriptor() const { return m_socket.get(); }
 
-    /// @param picture where the picture is written, -1 for none
+    /// @param picture where the picture is written unless the client has named a file, -1 for none
     /// @return the end of a pipe that the result comes through; none when the order could not be sent
-    Descriptor start(std::uint32_t number, PreviewTask const& task, std::string const& uri, int picture);
+    Descriptor start(std::uint32_t number, PreviewTask const& task, PreviewPlaces const& places, int picture);
     void kill(std::uint32_t number);
 
     /// @return the next report, and whether the process is still there

@@ -8,6 +8,7 @@
 
 #include <gst/gst.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -27,7 +28,7 @@ namespace tz::orvane::service
 namespace
 {
 
-constexpr std::size_t kLargestOrder = 16'384;
+constexpr std::size_t kLargestPlaces = 16'384;
 
 /// What most media need. Loaded here it is there already in every child.
 constexpr char const* kPlugins[] = {
@@ -49,7 +50,7 @@ void loadPlugins()
 struct ReceivedOrder
 {
     PreviewOrder order{};
-    std::string uri;
+    PreviewPlaces places;
     Descriptor result;
     Descriptor picture;
 };
@@ -105,8 +106,8 @@ private:
 
     static bool receive(ReceivedOrder& received)
     {
-        std::string uri(kLargestOrder, '\0');
-        std::array<iovec, 2> parts{iovec{&received.order, sizeof received.order}, iovec{uri.data(), uri.size()}};
+        std::string places(kLargestPlaces, '\0');
+        std::array<iovec, 2> parts{iovec{&received.order, sizeof received.order}, iovec{places.data(), places.size()}};
         alignas(cmsghdr) char control[CMSG_SPACE(2 * sizeof(int))] = {};
         msghdr message{};
         message.msg_iov = parts.data();
@@ -118,8 +119,9 @@ private:
         {
             return false;
         }
-        uri.resize(static_cast<std::size_t>(size) - sizeof received.order);
-        received.uri = std::move(uri);
+        places.resize(static_cast<std::size_t>(size) - sizeof received.order);
+        auto const end = std::min(places.find('\0'), places.size());
+        received.places = {places.substr(0, end), places.substr(std::min(end + 1, places.size()))};
         if (cmsghdr const* const header = CMSG_FIRSTHDR(&message))
         {
             std::array<int, 2> passed{-1, -1};
@@ -142,7 +144,7 @@ private:
             {
                 _exit(1);
             }
-            becomePreviewChild(received.order.task, received.uri, received.result.get(), received.picture.get());
+            becomePreviewChild(received.order.task, received.places, received.result.get(), received.picture.get());
         }
         if (child < 0)
         {

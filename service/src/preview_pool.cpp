@@ -2,6 +2,8 @@
 // The preview requests of all connections: who is next, and how long it may take.
 #include "preview_pool.h"
 
+#include "preview_output.h"
+
 #include "orvane/platform/om_debug.h"
 
 #include <algorithm>
@@ -66,28 +68,6 @@ PreviewResult resultOf(int status, int fd)
     }
     return failedPreview(om::OM_ERROR_INTERNAL,
                          killed ? "decoding ended by signal " + std::to_string(WTERMSIG(status)) : "decoding failed");
-}
-
-om::om_error_e codeOf(int error)
-{
-    switch (error)
-    {
-    case EACCES:
-    case EPERM:
-    case EROFS:
-    case EEXIST:
-        return om::OM_ERROR_FORBIDDEN;
-    case ENOENT:
-    case ENOTDIR:
-        return om::OM_ERROR_NOT_FOUND;
-    case ENOSPC:
-    case EDQUOT:
-    case EMFILE:
-    case ENFILE:
-        return om::OM_ERROR_LIMIT;
-    default:
-        return om::OM_ERROR_BAD_ARGUMENT;
-    }
 }
 
 } // namespace
@@ -199,17 +179,18 @@ void PreviewPool::leave(int owner)
 void PreviewPool::start(Waiting next)
 {
     m_turns[next.job.owner] = ++m_lastTurn;
-    int const opened = next.job.task.picture ? next.job.openPicture() : -1;
+    bool const isOurs = next.job.task.picture && next.job.places.output.empty();
+    int const opened = isOurs ? next.job.openPicture() : -1;
     Descriptor const picture(opened);
-    if (next.job.task.picture && opened < 0)
+    if (isOurs && opened < 0)
     {
-        next.job.done(failedPreview(codeOf(-opened), std::string("output: ") + std::strerror(-opened)));
+        next.job.done(failedPreview(outputError(-opened), std::string("output: ") + std::strerror(-opened)));
         return;
     }
     Descriptor result;
     if (openLink())
     {
-        result = m_link.start(next.number, next.job.task, next.job.uri, picture.get());
+        result = m_link.start(next.number, next.job.task, next.job.places, picture.get());
     }
     if (!result)
     {
@@ -309,6 +290,7 @@ void PreviewPool::expire(std::uint32_t number)
     if (drop(number, job))
     {
         m_link.kill(number);
+        job.result = Descriptor(); // so that nothing is published any more
         schedule();
         job.done(failedPreview(om::OM_ERROR_TIMED_OUT, "it takes too long"));
     }

@@ -23,9 +23,9 @@ struct PreviewJob
 {
     int owner = 0; ///< connection
     PreviewTask task;
-    std::string uri;
-    std::function<int()>
-        openPicture; ///< called when it starts: a descriptor, given up to the pool, or a negative errno
+    PreviewPlaces places;
+    std::function<int()> openPicture; ///< called when it starts, unless the client has named a file: a descriptor,
+                                      ///< given up to the pool, or a negative errno
     std::function<void(PreviewResult const&)> done; ///< called once, unless it is cancelled
 };
 

@@ -5,6 +5,7 @@
 #include "orvane/om_enums.h"
 
 #include <cstdint>
+#include <string>
 
 namespace tz::orvane::service
 {
@@ -24,8 +25,15 @@ struct PreviewTask
     std::int32_t timeout = 10'000; ///< milliseconds
 };
 
-/// To the process. An order to start comes with two descriptors, for the result and for the picture, and with the URI
-/// behind it.
+/// Where a preview comes from and goes to.
+struct PreviewPlaces
+{
+    std::string uri;
+    std::string output; ///< file that the client named; empty: a descriptor is given
+};
+
+/// To the process. An order to start comes with descriptors, for the result and, unless the client has named a file,
+/// for the picture. Behind it stand the URI and, after a NUL, the name of the file.
 struct PreviewOrder
 {
     enum class Kind : std::uint32_t

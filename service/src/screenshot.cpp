@@ -2,6 +2,8 @@
 // Pictures of the screen, in files.
 #include "screenshot.h"
 
+#include "descriptor.h"
+
 #include <gst/video/video.h>
 
 #include <cerrno>
@@ -19,23 +21,6 @@ constexpr int kMostUnderWay = 16;
 constexpr GstClockTime kCompressTimeout = 5 * GST_SECOND;
 
 /// @return 0, or a negative errno value
-int writeAll(int fd, guint8 const* data, std::size_t size)
-{
-    while (size > 0)
-    {
-        ssize_t const written = write(fd, data, size);
-        if (written < 0 && errno != EINTR)
-        {
-            return -errno;
-        }
-        std::size_t const step = written < 0 ? 0 : static_cast<std::size_t>(written);
-        data += step;
-        size -= step;
-    }
-    return 0;
-}
-
-/// @return 0, or a negative errno value
 int writeFile(std::string const& path, GstBuffer* content)
 {
     unlink(path.c_str()); // a service that was killed may have left one
@@ -48,7 +33,7 @@ int writeFile(std::string const& path, GstBuffer* content)
     int result = -ENOMEM;
     if (gst_buffer_map(content, &map, GST_MAP_READ) != FALSE)
     {
-        result = writeAll(fd, map.data, map.size);
+        result = writeAll(fd, {reinterpret_cast<char const*>(map.data), map.size});
         gst_buffer_unmap(content, &map);
     }
     close(fd);

@@ -5,10 +5,12 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tz::orvane::test
 {
@@ -294,6 +296,42 @@ TEST_F(Preview, thePictureMayGoToANamedFileThatDoesNotExist)
         EXPECT_FALSE(std::filesystem::exists(broken));
     }
     EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST_F(Preview, aFileIsNotPutWhereTheServiceMayNotWrite)
+{
+    Previewer previewer;
+    EXPECT_EQ(previewer.get(media("v.mp4"), 0, 0, {{"output-path", "/sys/picture.jpg"}}).code, om::OM_ERROR_FORBIDDEN);
+}
+
+TEST_F(Preview, aClientOfAnotherUserMayNotNameAFile)
+{
+    if (geteuid() != 0)
+    {
+        GTEST_SKIP() << "only root can play two users";
+    }
+    constexpr uid_t kOther = 65534;
+    m_service.signal(SIGTERM);
+    ASSERT_EQ(m_service.wait(), 0);
+    ASSERT_EQ(chown(m_directory.path().c_str(), 0, kOther), 0);
+    ASSERT_EQ(chmod(m_directory.path().c_str(), 02770), 0);
+    ServiceProcess shared(serviceCommand()); // lets the group of its directory in
+    ASSERT_TRUE(shared.waitUntilReady());
+
+    ASSERT_EQ(setegid(kOther), 0);
+    ASSERT_EQ(seteuid(kOther), 0);
+    {
+        TempDir const folder;
+        Previewer previewer;
+        PreviewReply const reply =
+            previewer.get(media("v.mp4"), 0, 0, {{"output-path", folder.path() + "/picture.jpg"}});
+        EXPECT_EQ(reply.code, om::OM_ERROR_FORBIDDEN);
+        EXPECT_EQ(reply.at("text"), "the service runs as another user");
+        EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+        EXPECT_EQ(previewer.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+    }
+    ASSERT_EQ(seteuid(0), 0);
+    ASSERT_EQ(setegid(0), 0);
 }
 
 TEST_F(Preview, theServicesOwnFilesGoWithTheToolAndWithTheConnection)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The processes that make previews: what they may use, and that each of them comes to an end.
 #include "support/preview_service.h"
+#include "support/temp_dir.h"
 #include "support/tool_process.h"
 #include "support/wait.h"
 
@@ -8,6 +9,8 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <sys/resource.h>
@@ -81,11 +84,40 @@ TEST_F(PreviewWorkers, oneEndsByItselfWhenNobodyCanEndIt)
     ASSERT_TRUE(eventually([this] { return !workers().empty(); }));
     pid_t const worker = workers().front();
     pid_t const parent = nursery();
+    ASSERT_TRUE(eventually([parent] { return stateOf(parent) == 'S'; })); // it has told of the worker
     kill(parent, SIGSTOP);
     EXPECT_EQ(previewer.take().code, om::OM_ERROR_TIMED_OUT);
     EXPECT_TRUE(eventually([worker] { return stateOf(worker) == 'Z'; })) << stateOf(worker);
     kill(parent, SIGCONT);
     EXPECT_TRUE(eventually([this] { return workers().empty(); }));
+}
+
+TEST_F(PreviewWorkers, theFileThatAClientNamesIsOpenedByOneOfThem)
+{
+    TempDir const folder;
+    Previewer previewer;
+    EXPECT_EQ(previewer.get(media("v.mp4")).code, om::OM_ERROR_NONE);
+    pid_t const parent = nursery();
+    kill(parent, SIGSTOP);
+    previewer.ask(media("v.mp4"), 0, 0, {{"output-path", folder.path() + "/none/picture.jpg"}});
+    EXPECT_TRUE(eventually([&] { return previewer.status(om::OM_PREVIEW_KEY_RUNNING) == 1; }));
+    kill(parent, SIGCONT);
+    EXPECT_EQ(previewer.take().code, om::OM_ERROR_NOT_FOUND);
+}
+
+TEST_F(PreviewWorkers, theFileThatAClientNamesIsNotThereBeforeItIsWhole)
+{
+    TempDir const folder;
+    std::string const path = folder.path() + "/picture.jpg";
+    Previewer previewer;
+    previewer.ask(m_server.uri("hang/v.mp4"), 0, 0, {{"output-path", path}, {"timeout-ms", "60000"}});
+    ASSERT_TRUE(eventually([this] { return !workers().empty() && stateOf(workers().front()) == 'S'; }));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+
+    std::ofstream(path) << "somebody else's";
+    EXPECT_EQ(previewer.tool().stopPreview(m_server.uri("hang/v.mp4")), 0);
+    EXPECT_EQ(previewer.take().code, om::OM_ERROR_STOPPED);
+    EXPECT_EQ(fileContent(path), "somebody else's");
 }
 
 } // namespace
