@@ -52,6 +52,7 @@ void KeyFrameScout::begin(GstClockTime position)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
     m_active = true;
+    m_arrived = false;
     m_done = false;
     m_position = position;
     m_before.reset();
@@ -86,17 +87,20 @@ GstPadProbeReturn KeyFrameScout::onData(GstPad* pad, GstPadProbeInfo* info, gpoi
     {
         return scout.look(pad, GST_PAD_PROBE_INFO_BUFFER(info));
     }
-    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS)
+    GstEventType const event = GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info));
+    scout.m_arrived = scout.m_arrived || event == GST_EVENT_SEGMENT;
+    if (event == GST_EVENT_EOS && scout.m_arrived)
     {
         scout.done();
     }
-    return GST_PAD_PROBE_OK;
+    // A gap would do for a picture behind the decoder, and then all would stand still.
+    return event == GST_EVENT_GAP ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
 GstPadProbeReturn KeyFrameScout::look(GstPad* pad, GstBuffer* buffer)
 {
     auto const place = placeOf(pad, buffer);
-    if (!place || m_done)
+    if (!place || !m_arrived || m_done)
     {
         return GST_PAD_PROBE_DROP;
     }

@@ -42,6 +42,7 @@ private:
     std::mutex m_mutex;
     GstBus* m_bus = nullptr;
     bool m_active = false;
+    bool m_arrived = false; ///< what comes now comes from where the seek went
     bool m_done = false;
     GstClockTime m_position = 0;
     std::optional<GstClockTime> m_before;

@@ -190,8 +190,8 @@ private:
             m_preview.result.add(om::OM_KEY_CODEC, m_reader.missingCodec());
             return;
         }
-        Raster const raster =
-            m_reader.hasVideo() ? (m_task.frames > 1 && !m_reader.isPhoto() ? sheet() : thumbnail()) : cover();
+        bool const isSheet = m_task.frames > 1 && !m_reader.isPhoto() && m_reader.isSeekable();
+        Raster const raster = !m_reader.hasVideo() ? cover() : isSheet ? sheet() : thumbnail();
         if (raster.pixels.empty())
         {
             // Sound need not have a picture.

@@ -98,7 +98,31 @@ std::optional<Fault> PreviewReader::open(std::string const& uri)
     {
         gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
     }
-    return waitForPreroll();
+    auto fault = waitForPreroll();
+    if (m_video != nullptr)
+    {
+        letSoundPass();
+    }
+    return fault;
+}
+
+/// From now on nobody waits for sound, and it does not keep the pictures behind it waiting.
+void PreviewReader::letSoundPass()
+{
+    for (GstElement* const sink : m_sounds)
+    {
+        g_object_set(sink, "async", FALSE, nullptr);
+        ObjectPtr<GstPad> const entrance(gst_element_get_static_pad(sink, "sink"));
+        auto const data = static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM);
+        gst_pad_add_probe(entrance.get(), data, &PreviewReader::dropData, nullptr, nullptr);
+    }
+}
+
+GstPadProbeReturn PreviewReader::dropData(GstPad*, GstPadProbeInfo* info, gpointer)
+{
+    bool const isData = (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0 ||
+                        GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_GAP;
+    return isData ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
 std::optional<Fault> PreviewReader::waitForPreroll()
@@ -119,7 +143,12 @@ std::optional<Fault> PreviewReader::waitForPreroll()
         }
         case GST_MESSAGE_ASYNC_DONE:
         case GST_MESSAGE_EOS:
-            return std::nullopt;
+            // One of before the last seek may still come.
+            if (gst_element_get_state(m_pipeline.get(), nullptr, nullptr, 0) != GST_STATE_CHANGE_ASYNC)
+            {
+                return std::nullopt;
+            }
+            break;
         default:
             read(message.get());
             break;
@@ -192,9 +221,7 @@ Frame PreviewReader::frameAt(GstClockTime position, bool exact)
     }
     if (isPhoto() || !isSeekable())
     {
-        GstSample* sample = nullptr;
-        g_signal_emit_by_name(m_video, "pull-preroll", &sample);
-        return shownFrame(SamplePtr(sample));
+        return waitingFrame();
     }
     GstClockTime const wanted = exact ? position : keyFrameNear(position).value_or(position);
     Frame frame = seek(wanted);
@@ -240,9 +267,13 @@ Frame PreviewReader::seek(GstClockTime position)
     {
         return {};
     }
-    GstSample* sample = nullptr;
-    g_signal_emit_by_name(m_video, "pull-preroll", &sample);
-    return shownFrame(SamplePtr(sample));
+    return waitingFrame();
+}
+
+/// A pipeline is ready with a gap or an end, too: then there is none.
+Frame PreviewReader::waitingFrame() const
+{
+    return shownFrame(SamplePtr(gst_app_sink_try_pull_preroll(GST_APP_SINK(m_video), 0)));
 }
 
 /// The sound may go on when there is no picture any more: what was shown last then is looked for.
@@ -253,7 +284,11 @@ Frame PreviewReader::lastFrame(GstClockTime position)
     if (frame.sample == nullptr)
     {
         auto const key = keyFrameNear(begin);
-        return key ? seek(*key) : Frame();
+        frame = key ? seek(*key) : Frame();
+    }
+    if (frame.sample == nullptr)
+    {
+        return frame;
     }
     gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
     GstSample* next = nullptr;
@@ -265,6 +300,7 @@ Frame PreviewReader::lastFrame(GstClockTime position)
             frame = shownFrame(SamplePtr(next));
         }
     } while (next != nullptr);
+    gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
     return frame;
 }
 
@@ -328,6 +364,10 @@ void PreviewReader::link(GstPad* pad)
     GstElement* const sink = gst_element_factory_make(isVideo ? "appsink" : "fakesink", nullptr);
     // Subtitles and the like may have nothing to give for long.
     g_object_set(sink, "sync", FALSE, "async", isVideo || isAudio ? TRUE : FALSE, nullptr);
+    if (isAudio)
+    {
+        m_sounds.push_back(sink);
+    }
     if (isVideo)
     {
         m_video = sink;

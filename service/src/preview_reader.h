@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tz::orvane::service
 {
@@ -71,15 +72,18 @@ public:
 private:
     std::optional<Fault> open(std::string const& uri);
     std::optional<Fault> waitForPreroll();
+    void letSoundPass();
     void waitForScout();
     std::optional<GstClockTime> keyFrameNear(GstClockTime position);
     bool sendSeek(GstClockTime position, int flags);
     void read(GstMessage* message);
     Frame seek(GstClockTime position);
+    Frame waitingFrame() const;
     Frame shownFrame(SamplePtr sample) const;
     Frame lastFrame(GstClockTime position);
     void link(GstPad* pad);
 
+    static GstPadProbeReturn dropData(GstPad* pad, GstPadProbeInfo* info, gpointer unused);
     static gboolean onContinue(GstElement* decoder, GstPad* pad, GstCaps* caps, gpointer self);
     static void onPad(GstElement* decoder, GstPad* pad, gpointer self);
     static void onElement(GstBin* bin, GstBin* parent, GstElement* element, gpointer self);
@@ -89,7 +93,8 @@ private:
     ObjectPtr<GstElement> m_pipeline;
     ObjectPtr<GstBus> m_bus;
     ObjectPtr<GstElement> m_source;
-    GstElement* m_video = nullptr; ///< the sink of the pictures, owned by the pipeline
+    GstElement* m_video = nullptr;     ///< the sink of the pictures, owned by the pipeline
+    std::vector<GstElement*> m_sounds; ///< likewise
     BufferPtr m_bytes;
     TagListPtr m_tags;
     std::shared_ptr<ImageHead> m_imageHead = std::make_shared<ImageHead>();

@@ -74,6 +74,28 @@ TEST_F(Preview, aPositionBehindTheEndIsTheLastFrame)
     EXPECT_EQ(reply.at("position"), at(9960));
 }
 
+TEST_F(Preview, behindTheEndOfThePictureItIsTheLastFrameTooAlsoWhileThereIsSound)
+{
+    Previewer previewer;
+    Pixels const last = decoded({"-ss", "3.86", "-i", media("short_picture.mp4"), "-vf", "scale=320:180"});
+    ASSERT_NEAR(barPosition(last), 116, 2);
+    for (char const* const name : {"short_picture.mp4", "short_picture.mkv"})
+    {
+        for (int const position : {4300, 6000, 9900})
+        {
+            PreviewReply const reply = previewer.get(media(name), position, om::OM_PREVIEW_EXACT, {{"format", "png"}});
+            ASSERT_EQ(reply.code, om::OM_ERROR_NONE) << reply.at("text");
+            EXPECT_NEAR(std::stoi(reply.at("position")), 3880, 30) << name << position;
+            EXPECT_LT(difference(decoded(reply.path), last), 3.0) << name << position;
+        }
+        PreviewReply const key = previewer.get(media(name), 6000);
+        EXPECT_EQ(key.code, om::OM_ERROR_NONE) << key.at("text");
+        EXPECT_NEAR(std::stoi(key.at("position")), 2000, 30) << name;
+        PreviewReply const sheet = previewer.get(media(name), 0, om::OM_PREVIEW_EXACT, {{"frames", "4"}});
+        EXPECT_EQ(sheet.at("picture-size"), "652x372") << name << ": " << sheet.at("text");
+    }
+}
+
 TEST_F(Preview, itTellsWhatTheMediumIs)
 {
     Previewer previewer;
@@ -199,6 +221,17 @@ TEST_F(Preview, aSheetShowsFramesInTheirOrder)
     EXPECT_NEAR(barIn(1, 0), 112, 4);
     EXPECT_NEAR(barIn(0, 1), 187, 4);
     EXPECT_NEAR(barIn(1, 1), 262, 4);
+}
+
+TEST_F(Preview, whereNothingCanBeSoughtThereIsTheFirstFrameOnly)
+{
+    Previewer previewer;
+    for (char const* const frames : {"1", "4"})
+    {
+        PreviewReply const reply = previewer.get(media("short.ts"), 2000, 0, {{"frames", frames}});
+        EXPECT_EQ(reply.at("picture-size"), "320x180") << reply.at("text");
+        EXPECT_EQ(barPosition(decoded(reply.path)), 0);
+    }
 }
 
 TEST_F(Preview, idsAreGivenToRequestsInOrderAndOneMayBeNamed)
