@@ -10,6 +10,7 @@
 #include <gst/video/video.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 namespace tz::orvane::service
@@ -38,6 +39,49 @@ bool isSet(GstCaps const* caps, char const* field)
     gboolean value = FALSE;
     gst_structure_get_boolean(gst_caps_get_structure(caps, 0), field, &value);
     return value != FALSE;
+}
+
+/// What says where other media are, instead of being one.
+constexpr std::string_view kLists[] = {
+    "application/x-hls",
+    "application/dash+xml",
+    "application/vnd.ms-sstr+xml",
+    "application/sdp",
+    "application/smil",
+    "application/xges",
+    "application/vnd.apple-fcp+xml",
+    "application/vnd.apple-xmeml+xml",
+    "application/vnd.pixar.opentimelineio+json",
+    "text/uri-list",
+};
+
+bool isList(GstCaps const* caps)
+{
+    return std::find(std::begin(kLists), std::end(kLists), nameOf(caps)) != std::end(kLists);
+}
+
+gboolean readsFiles(GstPluginFeature* feature, gpointer)
+{
+    if (!GST_IS_ELEMENT_FACTORY(feature))
+    {
+        return FALSE;
+    }
+    GstElementFactory* const factory = GST_ELEMENT_FACTORY(feature);
+    gchar const* const* const schemes = gst_element_factory_get_uri_protocols(factory);
+    bool const reads = gst_element_factory_get_uri_type(factory) == GST_URI_SRC && schemes != nullptr;
+    return reads ? g_strv_contains(schemes, "file") : FALSE;
+}
+
+/// What comes from a server may name other places of the network, but none of this machine.
+void forgetFiles()
+{
+    GstRegistry* const registry = gst_registry_get();
+    GList* const features = gst_registry_feature_filter(registry, readsFiles, FALSE, nullptr);
+    for (GList const* feature = features; feature != nullptr; feature = feature->next)
+    {
+        gst_registry_remove_feature(registry, GST_PLUGIN_FEATURE(feature->data));
+    }
+    gst_plugin_feature_list_free(features);
 }
 
 /// Something that stands before a file and says nothing of it.
@@ -72,6 +116,10 @@ PreviewReader::~PreviewReader()
 std::optional<Fault> PreviewReader::openUri(std::string const& uri)
 {
     m_context.network = uri.compare(0, 5, "file:") != 0;
+    if (m_context.network)
+    {
+        forgetFiles();
+    }
     return open(uri);
 }
 
@@ -99,6 +147,10 @@ std::optional<Fault> PreviewReader::open(std::string const& uri)
         gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
     }
     auto fault = waitForPreroll();
+    if (m_isList)
+    {
+        return Fault{om::OM_ERROR_UNSUPPORTED_FORMAT, "a list of other media", ""};
+    }
     if (m_video != nullptr)
     {
         letSoundPass();
@@ -327,6 +379,12 @@ gboolean PreviewReader::onContinue(GstElement*, GstPad*, GstCaps* caps, gpointer
     if (reader.m_mimeType.empty() || isWrapping(reader.m_mimeType))
     {
         reader.m_mimeType = mimeTypeOf(caps);
+    }
+    // A file may come from anybody: it is not followed to wherever it points.
+    reader.m_isList = reader.m_isList || (!reader.m_context.network && isList(caps));
+    if (reader.m_isList)
+    {
+        return FALSE;
     }
     om::om_video_codec_e const video = videoCodecOf(caps);
     if (reader.m_videoCodec == om::OM_VIDEO_CODEC_UNKNOWN && isOfKind(caps, "video/"))

@@ -34,6 +34,7 @@ public:
     PreviewReader& operator=(PreviewReader const&) = delete;
     ~PreviewReader();
 
+    /// What is opened from a server takes the right to open files away from this process.
     /// @return nothing when it is open
     std::optional<Fault> openUri(std::string const& uri);
 
@@ -103,6 +104,7 @@ private:
     om::om_video_codec_e m_videoCodec = om::OM_VIDEO_CODEC_UNKNOWN;
     om::om_audio_codec_e m_audioCodec = om::OM_AUDIO_CODEC_UNKNOWN;
     bool m_hasAudio = false;
+    bool m_isList = false; ///< a file that would lead to others
 };
 
 } // namespace tz::orvane::service

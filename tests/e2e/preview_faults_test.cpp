@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Previews of what is broken, huge or endless, and those that are stopped or lose their process.
 #include "support/preview_service.h"
+#include "support/temp_dir.h"
 #include "support/wait.h"
 
 #include <gmock/gmock.h>
@@ -73,6 +74,57 @@ TEST_F(PreviewFaults, filesOfAServerGivePreviewsToo)
     EXPECT_EQ(reply.at("position"), "5000");
     EXPECT_EQ(previewer.get(m_server.uri("plain/none.mp4")).code, om::OM_ERROR_NOT_FOUND);
     EXPECT_EQ(previewer.get(HttpServer::refusedUri()).code, om::OM_ERROR_CONNECT_FAILED);
+}
+
+std::string playlist(std::string const& segment)
+{
+    return "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:10\n#EXT-X-MEDIA-SEQUENCE:0\n#EXTINF:10.0,\n" + segment +
+           "\n#EXT-X-ENDLIST\n";
+}
+
+TEST_F(PreviewFaults, aFileThatNamesOtherMediaLeadsNowhere)
+{
+    TempDir const folder;
+    std::string const film = m_server.uri("plain/v.ts");
+    std::map<std::string, std::string> const files = {
+        {"list.m3u8", playlist(film)},
+        {"local.m3u8", playlist("file://" + media("v.ts"))},
+        {"variants.m3u8",
+         "#EXTM3U\n#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=100000\n" + m_server.uri("plain/x.m3u8") + "\n"},
+        {"list.mpd",
+         "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\" "
+         "mediaPresentationDuration=\"PT10S\"><Period><AdaptationSet mimeType=\"video/mp2t\"><Representation "
+         "id=\"1\" bandwidth=\"100000\"><BaseURL>" +
+             film + "</BaseURL></Representation></AdaptationSet></Period></MPD>\n"},
+        {"list.sdp", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 96\n"
+                     "a=rtpmap:96 H264/90000\n"},
+    };
+    Previewer previewer;
+    for (auto const& [name, content] : files)
+    {
+        std::string const path = folder.path() + "/" + name;
+        std::ofstream(path) << content;
+        PreviewReply const reply = previewer.get(path);
+        EXPECT_EQ(reply.code, om::OM_ERROR_UNSUPPORTED_FORMAT) << name << ": " << reply.at("text");
+        EXPECT_EQ(reply.at("text"), "a list of other media") << name;
+    }
+    EXPECT_EQ(m_server.requests(), 0);
+}
+
+TEST_F(PreviewFaults, aListOfAServerLeadsToServersOnly)
+{
+    TempDir const folder;
+    HttpServer const server(folder.path());
+    std::filesystem::copy_file(media("v.ts"), folder.path() + "/v.ts");
+    std::ofstream(folder.path() + "/good.m3u8") << playlist("v.ts");
+    std::ofstream(folder.path() + "/bad.m3u8") << playlist("file://" + media("v.ts"));
+    Previewer previewer;
+    PreviewReply const good = previewer.get(server.uri("plain/good.m3u8"), 0, 0, {{"timeout-ms", "60000"}});
+    EXPECT_EQ(good.code, om::OM_ERROR_NONE) << good.at("text");
+    EXPECT_EQ(good.at("picture-size"), "320x180");
+    PreviewReply const bad = previewer.get(server.uri("plain/bad.m3u8"), 0, 0, {{"timeout-ms", "3000"}});
+    EXPECT_NE(bad.code, om::OM_ERROR_NONE);
+    EXPECT_EQ(bad.path, "");
 }
 
 std::string bigEndian(std::uint32_t value)

@@ -164,6 +164,7 @@ void HttpServer::sendWithoutEnd(int connection) const
 
 void HttpServer::answer(int connection, std::string const& head)
 {
+    ++m_requests;
     std::string const path = head.substr(head.find('/') + 1, head.find(" HTTP/") - head.find('/') - 1);
     std::string const manner = path.substr(0, path.find('/'));
     std::string const body = fileContent(m_folder + "/" + path.substr(path.find('/') + 1));

@@ -29,6 +29,7 @@ public:
 
     void release() { m_released = true; }
 
+    int requests() const { return m_requests; }
     int rangeRequests() const { return m_rangeRequests; }
 
 private:
@@ -42,6 +43,7 @@ private:
     int m_port;
     std::atomic<bool> m_ending{false};
     std::atomic<bool> m_released{false};
+    std::atomic<int> m_requests{0};
     std::atomic<int> m_rangeRequests{0};
     std::vector<std::thread> m_connections;
     std::thread m_thread;
