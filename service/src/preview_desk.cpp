@@ -18,6 +18,9 @@ namespace
 
 constexpr std::size_t kMostIds = 4096;
 constexpr std::size_t kMostFiles = 4096;
+constexpr std::uint64_t kMostBytes = std::uint64_t{64} << 20u;
+
+constexpr char kTooManyPictures[] = "too many pictures are kept for this tool";
 
 } // namespace
 
@@ -26,6 +29,7 @@ PreviewDesk::PreviewDesk(PreviewHost const& host, mdt::MdtsMessenger& messenger,
     , m_messenger(messenger)
     , m_cnid(cnid)
     , m_mayName(mayName)
+    , m_shelf(kMostFiles, kMostBytes)
 {
 }
 
@@ -56,7 +60,7 @@ void PreviewDesk::destroyTool()
     }
     m_host.pool.leave(m_cnid);
     m_entries.clear();
-    m_files.clear();
+    m_shelf.clear();
     m_ids.clear();
     m_host.tools.giveBack(m_tool);
     m_tool = 0;
@@ -146,13 +150,15 @@ void PreviewDesk::add(Request& request)
         tell(*id, failedPreview(om::OM_ERROR_FORBIDDEN, "the service runs as another user"), "");
         return;
     }
-    if (m_files.size() + m_entries.size() >= kMostFiles)
+    bool const isKept = wanted.task.picture && !named;
+    if (isKept && !m_shelf.hasPlace(m_entries.size()))
     {
-        tell(*id, failedPreview(om::OM_ERROR_LIMIT, "too many pictures are kept for this tool"), "");
+        tell(*id, failedPreview(om::OM_ERROR_LIMIT, kTooManyPictures), "");
         return;
     }
-    std::string const path = named ? wanted.outputPath : ownPath(*id, wanted.task.png);
-    auto file = named ? nullptr : std::make_unique<PreviewFile>(path);
+    std::string const path =
+        named ? wanted.outputPath : ownPreviewPath(mdt::socketDirectory(), m_cnid, *id, wanted.task.png);
+    auto file = isKept ? std::make_unique<PreviewFile>(path) : nullptr;
     PreviewJob job;
     job.owner = m_cnid;
     job.task = wanted.task;
@@ -166,12 +172,6 @@ void PreviewDesk::add(Request& request)
         return;
     }
     m_entries.push_back({*id, number, wanted.uri, path, std::move(file)});
-}
-
-std::string PreviewDesk::ownPath(std::uint32_t id, bool png) const
-{
-    return mdt::socketDirectory() + "/preview-" + std::to_string(getpid()) + "-" + std::to_string(m_cnid) + "-" +
-           std::to_string(id) + (png ? ".png" : ".jpg");
 }
 
 template <class Matches> void PreviewDesk::stop(Matches matches)
@@ -212,9 +212,10 @@ void PreviewDesk::finish(std::uint32_t id, PreviewResult const& result)
     Entry done = std::move(*entry);
     m_entries.erase(entry);
     bool const hasPicture = result.code == om::OM_ERROR_NONE && result.has(om::OM_PREVIEW_KEY_PICTURE_SIZE);
-    if (hasPicture && done.file != nullptr)
+    if (hasPicture && done.file != nullptr && !m_shelf.keep(std::move(done.file)))
     {
-        m_files.push_back(std::move(done.file));
+        tell(id, failedPreview(om::OM_ERROR_LIMIT, kTooManyPictures), "");
+        return;
     }
     done.file.reset(); // before the client hears of it
     tell(id, result, hasPicture ? done.path : "");

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "object_ids.h"
-#include "preview_file.h"
 #include "preview_pool.h"
 #include "preview_request.h"
+#include "preview_shelf.h"
 #include "request.h"
 
 #include <deque>
@@ -56,7 +56,7 @@ private:
         std::uint32_t job;
         std::string uri;
         std::string path;
-        std::unique_ptr<PreviewFile> file; ///< none when the client named one
+        std::unique_ptr<PreviewFile> file; ///< none where none is kept
     };
 
     std::optional<Refusal> giveId(Request& request);
@@ -64,7 +64,6 @@ private:
     std::optional<Refusal> extend(Request& request);
     template <class Matches> void stop(Matches matches);
     std::optional<std::uint32_t> takeId(std::uint32_t named);
-    std::string ownPath(std::uint32_t id, bool png) const;
     void finish(std::uint32_t id, PreviewResult const& result);
     void tell(std::uint32_t id, PreviewResult const& result, std::string const& path);
 
@@ -76,7 +75,7 @@ private:
     std::uint32_t m_lastId = 0;
     std::deque<std::uint32_t> m_ids; ///< given out and not used yet
     std::vector<Entry> m_entries;    ///< on their way
-    std::vector<std::unique_ptr<PreviewFile>> m_files;
+    PreviewShelf m_shelf;
 };
 
 } // namespace tz::orvane::service

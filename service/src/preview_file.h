@@ -2,7 +2,10 @@
 // A preview's file of the service's own.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace tz::orvane::service
 {
@@ -11,25 +14,29 @@ namespace tz::orvane::service
 class PreviewFile
 {
 public:
-    PreviewFile() = default;
     explicit PreviewFile(std::string path)
         : m_path(std::move(path))
     {
     }
     PreviewFile(PreviewFile const&) = delete;
     PreviewFile& operator=(PreviewFile const&) = delete;
-    ~PreviewFile() { remove(); }
-
-    std::string const& path() const { return m_path; }
+    ~PreviewFile();
 
     /// @return a descriptor for writing, the caller's from now on, or a negative errno value
     int create();
 
-    void remove();
+    /// @return bytes; nothing when it is not there
+    std::optional<std::uint64_t> size() const;
 
 private:
     std::string m_path;
     bool m_created = false;
 };
+
+/// @return the path of the service's own picture for a request
+std::string ownPreviewPath(std::string const& folder, int cnid, std::uint32_t request, bool png);
+
+/// Removes the pictures that a service has left which was killed. No other may be at work in that folder.
+void removeLeftPreviews(std::string const& folder);
 
 } // namespace tz::orvane::service

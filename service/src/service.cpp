@@ -2,6 +2,8 @@
 // The service as a whole: connections come, send messages and go.
 #include "service.h"
 
+#include "preview_file.h"
+
 #include "om_protocol.h"
 
 #include "orvane/platform/om_debug.h"
@@ -60,6 +62,7 @@ int Service::start(std::function<void()> idle)
     {
         return result;
     }
+    removeLeftPreviews(mdt::socketDirectory());
     waitForClients();
     return 0;
 }

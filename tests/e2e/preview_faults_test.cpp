@@ -76,6 +76,12 @@ TEST_F(PreviewFaults, filesOfAServerGivePreviewsToo)
     EXPECT_EQ(previewer.get(HttpServer::refusedUri()).code, om::OM_ERROR_CONNECT_FAILED);
 }
 
+std::ptrdiff_t descriptorsOf(pid_t process)
+{
+    std::filesystem::directory_iterator const list("/proc/" + std::to_string(process) + "/fd");
+    return std::distance(list, std::filesystem::directory_iterator());
+}
+
 std::string playlist(std::string const& segment)
 {
     return "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:10\n#EXT-X-MEDIA-SEQUENCE:0\n#EXTINF:10.0,\n" + segment +
@@ -312,6 +318,7 @@ TEST_F(PreviewFaults, ofTwoHundredGoodAndBrokenFilesNothingIsLostAndNothingLeft)
                                            {"badcodec_only.mp4", false},
                                            {"v.ts", true}}};
     constexpr std::size_t kFiles = 200;
+    std::ptrdiff_t const before = descriptorsOf(m_service.pid());
     {
         Previewer previewer;
         std::map<unsigned int, Kind> asked;
@@ -332,6 +339,8 @@ TEST_F(PreviewFaults, ofTwoHundredGoodAndBrokenFilesNothingIsLostAndNothingLeft)
         EXPECT_EQ(ownFiles(), 100);
     }
     EXPECT_TRUE(eventually([this] { return ownFiles() == 0 && workers().empty(); }));
+    constexpr std::ptrdiff_t kNurseries = 1; // one socket to the process that makes previews
+    EXPECT_TRUE(eventually([&] { return descriptorsOf(m_service.pid()) <= before + kNurseries; }));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Previews as an application gets them: pictures and what is told of a medium.
 #include "support/preview_service.h"
+#include "support/temp_dir.h"
+#include "support/tool_process.h"
 #include "support/wait.h"
 
 #include <gmock/gmock.h>
@@ -365,6 +367,55 @@ TEST_F(Preview, aClientOfAnotherUserMayNotNameAFile)
     }
     ASSERT_EQ(seteuid(0), 0);
     ASSERT_EQ(setegid(0), 0);
+}
+
+TEST_F(Preview, theServiceKeepsOnlySoMuchUnlessItIsTakenAway)
+{
+    TempDir const folder;
+    std::string const noise = folder.path() + "/noise.jpg";
+    ToolProcess encoder({"/usr/bin/env", "ffmpeg", "-loglevel", "error", "-nostdin", "-f", "lavfi", "-i",
+                         "color=gray:s=2048x2048,noise=alls=100:allf=t", "-frames:v", "1", noise});
+    ASSERT_EQ(encoder.wait(), 0) << encoder.err();
+    Previewer previewer;
+    auto const ask = [&](Previewer::Properties properties)
+    {
+        properties.emplace_back("size", "2048x2048");
+        properties.emplace_back("format", "png");
+        return previewer.get(noise, 0, 0, properties);
+    };
+    std::uintmax_t kept = 0;
+    PreviewReply reply = ask({});
+    std::string const first = reply.path;
+    for (; reply.code == om::OM_ERROR_NONE; reply = ask({}))
+    {
+        kept += std::filesystem::file_size(reply.path);
+        ASSERT_LE(kept, 64U << 20U);
+    }
+    EXPECT_EQ(reply.code, om::OM_ERROR_LIMIT);
+    EXPECT_EQ(reply.at("text"), "too many pictures are kept for this tool");
+    EXPECT_GT(kept, 48U << 20U);
+    EXPECT_EQ(previewer.get(noise, 0, om::OM_PREVIEW_NO_PICTURE).code, om::OM_ERROR_NONE);
+    EXPECT_EQ(ask({{"output-path", folder.path() + "/mine.png"}}).code, om::OM_ERROR_NONE);
+
+    std::filesystem::copy(first, folder.path() + "/first.png");
+    std::filesystem::remove(first);
+    EXPECT_EQ(ask({}).code, om::OM_ERROR_NONE);
+    EXPECT_EQ(ask({}).code, om::OM_ERROR_LIMIT);
+}
+
+TEST(KilledService, leavesPreviewsToBeRemovedByTheNextOne)
+{
+    SocketDir const directory;
+    ServiceProcess service(serviceCommand());
+    ASSERT_TRUE(service.waitUntilReady());
+    Previewer previewer;
+    EXPECT_NE(previewer.get(media("v.mp4")).path, "");
+    service.signal(SIGKILL);
+    EXPECT_EQ(service.wait(), 128 + SIGKILL);
+    EXPECT_EQ(previewFiles(directory.path()), 1);
+    ServiceProcess next(serviceCommand());
+    ASSERT_TRUE(next.waitUntilReady());
+    EXPECT_EQ(previewFiles(directory.path()), 0);
 }
 
 TEST_F(Preview, theServicesOwnFilesGoWithTheToolAndWithTheConnection)

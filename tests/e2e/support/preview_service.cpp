@@ -29,10 +29,10 @@ std::vector<pid_t> childrenOf(pid_t parent)
 
 } // namespace
 
-int WithPreviews::ownFiles() const
+int previewFiles(std::string const& folder)
 {
     int count = 0;
-    for (auto const& entry : std::filesystem::directory_iterator(m_directory.path()))
+    for (auto const& entry : std::filesystem::directory_iterator(folder))
     {
         count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
     }

@@ -13,11 +13,13 @@
 namespace tz::orvane::test
 {
 
+/// @return how many pictures of a service's own are in its folder
+int previewFiles(std::string const& folder);
+
 class WithPreviews : public WithService
 {
 protected:
-    /// @return how many of the service's own pictures are there now
-    int ownFiles() const;
+    int ownFiles() const { return previewFiles(m_directory.path()); }
 
     /// @return the process that has the workers, 0 when there is none
     pid_t nursery() const;
