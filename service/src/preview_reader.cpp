@@ -3,6 +3,7 @@
 #include "preview_reader.h"
 
 #include "codec_map.h"
+#include "running_task.h"
 
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
@@ -21,6 +22,7 @@ namespace
 
 constexpr char kMemoryUri[] = "appsrc://";
 constexpr GstClockTime kNearTheEnd = GST_SECOND;
+constexpr GstClockTime kIdlePeriod = GST_SECOND / 2;
 
 std::string_view nameOf(GstCaps const* caps)
 {
@@ -179,9 +181,21 @@ GstPadProbeReturn PreviewReader::dropData(GstPad*, GstPadProbeInfo* info, gpoint
 
 std::optional<Fault> PreviewReader::waitForPreroll()
 {
+    bool wasIdle = false;
     while (true)
     {
-        MessagePtr const message(gst_bus_timed_pop(m_bus.get(), GST_CLOCK_TIME_NONE));
+        MessagePtr const message(gst_bus_timed_pop(m_bus.get(), m_context.network ? GST_CLOCK_TIME_NONE : kIdlePeriod));
+        if (message == nullptr)
+        {
+            // The error of a demuxer that fails while it is being put in its place is lost.
+            bool const isIdle = !isAnyTaskRunning(m_pipeline.get());
+            if (wasIdle && isIdle)
+            {
+                return Fault{om::OM_ERROR_BROKEN_FILE, "nothing in it can be read", ""};
+            }
+            wasIdle = isIdle;
+            continue;
+        }
         switch (GST_MESSAGE_TYPE(message.get()))
         {
         case GST_MESSAGE_ERROR:
