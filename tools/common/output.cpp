@@ -2,7 +2,7 @@
 // A tool's own standard output, which nothing else in the process writes to.
 #include "common/output.h"
 
-#include "common/write_all.h"
+#include "platform/src/write_all.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -55,7 +55,7 @@ Output::Silence::~Silence()
 
 bool Output::write(std::string_view text)
 {
-    return writeAll(m_fd.get(), text);
+    return platform::writeAll(m_fd.get(), text) == 0;
 }
 
 bool Output::isTerminal() const

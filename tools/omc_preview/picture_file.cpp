@@ -2,8 +2,8 @@
 // A picture's way from the service's file to the user's.
 #include "omc_preview/picture_file.h"
 
-#include "common/write_all.h"
 #include "platform/src/unique_fd.h"
+#include "platform/src/write_all.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -52,7 +52,7 @@ std::string replaceFile(std::string const& file, std::string_view content)
     std::string partial = (fs::path(file).parent_path() / ".omc-preview-XXXXXX").string();
     platform::UniqueFd const target(::mkostemp(partial.data(), O_CLOEXEC));
     bool const made = target.get() >= 0;
-    if (made && writeAll(target.get(), content) && ::fchmod(target.get(), usualMode()) == 0 &&
+    if (made && platform::writeAll(target.get(), content) == 0 && ::fchmod(target.get(), usualMode()) == 0 &&
         std::rename(partial.c_str(), file.c_str()) == 0)
     {
         return "";
