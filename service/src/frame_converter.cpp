@@ -77,7 +77,7 @@ bool FrameConverter::setUp(GstVideoInfo const& input, FrameOptions const& option
     return m_converter != nullptr;
 }
 
-FrameConverter::Result FrameConverter::convert(GstSample* sample, FrameOptions const& options, Frame& frame)
+FrameConverter::Result FrameConverter::convert(GstSample* sample, FrameOptions const& options, ConvertedFrame& frame)
 {
     GstVideoInfo input{};
     GstCaps* const caps = gst_sample_get_caps(sample);

@@ -15,7 +15,7 @@ namespace tz::orvane::service
 {
 
 /// A picture as it is handed over.
-struct Frame
+struct ConvertedFrame
 {
     PictureMemory memory;
     int width = 0;
@@ -41,7 +41,7 @@ public:
     };
 
     /// @param[out] frame its memory is used again
-    Result convert(GstSample* sample, FrameOptions const& options, Frame& frame);
+    Result convert(GstSample* sample, FrameOptions const& options, ConvertedFrame& frame);
 
 private:
     struct ReleaseConverter

@@ -180,7 +180,7 @@ void FrameStream::onFault(FrameConverter::Result result)
 void FrameStream::send()
 {
     m_converted = false;
-    Frame& frame = m_bench->frame;
+    ConvertedFrame& frame = m_bench->frame;
     m_events.frame(frame.memory,
                    {{om::OM_FRAME_KEY_FORMAT, frameFormatName(m_options.format)},
                     {om::OM_FRAME_KEY_WIDTH, std::to_string(frame.width)},

@@ -80,7 +80,7 @@ private:
     struct Bench
     {
         FrameConverter converter;
-        Frame frame;
+        ConvertedFrame frame;
     };
 
     FrameStream(FrameCourier& courier, PlayerEvents const& events, FrameOptions const& options);

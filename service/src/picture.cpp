@@ -114,7 +114,7 @@ void Picture::move(int right, int down)
         return;
     }
     Fitting const now = fitting();
-    Extent const extent = magnifiedSize(size, now);
+    ScreenExtent const extent = magnifiedSize(size, now);
     m_centerX = clampCenter(now.centerX, extent.width, now.area.width) - right / extent.width;
     m_centerY = clampCenter(now.centerY, extent.height, now.area.height) - down / extent.height;
     m_centerX = clampCenter(m_centerX, extent.width, now.area.width);

@@ -66,7 +66,7 @@ bool Placement::operator==(Placement const& other) const
            target == other.target && visible == other.visible;
 }
 
-Extent magnifiedSize(PictureSize const& picture, Fitting const& fitting)
+ScreenExtent magnifiedSize(PictureSize const& picture, Fitting const& fitting)
 {
     double const areaWidth = fitting.area.width;
     double const areaHeight = fitting.area.height;
@@ -97,7 +97,7 @@ Placement placePicture(PictureSize const& picture, Fitting const& fitting, Area 
     {
         return {};
     }
-    Extent const extent = magnifiedSize(picture, fitting);
+    ScreenExtent const extent = magnifiedSize(picture, fitting);
     Span const across = place({picture.width, extent.width, fitting.centerX, fitting.shift * fitting.area.width,
                                fitting.area.x, fitting.area.width, screen.width});
     Span const down = place(

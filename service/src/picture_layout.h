@@ -54,14 +54,14 @@ struct Placement
 };
 
 /// A size on the screen, in pixels.
-struct Extent
+struct ScreenExtent
 {
     double width;
     double height;
 };
 
 /// @return the size of the whole picture on the screen, whether it is seen or not
-Extent magnifiedSize(PictureSize const& picture, Fitting const& fitting);
+ScreenExtent magnifiedSize(PictureSize const& picture, Fitting const& fitting);
 
 /// @return the nearest center for which no part of the area stays empty that the picture could cover
 /// @param center of the picture along one axis @param extent of the picture @param length of the area
