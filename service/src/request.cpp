@@ -84,11 +84,14 @@ std::string_view Request::block(int index) const
 
 void Request::wipe()
 {
-    void* data = nullptr;
-    int size = 0;
-    for (int index = 0; m_message.read(index, &data, &size) == 0; ++index)
+    for (int index = 0; index < m_message.argCount(); ++index)
     {
-        OPENSSL_cleanse(data, static_cast<std::size_t>(size));
+        void* data = nullptr;
+        int size = 0;
+        if (m_message.argType(index) != mdt::MsgArgType::block && m_message.read(index, &data, &size) == 0)
+        {
+            OPENSSL_cleanse(data, static_cast<std::size_t>(size));
+        }
     }
 }
 

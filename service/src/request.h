@@ -78,7 +78,8 @@ public:
     /// The bytes where they are, for what is only copied on.
     std::string_view block(int index) const;
 
-    /// Overwrites all arguments: one of them held something secret.
+    /// Overwrites the arguments: one of them held something secret. Blocks stay: they may be in memory that is the
+    /// client's and only readable here, and nothing secret is taken from one.
     void wipe();
 
 private:

@@ -3,6 +3,7 @@
 #include "support/viewer.h"
 #include "support/wait.h"
 
+#include "orvane/om_idrm_agent.h"
 #include "orvane/omc_access.h"
 #include "orvane/platform/mdtc_messenger.h"
 
@@ -19,6 +20,7 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace tz::orvane::test
 {
@@ -177,6 +179,25 @@ TEST_F(Robustness, messagesThatNoProxyWouldSendAreRefused)
     EXPECT_EQ(post(cnid, 0x4001, protocol::kCmdGetPreviewRequestId), -ENOENT);
     EXPECT_EQ(viewer.state(), om::OM_STATE_PAUSED);
     EXPECT_EQ(other.state(), om::OM_STATE_NULL);
+}
+
+TEST_F(Robustness, aLicenseThatIsALargeBlockIsRefusedWhoeverItIsFor)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.connected());
+    unsigned int const cnid = viewer.connection().getClientID();
+    auto const agent = viewer.connection().createDrmAgent(om::OM_DRM_TYPE_CLEARKEY);
+    ASSERT_NE(agent, nullptr);
+    std::vector<char> license(9u << 20, 'x'); // more than the ring between both sides holds
+    for (unsigned int const object : {agent->getAgentID(), viewer.player().getPlayerID(), 0x6FFFu, 0u})
+    {
+        EXPECT_LT(post(cnid, object, protocol::kCmdDrmUpdateSession,
+                       [&](mdt::MsgData& msg)
+                       { msg.writeBlockData(license.data(), static_cast<int>(license.size())); }),
+                  0);
+        EXPECT_EQ(viewer.state(), om::OM_STATE_NULL);
+    }
+    viewer.connection().destroyDrmAgent(agent);
 }
 
 TEST_F(Robustness, whoeverAsksGetsAnAnswerAlsoWhenThePlayerGoes)

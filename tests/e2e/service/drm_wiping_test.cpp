@@ -17,6 +17,8 @@
 #include <cstring>
 #include <malloc.h>
 #include <new>
+#include <string_view>
+#include <sys/mman.h>
 
 namespace
 {
@@ -94,6 +96,8 @@ public:
         return s_found;
     }
 };
+
+constexpr std::size_t kPage = 4096;
 
 constexpr char kKey[] = R"({"kty":"oct","k":"tQ0bJVWb6b0KPL6KtZIy_A","kid":"LwVHf8JLtPrv2GUXFW2v_A"})";
 
@@ -236,6 +240,19 @@ protected:
                std::string(license.size(), '\0');
     }
 
+    /// Hands over a message whose license is a block, and so where the client has put it.
+    void handleBlock(unsigned int object, std::string_view license)
+    {
+        mdt::MsgData message(kCnid, static_cast<int>(object), protocol::kCmdDrmUpdateSession, protocol::kTypeQuery);
+        message.writeUInt32(1);
+        message.writeBlockData(const_cast<char*>(license.data()), static_cast<int>(license.size()));
+        message.writeData(kKey, sizeof kKey);
+        m_session.handle(message, mdt::MdtsCall());
+        void* behind = nullptr;
+        EXPECT_EQ(message.read(2, &behind, nullptr), 0);
+        EXPECT_EQ(std::string(static_cast<char const*>(behind), sizeof kKey), std::string(sizeof kKey, '\0'));
+    }
+
     unsigned int makeAgent()
     {
         mdt::MsgData create(kCnid, 0, protocol::kCmdCreateDrmAgent, protocol::kTypeQuery);
@@ -273,6 +290,18 @@ TEST_F(DrmWipedMessages, areAllThatBringLicensesWhoeverTheyWereFor)
     EXPECT_TRUE(isWiped(protocol::kPlayerIds.first, protocol::kCmdDrmUpdateSession)) << "a player takes no license";
     EXPECT_TRUE(isWiped(0, protocol::kCmdDrmUpdateSession));
     EXPECT_FALSE(isWiped(agent, protocol::kCmdDrmDecrypt)) << "not a license";
+}
+
+TEST_F(DrmWipedMessages, areNotWipedWhereTheyAreTheClientsMemory)
+{
+    unsigned int const agent = makeAgent();
+    void* const readable = mmap(nullptr, kPage, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(readable, MAP_FAILED);
+    for (unsigned int const object : {agent, agent + 1, protocol::kPlayerIds.first, 0U})
+    {
+        handleBlock(object, {static_cast<char const*>(readable), kPage});
+    }
+    munmap(readable, kPage);
 }
 
 } // namespace
