@@ -115,6 +115,10 @@ public:
 
     void run(std::uint8_t* data, std::size_t size)
     {
+        if (size < kBlock)
+        {
+            return; // setting up the cipher is what takes the time
+        }
         m_cipher.restart(m_info.iv);
         if (m_info.cryptBlocks == 0)
         {

@@ -17,6 +17,9 @@ namespace
 /// More keys than an agent can hold. Where so many come and go, all of them are looked at anew.
 constexpr std::size_t kMostSenses = 4096;
 
+/// With cbcs each one sets up the cipher anew.
+constexpr std::size_t kWorkOfSubsample = 256;
+
 std::size_t costOf(DrmGate::Unit const& unit)
 {
     std::size_t const described =
@@ -95,6 +98,16 @@ DrmGate::Unit DrmGate::take()
     m_bytes -= costOf(unit);
     m_units.pop_front();
     return unit;
+}
+
+std::size_t DrmGate::work() const
+{
+    if (m_units.empty())
+    {
+        return 0;
+    }
+    Unit const& unit = m_units.front();
+    return costOf(unit) + (unit.crypto ? unit.crypto->subsamples.size() * kWorkOfSubsample : 0);
 }
 
 bool DrmGate::tellsOfKey()

@@ -51,6 +51,9 @@ public:
     Front look(DrmAgents const& agents);
     Unit take();
 
+    /// @return about how many bytes could be decrypted in the time that the first unit takes; 0 when nothing waits
+    std::size_t work() const;
+
     /// @return how the first unit is protected, while it waits
     DrmCryptoInfo const& missing() const { return *m_units.front().crypto; }
 

@@ -29,6 +29,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace tz::orvane::service
@@ -217,6 +218,7 @@ private:
 
     // player_protection.cpp
     void passUnits(om::om_stream_type_e stream);
+    void passLater(om::om_stream_type_e stream);
     void deliver(om::om_stream_type_e stream, DrmGate::Unit unit);
     void tellOfKey(om::om_stream_type_e stream, DrmGate& gate);
     void noteKeyWait();
@@ -281,6 +283,7 @@ private:
     std::shared_ptr<Feed> m_audioFeed;
     std::optional<DrmGate> m_videoGate;
     std::optional<DrmGate> m_audioGate;
+    std::set<om::om_stream_type_e> m_passesLater; ///< streams whose units go on in the loop's next turn
     bool m_awaitsKey = false;
     bool m_overflowReported = false;
     std::shared_ptr<FrameStream> m_frames; ///< null: nobody wants them

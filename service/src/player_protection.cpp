@@ -8,6 +8,14 @@
 namespace tz::orvane::service
 {
 
+namespace
+{
+
+/// What one turn of the loop may do for a stream, as DrmGate::work counts it: others want theirs.
+constexpr std::size_t kMostWorkOfTurn = 1u << 20;
+
+} // namespace
+
 DrmGate* Player::gateOf(std::int32_t stream)
 {
     std::optional<DrmGate>& gate = stream == om::OM_STREAM_TYPE_VIDEO ? m_videoGate : m_audioGate;
@@ -20,11 +28,18 @@ void Player::keysChanged()
     passUnits(om::OM_STREAM_TYPE_AUDIO);
 }
 
-/// Hands on what need not wait.
+/// Hands on what need not wait: a part of it now, and the rest in turns to come.
 void Player::passUnits(om::om_stream_type_e stream)
 {
-    while (DrmGate* const gate = gateOf(stream))
+    std::size_t work = 0;
+    while (DrmGate* const gate = m_passesLater.count(stream) == 0 ? gateOf(stream) : nullptr)
     {
+        if (work >= kMostWorkOfTurn && !gate->empty())
+        {
+            passLater(stream);
+            return;
+        }
+        work += gate->work();
         switch (gate->look(*m_host.agents))
         {
         case DrmGate::Front::none:
@@ -47,6 +62,20 @@ void Player::passUnits(om::om_stream_type_e stream)
             break;
         }
     }
+}
+
+void Player::passLater(om::om_stream_type_e stream)
+{
+    m_passesLater.insert(stream);
+    m_host.loop.post(
+        [alive = std::weak_ptr<Player*>(m_alive), stream]
+        {
+            if (auto const self = alive.lock())
+            {
+                (*self)->m_passesLater.erase(stream);
+                (*self)->passUnits(stream);
+            }
+        });
 }
 
 void Player::deliver(om::om_stream_type_e stream, DrmGate::Unit unit)
