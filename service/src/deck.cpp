@@ -226,7 +226,7 @@ void Deck::fail(Fault const& fault)
 void Deck::hold(bool held)
 {
     m_held = held;
-    if (m_operation && !held)
+    if (m_operation && m_operation->returned && !held) // a call that does not return hangs, whoever holds it
     {
         m_loop.cancelTimer(m_operation->deadline);
         armDeadline();

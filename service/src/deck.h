@@ -87,7 +87,7 @@ public:
     void askPosition(std::chrono::milliseconds deadline, std::function<void(std::optional<std::int64_t>)> answer);
 
     /// While held, an operation may take as long as it likes: it waits for what only the application can bring. Its
-    /// deadline counts anew from the end of that.
+    /// deadline counts anew from the end of that. A call has to return in time all the same.
     void hold(bool held);
 
     bool busy() const { return m_operation.has_value(); }

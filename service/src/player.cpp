@@ -330,6 +330,7 @@ void Player::closeDeck()
     m_ended = false;
     m_endArrived = false;
     m_durationChanged = false;
+    m_settlesLater = false;
     m_videoFeed.reset();
     m_audioFeed.reset();
     m_videoGate.reset();
@@ -380,9 +381,20 @@ void Player::onDeckBuffering(int percent)
         return;
     }
     m_buffering = buffering;
-    if (m_phase == Phase::open && m_wantPlaying)
+    settleLater("buffering");
+}
+
+/// Settles when the commands in front are done, once however often this is called until then.
+void Player::settleLater(char const* reason)
+{
+    if (m_phase == Phase::open && m_wantPlaying && !std::exchange(m_settlesLater, true))
     {
-        append("buffering", [this] { settle([this] { finished(); }); });
+        append(reason,
+               [this]
+               {
+                   m_settlesLater = false;
+                   settle([this] { finished(); });
+               });
     }
 }
 

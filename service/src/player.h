@@ -227,6 +227,7 @@ private:
 
     void enqueue(char const* name, Then run);
     void append(char const* name, Then run);
+    void settleLater(char const* reason);
     void runNext();
     void finished();
     void refuse(om::om_error_e code, std::string const& text);
@@ -264,7 +265,8 @@ private:
     bool m_ended = false;
     bool m_endArrived = false;
     bool m_durationChanged = false;
-    bool m_fresh = false; ///< open and not moved yet
+    bool m_settlesLater = false; ///< among the commands that wait
+    bool m_fresh = false;        ///< open and not moved yet
     std::int64_t m_position = 0;
     PositionWaiters m_positionWaiters; ///< for the deck
     int m_speed;

@@ -112,10 +112,7 @@ void Player::noteKeyWait()
     }
     m_awaitsKey = awaits;
     m_deck->hold(awaits);
-    if (m_phase == Phase::open && m_wantPlaying)
-    {
-        append("key", [this] { settle([this] { finished(); }); });
-    }
+    settleLater("key");
 }
 
 /// A decoder that can do nothing with what was decrypted speaks of a broken stream.

@@ -104,6 +104,40 @@ TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultAndTheThreadIsGivenUp)
     EXPECT_TRUE(test::eventually([threads] { return test::runningThreads() < threads; }));
 }
 
+TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultHoweverOftenItIsHeld)
+{
+    std::promise<void> release;
+    auto const released = release.get_future().share();
+    m_deck->operate(
+        Deck::Kind::query, kShort,
+        [released](Pipeline&)
+        {
+            released.wait();
+            return CallResult::done;
+        },
+        [](Deck::Outcome) { FAIL() << "it has not returned"; });
+    int times = 100;
+    platform::EventLoop::TimerId timer = 0;
+    std::function<void()> const again = [&]
+    {
+        m_deck->hold(true);
+        m_deck->hold(false);
+        timer = m_loop.addTimer(kShort / 4, again);
+        if (--times == 0)
+        {
+            m_loop.stop();
+        }
+    };
+    again();
+    m_loop.run();
+    EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_INTERNAL);
+    m_loop.cancelTimer(timer);
+    release.set_value();
+    m_yard.take(std::move(m_deck), kLong);
+    m_yard.whenEmpty([this] { m_loop.stop(); });
+    m_loop.run();
+}
+
 TEST_F(DeckTest, aQuestionThatTheWorkerDoesNotComeToIsAFault)
 {
     std::promise<void> release;
