@@ -148,7 +148,8 @@ std::string writeLicenseRequest(DrmKeyIds const& ids)
 int readLicense(std::string_view text, DrmKeys& keys)
 {
     // A parser that finds a fault repeats what it has read in a message, and leaves its buffers as they are.
-    if (!nlohmann::json::accept(masked(text)))
+    // To it a NUL is the end of the text: what is to make it overwrite its buffers would stand behind that.
+    if (text.find('\0') != std::string_view::npos || !nlohmann::json::accept(masked(text)))
     {
         return -EINVAL;
     }

@@ -153,6 +153,8 @@ TEST(DrmWiping, ofLicensesThatAreTakenNothingIsLeft)
 TEST(DrmWiping, ofLicensesThatAreRefusedNothingIsLeft)
 {
     std::string const key = kKey;
+    std::string const keyAtTheEnd = R"({"kty":"oct","kid":"LwVHf8JLtPrv2GUXFW2v_A","k":"tQ0bJVWb6b0KPL6KtZIy_A"})";
+    constexpr char kNul = '\0';
     std::string const whole = licenseOf(key + "," + escapedKey(), ",\"other\":" + key);
     std::vector<std::string> texts{licenseOf(key, R"(,"type":"persistent-license")"),
                                    licenseOf(key, R"(,"type":1)"),
@@ -168,6 +170,10 @@ TEST(DrmWiping, ofLicensesThatAreRefusedNothingIsLeft)
                                    licenseOf(R"({"k":tQ0bJVWb6b0KPL6KtZIy_A})"),
                                    licenseOf(key, R"(,"tail":1e999)"),
                                    licenseOf(key) + "x",
+                                   licenseOf(key) + kNul,
+                                   licenseOf(keyAtTheEnd) + kNul,
+                                   licenseOf(keyAtTheEnd) + kNul + "more",
+                                   licenseOf(keyAtTheEnd + kNul),
                                    licenseOf(key) + ',' + licenseOf(key),
                                    licenseOf(key) + "],[" + licenseOf(key)};
     for (std::size_t size = 0; size < whole.size(); ++size)
