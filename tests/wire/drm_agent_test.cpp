@@ -239,6 +239,15 @@ TEST_F(DrmAgent, anAnswerThatIsNoBufferIsAFailedRead)
             EXPECT_THAT(
                 log.linesOf(placeOf(row.operation)),
                 ::testing::ElementsAre(kCalled, replyLine(row.code), resultLine(-71, 0, out), resultLine(-71, 0, out)));
+
+            size = 77;
+            log.clear();
+            EXPECT_EQ((m_agent.*row.boundedCall)(nullptr, 0, out, 3, size), -71);
+            EXPECT_EQ(size, 0u);
+            EXPECT_STREQ(out, "...");
+            EXPECT_THAT(
+                log.linesOf(placeOf(row.operation)),
+                ::testing::ElementsAre(kCalled, replyLine(row.code), resultLine(-71, 0, out), resultLine(-71, 0, out)));
         }
     }
 }
