@@ -29,10 +29,10 @@ std::size_t costOf(DrmGate::Unit const& unit)
 
 } // namespace
 
-bool DrmGate::push(Unit unit)
+bool DrmGate::push(Unit unit, std::size_t queued)
 {
     std::size_t const cost = costOf(unit);
-    if (m_bytes + cost > kFeedBytes)
+    if (m_bytes + queued + cost > kFeedBytes)
     {
         return false;
     }

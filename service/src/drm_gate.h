@@ -44,8 +44,9 @@ public:
     {
     }
 
-    /// @return false when too much waits
-    bool push(Unit unit);
+    /// @param queued bytes that wait where the units go
+    /// @return false when too much waits here and there
+    bool push(Unit unit, std::size_t queued);
 
     /// Decrypts the first unit if its key is there.
     Front look(DrmAgents const& agents);

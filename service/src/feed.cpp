@@ -265,6 +265,10 @@ void Feed::deliverEnd()
 
 std::size_t Feed::queued() const
 {
+    if (m_state == State::seeking || awaitsRestart())
+    {
+        return 0;
+    }
     if (m_state == State::starting)
     {
         return m_pendingBytes + m_pending.size() * kFeedBufferCost;

@@ -81,6 +81,9 @@ public:
     /// @return the byte that is expected next
     std::int64_t offset() const { return m_offset; }
 
+    /// @return bytes that wait, what each piece costs beside its data included; 0 while nothing is taken
+    std::size_t queued() const;
+
     bool seekable() const { return m_format == Format::time || m_size >= 0; }
 
 private:
@@ -100,7 +103,6 @@ private:
     void flush();
     void deliver(BufferPtr buffer);
     void deliverEnd();
-    std::size_t queued() const;
 
     std::shared_ptr<Link> m_link;
     Format m_format;

@@ -158,7 +158,7 @@ void Player::push(om::om_es_unit_t const& unit, std::optional<DrmCryptoInfo> cry
     {
         crypto.reset();
     }
-    if (!gate.push({size > 0 ? makeUnit(unit, data, size) : nullptr, std::move(crypto), ends}))
+    if (!gate.push({size > 0 ? makeUnit(unit, data, size) : nullptr, std::move(crypto), ends}, feed->queued()))
     {
         answerPush(Feed::Taken::full, "pushEsData", {{om::OM_KEY_STREAM, std::to_string(unit.stream_type)}});
         return;

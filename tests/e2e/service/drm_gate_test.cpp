@@ -3,6 +3,7 @@
 #include "drm_agents.h"
 #include "drm_decrypt.h"
 #include "drm_gate.h"
+#include "feed.h"
 
 #include "om_protocol.h"
 
@@ -12,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <optional>
+#include <utility>
 
 namespace tz::orvane::service
 {
@@ -70,7 +73,7 @@ protected:
         std::string frame("\xff\xf1 a frame of sound");
         EXPECT_EQ(decrypt(info, bytes, reinterpret_cast<std::uint8_t*>(frame.data()), frame.size()), 0);
         BufferPtr buffer(gst_buffer_new_memdup(frame.data(), frame.size()));
-        EXPECT_TRUE(m_gate.push({std::move(buffer), info, false}));
+        EXPECT_TRUE(m_gate.push({std::move(buffer), info, false}, 0));
         DrmGate::Front const front = m_gate.look(m_agents);
         m_gate.take();
         return front;
@@ -90,6 +93,11 @@ protected:
         return false;
     }
 
+    platform::EventLoop m_loop;
+    mdt::MdtsMessenger m_messenger;
+    DrmAgents m_agents;
+    DrmGate m_gate;
+
 private:
     void operate(std::uint32_t id, int code, std::string const& in = {})
     {
@@ -101,10 +109,6 @@ private:
     void onDisconnect(int) override {}
     void onMessage(mdt::MsgData&, mdt::MdtsCall const&) override {}
 
-    platform::EventLoop m_loop;
-    mdt::MdtsMessenger m_messenger;
-    DrmAgents m_agents;
-    DrmGate m_gate;
     unsigned int m_count = 0;
     std::uint64_t m_vector = 0;
 };
@@ -158,6 +162,48 @@ TEST_F(DrmGates, lookAtAKeyAnewWhenItsBytesAreOthers)
     update(agent, 'a', 'r');
     auto const right = [&] { return pass(agent, 'a', 'r'); };
     EXPECT_FALSE(isNoticed(right, right));
+}
+
+TEST_F(DrmGates, letNothingInThatTheFeedWillNotTake)
+{
+    constexpr std::size_t kSize = 4u << 20;
+    std::string const data = "\xff\xf1" + std::string(kSize - 2, 'x');
+    auto const unit = [&](bool isProtected)
+    {
+        DrmCryptoInfo info;
+        info.agent = protocol::kDrmAgentIds.first;
+        info.keyId.fill('a');
+        info.subsamples = {{kSize, 0}};
+        return DrmGate::Unit{BufferPtr(gst_buffer_new_memdup(data.data(), kSize)),
+                             isProtected ? std::optional(info) : std::nullopt, false};
+    };
+    Feed feed(m_loop, Feed::Format::time, -1, [](FeedNews const&) {});
+    auto const pass = [&]
+    {
+        int passed = 0;
+        while (m_gate.look(m_agents) == DrmGate::Front::ready)
+        {
+            DrmGate::Unit taken = m_gate.take();
+            EXPECT_EQ(feed.push(kSize, [&] { return std::move(taken.buffer); }), Feed::Taken::yes);
+            ++passed;
+        }
+        return passed;
+    };
+    std::uint32_t const agent = makeAgent();
+    for (int clear = 0; clear < 6; ++clear)
+    {
+        EXPECT_TRUE(m_gate.push(unit(false), feed.queued()));
+    }
+    EXPECT_EQ(pass(), 6);
+    int waiting = 0;
+    while (m_gate.push(unit(true), feed.queued()))
+    {
+        ++waiting;
+    }
+    EXPECT_EQ(waiting, 9) << "as much as the feed has room for";
+    EXPECT_EQ(pass(), 0);
+    update(agent, 'a', 'r');
+    EXPECT_EQ(pass(), waiting);
 }
 
 } // namespace
