@@ -3,6 +3,7 @@
 #include "support/drm_user.h"
 #include "support/frame_keeper.h"
 #include "support/protected_film.h"
+#include "support/tool_process.h"
 #include "support/wait.h"
 
 #include <gmock/gmock.h>
@@ -34,13 +35,18 @@ protected:
     std::string m_film = protectedFilm();
 };
 
+bool isEvent(Note const& note, om::om_event_e event)
+{
+    return note.kind == Note::Kind::event && note.code == static_cast<int>(event);
+}
+
 /// The streams of which was told that they wait for a key, in the order of their numbers.
 std::vector<long long> streamsThatWaited(Viewer& viewer)
 {
     std::vector<long long> streams;
     for (Note const& note : viewer.recorder().notes())
     {
-        if (note.kind == Note::Kind::event && note.code == om::OM_EVENT_KEY_NEEDED)
+        if (isEvent(note, om::OM_EVENT_KEY_NEEDED))
         {
             streams.push_back(note.number(om::OM_KEY_STREAM));
         }
@@ -79,7 +85,7 @@ TEST_F(DrmPlayback, withTheKeysAFilmPlaysAndCanBeSought)
     for (Note const& note : viewer.recorder().notes())
     {
         EXPECT_NE(note.kind, Note::Kind::error);
-        EXPECT_FALSE(note.kind == Note::Kind::event && note.code == om::OM_EVENT_KEY_NEEDED);
+        EXPECT_FALSE(isEvent(note, om::OM_EVENT_KEY_NEEDED));
     }
     om::om_drm_metrics_t metrics{};
     ASSERT_EQ(user.call(&om::OmIDrmAgent::getMetrics), 0);
@@ -280,6 +286,87 @@ TEST_F(DrmPlayback, whatWaitsForAKeyIsBounded)
     EXPECT_EQ(error->code, om::OM_ERROR_LIMIT);
     viewer.player().stop(); // lets go of all that waits
     EXPECT_TRUE(viewer.recorder().takeState(om::OM_STATE_READY));
+}
+
+/// Sound that any bytes may be the beginning of.
+class Noise
+{
+public:
+    explicit Noise(Viewer& viewer)
+        : m_viewer(viewer)
+    {
+        om::om_es_format_t format{};
+        format.codec = om::OM_AUDIO_CODEC_MPEG1_LAYER3;
+        format.sample_rate = 48'000;
+        format.channels = 2;
+        m_unit.stream_type = om::OM_STREAM_TYPE_AUDIO;
+        m_unit.duration = 24'000;
+        m_viewer.player().openEsMedia(nullptr, 0, &format, sizeof format, nullptr, 0);
+    }
+
+    void push(std::string const& data, std::string const& crypto = {}, unsigned int flags = 0)
+    {
+        m_unit.flags = flags;
+        m_viewer.player().pushEsData(data.data(), static_cast<unsigned int>(data.size()), &m_unit, sizeof m_unit,
+                                     crypto.data(), static_cast<unsigned int>(crypto.size()), nullptr, 0);
+        m_unit.pts = m_unit.dts += m_unit.duration;
+    }
+
+    void pushSong(unsigned int flags = 0)
+    {
+        std::string const song = fileContent(media("a.mp3"));
+        for (std::size_t at = 0; at < song.size(); at += kPiece)
+        {
+            push(song.substr(at, kPiece), {}, std::exchange(flags, 0));
+        }
+    }
+
+private:
+    static constexpr std::size_t kPiece = 384;
+
+    Viewer& m_viewer;
+    om::om_es_unit_t m_unit{};
+};
+
+TEST_F(DrmPlayback, keysThatComeAndGoDuringASeekAreFollowedOnce)
+{
+    Viewer viewer;
+    DrmUser user(viewer);
+    Noise sound(viewer);
+    sound.pushSong();
+    viewer.player().start(0);
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));
+    viewer.player().seek(1'000, om::OM_SEEK_DEFAULT);
+    auto const isSought = [](Note const& note)
+    { return isEvent(note, om::OM_EVENT_NEED_DATA) && note.number(om::OM_KEY_POSITION) >= 0; };
+    ASSERT_TRUE(viewer.recorder().take(isSought));
+    sound.push("nothing", {}, om::OM_ES_DISCONTINUITY);
+    om::om_drm_crypto_t crypto{};
+    crypto.agent = user.agent().getAgentID();
+    crypto.scheme = om::OM_DRM_SCHEME_CENC;
+    crypto.iv_size = 8;
+    constexpr int kTimes = 100;
+    for (int time = 0; time < kTimes; ++time)
+    {
+        sound.push("noise", bytesOf(crypto));
+        std::uint32_t const session = user.openSession();
+        ASSERT_EQ(
+            user.license(session,
+                         R"({"keys":[{"kty":"oct","k":"AAAAAAAAAAAAAAAAAAAAAA","kid":"AAAAAAAAAAAAAAAAAAAAAA"}]})"),
+            0);
+        ASSERT_EQ(user.call(&om::OmIDrmAgent::closeSession, bytesOf(om::om_drm_session_t{session})), 0);
+    }
+    sound.pushSong();
+    ASSERT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE));
+    viewer.player().pause();
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED));
+    auto const notes = viewer.recorder().notes();
+    auto const isDone = [](Note const& note) { return isEvent(note, om::OM_EVENT_SEEK_DONE); };
+    auto const done = std::find_if(notes.begin(), notes.end(), isDone);
+    auto const isState = [](Note const& note) { return note.kind == Note::Kind::state; };
+    EXPECT_LT(std::count_if(done, notes.end(), isState), kTimes / 10);
+    auto const isNeeded = [](Note const& note) { return isEvent(note, om::OM_EVENT_KEY_NEEDED); };
+    EXPECT_EQ(std::count_if(notes.begin(), notes.end(), isNeeded), kTimes);
 }
 
 } // namespace
