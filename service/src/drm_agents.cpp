@@ -17,7 +17,7 @@ namespace
 constexpr std::size_t kMostAgents = 16;
 
 /// What a crash leaves behind would hold keys. With a limit of 1 the kernel writes neither a file nor to a program;
-/// with 0 it would still start that.
+/// with 0, which a hard limit of 0 leaves, it would still start that.
 void forbidCoreDumps()
 {
     constexpr rlim_t kNone = 1;
