@@ -34,7 +34,7 @@ public:
         none,    ///< nothing waits
         ready,   ///< take it
         noKey,   ///< it waits on
-        noSense, ///< its key is wrong
+        noSense, ///< nor did other units with its key: that is wrong. Do not look again at what is decrypted now
         failed   ///< it cannot be decrypted; take it and throw it away
     };
 

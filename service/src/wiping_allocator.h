@@ -30,7 +30,8 @@ public:
     template <class Other> bool operator!=(WipingAllocator<Other> const&) const noexcept { return false; }
 };
 
-/// Texts of up to 15 characters are not on the heap, and not wiped: keys are longer.
+/// Texts of up to 15 characters are not on the heap, and not wiped. Keys are longer, and no text holds only a part of
+/// one.
 using WipedText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 
 } // namespace tz::orvane::service
