@@ -213,9 +213,30 @@ bool readTrack(std::string_view trak, Track& track)
            readEntry(findPath(mdia, {"minf", "stbl", "stsd"}), track);
 }
 
+/// Reads what the fragments leave out.
+void readDefaults(std::string_view mvex, std::vector<Track>& tracks)
+{
+    while (auto const box = nextBox(mvex))
+    {
+        Reader reader(box->type == "trex" ? box->content : std::string_view());
+        reader.take(4);
+        std::uint32_t const id = reader.word();
+        reader.take(4);
+        for (Track& track : tracks)
+        {
+            if (track.id == id && reader.good())
+            {
+                track.sampleDuration = reader.word();
+                track.sampleSize = reader.word();
+                track.sampleFlags = reader.word();
+            }
+        }
+    }
+}
+
 void readMovie(std::string_view moov, Film& film)
 {
-    while (auto const box = nextBox(moov))
+    for (std::string_view rest = moov; auto const box = nextBox(rest);)
     {
         Track track;
         if (box->type == "pssh")
@@ -227,6 +248,7 @@ void readMovie(std::string_view moov, Film& film)
             film.tracks.push_back(track);
         }
     }
+    readDefaults(find(moov, "mvex"), film.tracks);
 }
 
 // Flags of tfhd and trun.
@@ -271,11 +293,12 @@ public:
         m_track = static_cast<std::size_t>(track - m_film.tracks.begin());
         m_base = (flags & kBaseOffset) != 0 ? head.number(8) : m_moofAt;
         head.take((flags & kDescription) != 0 ? 4 : 0);
-        m_duration = (flags & kDefaultDuration) != 0 ? head.word() : 0;
-        m_size = (flags & kDefaultSize) != 0 ? head.word() : 0;
-        m_flags = (flags & kDefaultFlags) != 0 ? head.word() : 0;
-        Reader time(find(traf, "tfdt"));
-        m_time = time.word() >> 24U == 1 ? time.number(8) : time.word();
+        m_duration = (flags & kDefaultDuration) != 0 ? head.word() : track->sampleDuration;
+        m_size = (flags & kDefaultSize) != 0 ? head.word() : track->sampleSize;
+        m_flags = (flags & kDefaultFlags) != 0 ? head.word() : track->sampleFlags;
+        std::string_view const tfdt = find(traf, "tfdt");
+        Reader time(tfdt);
+        m_time = tfdt.empty() ? track->end : (time.word() >> 24U == 1 ? time.number(8) : time.word());
         std::size_t const first = m_film.samples.size();
         for (std::string_view rest = traf; auto const box = nextBox(rest);)
         {
@@ -284,6 +307,7 @@ public:
                 return false;
             }
         }
+        track->end = m_time;
         std::string_view const senc = find(traf, "senc");
         bool const isAllTheSame = track->scheme == 0 || (senc.empty() && track->ivSize == 0);
         return head.good() && time.good() && (isAllTheSame || readVectors(senc, first));

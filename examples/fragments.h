@@ -24,6 +24,12 @@ struct Track
     std::string codecData;
     std::uint32_t timescale = 0; ///< ticks a second
 
+    // Of samples, where a fragment does not tell.
+    std::uint32_t sampleDuration = 0;
+    std::uint32_t sampleSize = 0;
+    std::uint32_t sampleFlags = 0;
+    std::uint64_t end = 0; ///< ticks, of the samples that were read: where a fragment without a time goes on
+
     // Of a protected track.
     std::uint32_t scheme = 0; ///< om_drm_scheme_e, 0: not protected
     std::string keyId;
