@@ -10,7 +10,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 using namespace tz::orvane;
 
@@ -44,7 +43,12 @@ void bringKey(om::OmIDrmAgent& agent, std::string const& session, std::string co
     auto const hasKey = [&]
     {
         std::string const usable = keyId + bytesOf(om::OM_DRM_KEY_USABLE); // an om_drm_key_status_t
-        return ask(agent, &om::OmIDrmAgent::getKeyStatuses, session).find(usable) != std::string::npos;
+        std::string keys = ask(agent, &om::OmIDrmAgent::getKeyStatuses, session);
+        while (!keys.empty() && keys.compare(0, usable.size(), usable) != 0)
+        {
+            keys.erase(0, usable.size());
+        }
+        return !keys.empty();
     };
     if (hasKey())
     {
@@ -54,16 +58,6 @@ void bringKey(om::OmIDrmAgent& agent, std::string const& session, std::string co
     std::cout << "license request: " << ask(agent, &om::OmIDrmAgent::generateKeyRequest, head + initData) << std::endl;
     ask(agent, &om::OmIDrmAgent::updateSession, session + license); // what a license server would answer
     require(hasKey(), "the license has no key for the film");
-}
-
-void push(om::OmIMediaPlayer& player, std::vector<example::Unit> const& units)
-{
-    for (example::Unit const& unit : units)
-    {
-        require(player.pushEsData(unit.data.data(), unit.data.size(), &unit.timing, sizeof unit.timing,
-                                  unit.crypto.data(), unit.crypto.size(), nullptr, 0) >= 0,
-                "a unit cannot be sent");
-    }
 }
 
 void play(om::OmIConnection& connection, example::Events& events, example::FilmReader& film, std::string const& license)
@@ -85,7 +79,12 @@ void play(om::OmIConnection& connection, example::Events& events, example::FilmR
     {
         if (event.code == om::OM_EVENT_NEED_DATA)
         {
-            push(*player, film.next(event.stream, agent->getAgentID()));
+            for (example::Unit const& unit : film.next(event.stream, agent->getAgentID()))
+            {
+                require(player->pushEsData(unit.data.data(), unit.data.size(), &unit.timing, sizeof unit.timing,
+                                           unit.crypto.data(), unit.crypto.size(), nullptr, 0) >= 0,
+                        "a unit cannot be sent");
+            }
         }
         else if (event.code == om::OM_EVENT_KEY_NEEDED)
         {
