@@ -15,10 +15,14 @@ packages_of() {
     test)
         packages_of play
         echo googletest libbenchmark-dev libgstrtspserver-1.0-dev libpng-dev ffmpeg libimage-exiftool-perl openssl
+        packages_of abi
+        ;;
+    abi)
+        packages_of build
         echo abigail-tools
         ;;
     package) echo dpkg-dev lintian debootstrap ;;
-    arm) echo g++-arm-linux-gnueabihf qemu-user abigail-tools ;;
+    arm) echo g++-arm-linux-gnueabihf qemu-user ;;
     fuzz) echo clang libclang-rt-14-dev libglib2.0-dev libexif-dev libssl-dev nlohmann-json3-dev ;;
     tidy) echo clang-tidy clang-format doxygen git ;;
     *)
