@@ -6,6 +6,8 @@
 
 using namespace tz::orvane;
 
+static_assert(__cplusplus >= 201703L, "whoever links the library gets the language that its headers need");
+
 int main()
 {
     om::OmPropertyGroup group;
