@@ -105,7 +105,9 @@ public:
         m_appName = name;
     }
 
-    /// Makes a DRM agent; waits for the service. @return the agent, shared with this connection; empty on failure
+    /// Makes a DRM agent; waits for the service.
+    /// @param drmType om_drm_type_e of om_service.h
+    /// @return the agent, shared with this connection; empty on failure
     virtual std::shared_ptr<OmIDrmAgent> createDrmAgent(unsigned int drmType) = 0;
 
     /// @return the agent with this id (0x6000 to 0x6FFF), empty when there is none

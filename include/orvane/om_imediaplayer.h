@@ -176,10 +176,10 @@ public:
     /// @param[out] info the subtitle tracks @return negative when there was no answer
     virtual int getSubtitleTrackInfo(om_stream_info_group_t& info) = 0;
 
-    /// Chooses the subtitles. @param no a number of the list of subtitle tracks, from 0
+    /// Chooses the subtitles. @param no a number of the list of subtitle tracks, from 0; OM_TRACK_NONE for none
     virtual int setSubtitleTrackNo(unsigned int no) = 0;
 
-    /// @param[out] no the subtitle track that is shown @return negative when there was no answer
+    /// @param[out] no the subtitle track that is shown, or OM_TRACK_NONE @return negative when there was no answer
     virtual int getSubtitleTrackNo(unsigned int& no) = 0;
 
     /// Shows or hides subtitles. @param visible 0: hidden, else shown

@@ -77,7 +77,10 @@ public:
     virtual void onPlayTimeUpdated(om::OmIMediaPlayer* player, unsigned int reqId, long long const& currPos,
                                    om::OmPropertyGroup const& props);
 
-    /// @param size bytes behind `data`
+    /// A decoded picture of a medium that was prepared with OM_PREPARE_KEY_FRAME_INFO.
+    /// @param data  its pixels, row by row as `props` describes them
+    /// @param size  bytes of them
+    /// @param props OM_FRAME_KEY_...
     virtual void onFrameInfoUpdated(om::OmIMediaPlayer* player, unsigned int reqId, void* data, int size,
                                     om::OmPropertyGroup const& props);
 
@@ -91,7 +94,7 @@ class ORVANE_API OmcIPreviewToolListener
 public:
     /// A request is done.
     /// @param reqId       as getRequestID gave it before the request
-    /// @param res         0, or negative on failure
+    /// @param res         OM_ERROR_NONE, or another om_error_e
     /// @param output_path where the picture is
     /// @param props       what else is known
     virtual void onPreviewInfoReply(om::OmIPreviewTool* tool, unsigned int reqId, int res,
