@@ -92,7 +92,9 @@ inline std::string protocolPage()
         "What the library and the media service \"" +
         std::string(kServiceName) +
         "\" say to each other. This page is made from\n"
-        "`protocol/om_protocol.h`: `build/dev/protocol/print_protocol_page > docs/protocol.md`.\n\n"
+        "`protocol/om_protocol.h`:\n\n"
+        "    cmake --preset dev && cmake --build build/dev --target print_protocol_page &&\n"
+        "        build/dev/protocol/print_protocol_page > docs/protocol.md\n\n"
         "Each message carries the id of a connection, the id of an object (0: the connection itself), a code, "
         "a type, and\narguments in order. Object and direction belong to a code: the same number means "
         "different things elsewhere.\n\n"
