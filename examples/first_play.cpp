@@ -4,6 +4,7 @@
 
 #include <future>
 #include <iostream>
+#include <string>
 
 using namespace tz::orvane;
 
@@ -52,6 +53,8 @@ int main(int argc, char** argv)
     player->addListener(&listener);
     om::OmPropertyGroup properties;
     player->prepare(argv[1], properties, om::OM_PREPARE_AUTO_START);
-    std::cout << listener.end.get_future().get() << "\n";
+    std::string const result = listener.end.get_future().get();
+    std::cout << result << "\n";
     omc::OmcClientAccess::getApp(0)->destroyConnection(connection); // the player goes with it
+    return result == "played" ? 0 : 1;
 }
