@@ -53,13 +53,21 @@ install(
   COMPONENT development)
 
 file(RELATIVE_PATH prefix_from_pkgconfig "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
 configure_file(packaging/orvane-omc.pc.in packaging/orvane-omc.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/orvane-omc.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
 if(ORVANE_SERVICE)
   install(TARGETS orvane-media-service RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT service)
   orvane_manual(orvane-media-service.1 service)
-  configure_file(packaging/systemd/orvane-media-service.service.in packaging/orvane-media-service.service @ONLY)
+  # Only whoever installs knows for certain where the program goes.
+  install(
+    CODE "set(program \"${CMAKE_INSTALL_BINDIR}/orvane-media-service\")
+cmake_path(ABSOLUTE_PATH program BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+cmake_path(ABSOLUTE_PATH program NORMALIZE)
+configure_file(\"${PROJECT_SOURCE_DIR}/packaging/systemd/orvane-media-service.service.in\"
+               \"${PROJECT_BINARY_DIR}/packaging/orvane-media-service.service\" @ONLY)"
+    COMPONENT service)
   install(FILES packaging/systemd/orvane-media-service.socket "${PROJECT_BINARY_DIR}/packaging/orvane-media-service.service"
           DESTINATION "${ORVANE_UNIT_DIR}" COMPONENT service)
 endif()

@@ -6,18 +6,20 @@ set(CPACK_PACKAGE_VENDOR "Orvane")
 set(CPACK_PACKAGE_CONTACT "Orvane maintainers <maintainers@orvane.example.org>")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_SET_DESTDIR ON)
-set(CPACK_COMPONENTS_ALL library development service tools)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL "")
 
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/client")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=") # the soname tells what no longer fits
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 # orvane_debian_package(COMPONENT NAME SECTION SUMMARY DESCRIPTION)
 function(orvane_debian_package component name section summary description)
   string(TOUPPER ${component} key)
+  set(CPACK_COMPONENTS_ALL ${CPACK_COMPONENTS_ALL} ${component} PARENT_SCOPE)
   set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
   set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
   set(CPACK_COMPONENT_${key}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
@@ -36,12 +38,16 @@ orvane_debian_package(
 orvane_debian_package(
   development liborvane-omc-dev libdevel "client library of the Orvane media service (development files)"
   "Headers, CMake package and pkg-config file for applications that link\nliborvane-omc.")
-orvane_debian_package(
-  service orvane-media-service video "reference media service on GStreamer"
-  "Plays what applications ask for through the Orvane client library, on a\nworkstation in place of a television.")
-orvane_debian_package(
-  tools orvane-tools video "command-line tools of the Orvane media service"
-  "omc-play plays files and URIs on a terminal, and tells what is known of them;\nomc-preview makes pictures of them.")
+if(ORVANE_SERVICE)
+  orvane_debian_package(
+    service orvane-media-service video "reference media service on GStreamer"
+    "Plays what applications ask for through the Orvane client library, on a\nworkstation in place of a television.")
+endif()
+if(ORVANE_TOOLS)
+  orvane_debian_package(
+    tools orvane-tools video "command-line tools of the Orvane media service"
+    "omc-play plays files and URIs on a terminal, and tells what is known of them;\nomc-preview makes pictures of them.")
+endif()
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "liborvane-omc1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
