@@ -163,7 +163,7 @@ TEST_F(Photos, onlyAPhotoIsMoved)
 bool appears(Viewer& viewer, om::om_image_animation_e animation, std::function<bool(Picture const&)> const& onItsWay)
 {
     viewer.player().setAnimation(animation);
-    if (!viewer.open(media("p.jpg"), om::OM_PREPARE_DEFAULT, {{om::OM_PREPARE_KEY_ANIMATION, "3000"}}))
+    if (!viewer.open(media("p.jpg"), om::OM_PREPARE_DEFAULT, {{om::OM_PREPARE_KEY_ANIMATION, "5000"}}))
     {
         return false;
     }
