@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The preview tool as a user and a script meet it.
 #include "support/place.h"
+#include "support/preview_service.h"
 #include "support/previewer.h"
 #include "support/tool_process.h"
 #include "support/wait.h"
@@ -14,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace tz::orvane::test
@@ -27,11 +29,6 @@ using testing::Not;
 using testing::StartsWith;
 
 constexpr char kTool[] = ORVANE_E2E_BINARIES "/tools/omc-preview";
-
-std::string media(std::string const& name)
-{
-    return ORVANE_E2E_MEDIA "/" + name;
-}
 
 class OmcPreview : public testing::Test
 {
@@ -74,14 +71,35 @@ protected:
     }
 
     /// Files of the service's own.
-    int picturesOfTheService() const
+    int picturesOfTheService() const { return previewFiles(m_place.path()); }
+
+    std::uintmax_t bytesOfTheService() const
     {
-        int count = 0;
+        std::uintmax_t bytes = 0;
         for (auto const& entry : std::filesystem::directory_iterator(m_place.path()))
         {
-            count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
+            std::error_code gone;
+            bool const isPicture = entry.path().filename().string().rfind("preview-", 0) == 0;
+            std::uintmax_t const size = isPicture ? std::filesystem::file_size(entry.path(), gone) : 0;
+            bytes += gone ? 0 : size;
         }
-        return count;
+        return bytes;
+    }
+
+    /// @return whether the service makes no picture now
+    bool isServiceIdle() const
+    {
+        for (pid_t const service : m_place.services())
+        {
+            for (pid_t const nursery : childrenOf(service))
+            {
+                if (!childrenOf(nursery).empty())
+                {
+                    return false;
+                }
+            }
+        }
+        return true;
     }
 
     Place m_place;
@@ -242,6 +260,24 @@ TEST_F(OmcPreview, theServiceNeverHasManyPicturesOfARun)
     tool.signal(SIGCONT);
     EXPECT_EQ(tool.wait(), 0) << tool.err();
     EXPECT_EQ(files().size(), 80u);
+}
+
+TEST_F(OmcPreview, getsMorePicturesThanTheServiceHasRoomFor)
+{
+    makeNoise(inFolder("noise.jpg"));
+    std::vector<std::string> arguments(8, inFolder("noise.jpg"));
+    arguments.insert(arguments.end(), {"--size", "2048x2048", "--format", "png", "-o", inFolder("made/")});
+    ToolProcess tool(command(arguments));
+    ASSERT_TRUE(eventually([this] { return bytesOfTheService() > 0; })); // it has long asked for all of them
+    tool.signal(SIGSTOP);                                                // and takes none of them away
+    for (int const count : {3, 5})                                       // each takes its time
+    {
+        ASSERT_TRUE(eventually([this, count] { return picturesOfTheService() >= count; }));
+    }
+    ASSERT_TRUE(eventually([this] { return isServiceIdle(); }));
+    tool.signal(SIGCONT);
+    EXPECT_EQ(tool.wait(), 0) << tool.err();
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(inFolder("made")), {}), 8);
 }
 
 TEST_F(OmcPreview, replacesNoneOfItsMedia)

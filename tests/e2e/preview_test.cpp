@@ -373,9 +373,7 @@ TEST_F(Preview, theServiceKeepsOnlySoMuchUnlessItIsTakenAway)
 {
     TempDir const folder;
     std::string const noise = folder.path() + "/noise.jpg";
-    ToolProcess encoder({"/usr/bin/env", "ffmpeg", "-loglevel", "error", "-nostdin", "-f", "lavfi", "-i",
-                         "color=gray:s=2048x2048,noise=alls=100:allf=t", "-frames:v", "1", noise});
-    ASSERT_EQ(encoder.wait(), 0) << encoder.err();
+    makeNoise(noise);
     Previewer previewer;
     auto const ask = [&](Previewer::Properties properties)
     {

@@ -8,6 +8,7 @@
 #include "orvane/om_service.h"
 #include "presentation/media_uri.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -29,8 +30,7 @@ namespace tz::orvane::tools
 namespace
 {
 
-constexpr std::size_t kMostAsked = 32;        ///< so that an interruption has little to undo
-constexpr std::size_t kMostAskedOfATool = 64; ///< it keeps their pictures until it goes
+constexpr std::size_t kMostAsked = 32; ///< so that an interruption has little to undo
 constexpr char kSheetTimeout[] = "120000";
 constexpr std::string_view kClearLine = "\r\x1b[K";
 
@@ -86,10 +86,12 @@ PreviewRun::PreviewRun(PreviewOptions const& options, Output& output, Signals& s
     , m_signals(signals)
     , m_names(options.format)
     , m_done(options.media.size(), false)
+    , m_mostAsked(kMostAsked)
     , m_showsProgress(options.media.size() > 1 && hasTerminal())
 {
     for (std::string const& uri : options.media)
     {
+        m_waiting.push_back(m_outcomes.size());
         m_outcomes.push_back({uri, 0, "", {}});
         if (auto const file = identityOf(localFile(uri)))
         {
@@ -159,66 +161,55 @@ int PreviewRun::run(om::OmIConnection& connection)
     return m_failed ? kExitFailed : kExitDone;
 }
 
-/// The service keeps the pictures of a tool until that goes: another one takes its place.
 /// @return false when there is none
 bool PreviewRun::takeTool()
 {
-    if (m_tool != nullptr)
-    {
-        m_connection->destroyPreviewTool();
-    }
     m_tool = m_connection->createPreviewTool(nullptr);
     if (m_tool != nullptr)
     {
         m_tool->setListener(&m_replies);
     }
-    m_askedOfTool = 0;
     return m_tool != nullptr;
 }
 
 /// @return false when the service is gone
 bool PreviewRun::askMore()
 {
-    if (m_askedOfTool == kMostAskedOfATool)
-    {
-        if (!m_asked.empty())
-        {
-            return true;
-        }
-        if (!takeTool())
-        {
-            return false;
-        }
-    }
     om::OmPropertyGroup properties;
     fillProperties(m_options, properties);
     // A sheet is looked at as a whole: frames that repeat because key frames are rare would be of no use.
     bool const exact = m_options.exact || m_options.sheetFrames > 0;
     int const flags = (m_options.output.empty() ? om::OM_PREVIEW_NO_PICTURE : 0) | (exact ? om::OM_PREVIEW_EXACT : 0);
     auto const mode = m_options.place.inPercent ? om::OM_LOCATION_MODE_PERCENT : om::OM_LOCATION_MODE_TIME;
-    for (; m_next < m_outcomes.size() && m_asked.size() < kMostAsked && m_askedOfTool < kMostAskedOfATool;
-         ++m_next, ++m_askedOfTool)
+    while (!m_waiting.empty() && m_asked.size() < m_mostAsked)
     {
+        std::size_t const index = m_waiting.front();
         unsigned int const id = m_tool->getRequestID();
         if (id == 0 ||
-            m_tool->requestPreviewInfo(m_outcomes[m_next].uri, mode, m_options.place.position, flags, properties) < 0)
+            m_tool->requestPreviewInfo(m_outcomes[index].uri, mode, m_options.place.position, flags, properties) < 0)
         {
             return false;
         }
-        m_asked[id] = m_next;
+        m_waiting.pop_front();
+        m_asked[id] = {index, m_mostAsked == 1};
     }
     return true;
 }
 
 void PreviewRun::accept(Reply const& reply)
 {
-    auto const asked = m_asked.find(reply.id);
-    if (asked == m_asked.end())
+    auto const found = m_asked.find(reply.id);
+    if (found == m_asked.end())
     {
         return;
     }
-    std::size_t const index = asked->second;
-    m_asked.erase(asked);
+    Asked const asked = found->second;
+    m_asked.erase(found);
+    if (asksAgain(asked, reply))
+    {
+        return;
+    }
+    std::size_t const index = asked.index;
     PreviewOutcome& outcome = m_outcomes[index];
     outcome.code = static_cast<unsigned int>(reply.code);
     outcome.properties = reply.properties;
@@ -237,6 +228,19 @@ void PreviewRun::accept(Reply const& reply)
     ++m_finished;
 }
 
+/// Pictures that nobody has taken yet may fill the service: then fewer are on their way at a time.
+bool PreviewRun::asksAgain(Asked const& asked, Reply const& reply)
+{
+    if (reply.code != om::OM_ERROR_LIMIT || asked.alone)
+    {
+        m_mostAsked = std::min(m_mostAsked + 1, kMostAsked);
+        return false;
+    }
+    m_mostAsked = std::clamp<std::size_t>(m_asked.size(), 1, m_mostAsked);
+    m_waiting.push_front(asked.index);
+    return true;
+}
+
 /// @return empty, or why the user does not get the picture
 std::string PreviewRun::deliver(std::string const& from, std::string const& to)
 {
@@ -245,6 +249,7 @@ std::string PreviewRun::deliver(std::string const& from, std::string const& to)
     {
         return "the service's picture cannot be read: " + from;
     }
+    ::unlink(from.c_str()); // so that the service has room for others
     if (to == "-")
     {
         return m_output.write(picture) ? "" : std::string("standard output cannot be written: ") + std::strerror(errno);

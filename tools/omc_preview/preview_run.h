@@ -11,6 +11,7 @@
 #include "presentation/preview_report.h"
 
 #include <cstddef>
+#include <deque>
 #include <map>
 #include <optional>
 #include <set>
@@ -37,9 +38,16 @@ public:
     int run(om::OmIConnection& connection);
 
 private:
+    struct Asked
+    {
+        std::size_t index;
+        bool alone; ///< no other was to be on its way
+    };
+
     bool takeTool();
     bool askMore();
     void accept(Reply const& reply);
+    bool asksAgain(Asked const& asked, Reply const& reply);
     std::string deliver(std::string const& from, std::string const& to);
     bool printFinished();
     void showProgress();
@@ -56,10 +64,10 @@ private:
     std::vector<PreviewOutcome> m_outcomes;
     std::vector<bool> m_done;
     std::vector<std::string> m_targets;
-    std::set<FileIdentity> m_mediaFiles;         ///< which no picture may replace
-    std::map<unsigned int, std::size_t> m_asked; ///< by request id
-    std::size_t m_askedOfTool = 0;
-    std::size_t m_next = 0;
+    std::set<FileIdentity> m_mediaFiles;   ///< which no picture may replace
+    std::deque<std::size_t> m_waiting;     ///< to be asked for
+    std::map<unsigned int, Asked> m_asked; ///< by request id
+    std::size_t m_mostAsked;
     std::size_t m_finished = 0;
     std::size_t m_printed = 0;
     bool m_failed = false;

@@ -11,10 +11,6 @@
 namespace tz::orvane::test
 {
 
-namespace
-{
-
-/// @return the processes that a process has started and that run
 std::vector<pid_t> childrenOf(pid_t parent)
 {
     std::string const number = std::to_string(parent);
@@ -27,8 +23,6 @@ std::vector<pid_t> childrenOf(pid_t parent)
     return children;
 }
 
-} // namespace
-
 int previewFiles(std::string const& folder)
 {
     int count = 0;
@@ -37,6 +31,13 @@ int previewFiles(std::string const& folder)
         count += entry.path().filename().string().rfind("preview-", 0) == 0 ? 1 : 0;
     }
     return count;
+}
+
+void makeNoise(std::string const& file)
+{
+    ToolProcess encoder({"/usr/bin/env", "ffmpeg", "-loglevel", "error", "-nostdin", "-f", "lavfi", "-i",
+                         "color=gray:s=2048x2048,noise=alls=100:allf=t", "-frames:v", "1", file});
+    EXPECT_EQ(encoder.wait(), 0) << encoder.err();
 }
 
 pid_t WithPreviews::nursery() const

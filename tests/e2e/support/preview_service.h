@@ -16,6 +16,12 @@ namespace tz::orvane::test
 /// @return how many pictures of a service's own are in its folder
 int previewFiles(std::string const& folder);
 
+/// @return the processes that a process has started and that run
+std::vector<pid_t> childrenOf(pid_t parent);
+
+/// Makes a photo that hardly any compressor makes smaller, 12 MiB as a PNG file.
+void makeNoise(std::string const& file);
+
 class WithPreviews : public WithService
 {
 protected:
