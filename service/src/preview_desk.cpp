@@ -151,7 +151,9 @@ void PreviewDesk::add(Request& request)
         return;
     }
     bool const isKept = wanted.task.picture && !named;
-    if (isKept && !m_shelf.hasPlace(m_entries.size()))
+    auto const comes = [](Entry const& entry) { return entry.file != nullptr; };
+    auto const coming = std::count_if(m_entries.begin(), m_entries.end(), comes);
+    if (isKept && !m_shelf.hasPlace(static_cast<std::size_t>(coming)))
     {
         tell(*id, failedPreview(om::OM_ERROR_LIMIT, kTooManyPictures), "");
         return;

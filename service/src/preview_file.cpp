@@ -3,28 +3,12 @@
 #include "preview_file.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace tz::orvane::service
 {
-
-namespace
-{
-
-bool isOwnPreview(std::string const& name)
-{
-    int end = 0;
-    int const numbers = std::sscanf(name.c_str(), "preview-%*9[0-9]-%*9[0-9]-%*10[0-9]%n", &end);
-    std::string const rest = numbers == EOF ? std::string() : name.substr(static_cast<std::size_t>(end));
-    return end > 0 && (rest == ".jpg" || rest == ".png");
-}
-
-} // namespace
 
 PreviewFile::~PreviewFile()
 {
@@ -54,18 +38,6 @@ std::string ownPreviewPath(std::string const& folder, int cnid, std::uint32_t re
 {
     return folder + "/preview-" + std::to_string(getpid()) + "-" + std::to_string(cnid) + "-" +
            std::to_string(request) + (png ? ".png" : ".jpg");
-}
-
-void removeLeftPreviews(std::string const& folder)
-{
-    std::error_code ignored;
-    for (auto const& entry : std::filesystem::directory_iterator(folder, ignored))
-    {
-        if (isOwnPreview(entry.path().filename().string()))
-        {
-            unlink(entry.path().c_str());
-        }
-    }
 }
 
 } // namespace tz::orvane::service

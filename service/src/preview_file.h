@@ -36,7 +36,4 @@ private:
 /// @return the path of the service's own picture for a request
 std::string ownPreviewPath(std::string const& folder, int cnid, std::uint32_t request, bool png);
 
-/// Removes the pictures that a service has left which was killed. No other may be at work in that folder.
-void removeLeftPreviews(std::string const& folder);
-
 } // namespace tz::orvane::service

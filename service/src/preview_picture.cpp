@@ -21,7 +21,6 @@ namespace
 
 constexpr std::size_t kPixel = 3;
 constexpr int kGap = 4;
-constexpr GstClockTime kCompressTimeout = 30 * GST_SECOND;
 
 struct ReleaseConverter
 {
@@ -172,7 +171,8 @@ std::string compressed(Raster const& raster, bool png)
     CapsPtr const wanted(gst_caps_new_empty_simple(png ? "image/png" : "image/jpeg"));
     SamplePtr const sample(gst_sample_new(buffer.get(), raw.get(), nullptr, nullptr));
     GError* fault = nullptr;
-    SamplePtr const file(gst_video_convert_sample(sample.get(), wanted.get(), kCompressTimeout, &fault));
+    // The process has a deadline.
+    SamplePtr const file(gst_video_convert_sample(sample.get(), wanted.get(), GST_CLOCK_TIME_NONE, &fault));
     ErrorPtr const owner(fault);
     if (file == nullptr)
     {

@@ -31,8 +31,7 @@ struct PreviewJob
 
 /// Runs as many previews side by side as there are cores. Connections take turns: the next preview is the oldest of the
 /// connection that has the fewest running, of several the one whose turn was longest ago. When all places are taken, a
-/// connection that has none gets one besides, until twice as many run: nobody waits for another's whole deadline. Loop
-/// thread.
+/// connection that has none gets one besides, until twice as many run. Loop thread.
 class PreviewPool
 {
 public:

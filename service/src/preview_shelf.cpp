@@ -8,19 +8,29 @@
 namespace tz::orvane::service
 {
 
+namespace
+{
+
+/// A look asks the disk for each file, and everybody waits for it.
+constexpr std::chrono::seconds kLookPeriod{1};
+
+} // namespace
+
 PreviewShelf::PreviewShelf(std::size_t mostFiles, std::uint64_t mostBytes)
     : m_mostFiles(mostFiles)
     , m_mostBytes(mostBytes)
 {
 }
 
-bool PreviewShelf::hasPlace(std::size_t coming)
+bool PreviewShelf::hasPlace(std::size_t coming, Clock::time_point now)
 {
-    if (m_files.size() + coming >= m_mostFiles)
+    auto const isFull = [&] { return m_files.size() + coming >= m_mostFiles; };
+    if (isFull() && now >= m_nextLook)
     {
         forgetTaken();
+        m_nextLook = isFull() ? now + kLookPeriod : now;
     }
-    return m_files.size() + coming < m_mostFiles;
+    return !isFull();
 }
 
 bool PreviewShelf::keep(std::unique_ptr<PreviewFile> file)
@@ -30,7 +40,7 @@ bool PreviewShelf::keep(std::unique_ptr<PreviewFile> file)
     {
         forgetTaken();
     }
-    if (m_bytes + more > m_mostBytes)
+    if (m_bytes + more > m_mostBytes && !m_files.empty())
     {
         return false;
     }

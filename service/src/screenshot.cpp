@@ -23,9 +23,8 @@ constexpr GstClockTime kCompressTimeout = 5 * GST_SECOND;
 /// @return 0, or a negative errno value
 int writeFile(std::string const& path, GstBuffer* content)
 {
-    unlink(path.c_str()); // a service that was killed may have left one
-    int const fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0)
+    Descriptor const file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file)
     {
         return -errno;
     }
@@ -33,10 +32,9 @@ int writeFile(std::string const& path, GstBuffer* content)
     int result = -ENOMEM;
     if (gst_buffer_map(content, &map, GST_MAP_READ) != FALSE)
     {
-        result = writeAll(fd, {reinterpret_cast<char const*>(map.data), map.size});
+        result = writeAll(file.get(), {reinterpret_cast<char const*>(map.data), map.size});
         gst_buffer_unmap(content, &map);
     }
-    close(fd);
     if (result < 0)
     {
         unlink(path.c_str());
@@ -112,7 +110,8 @@ void Screenshots::take(Taken taken)
 
 void Screenshots::compress(std::shared_ptr<GstSample> const& sample, Taken taken)
 {
-    std::string const path = m_folder + "/screenshot-" + std::to_string(++m_serial) + ".png";
+    std::string const path =
+        m_folder + "/screenshot-" + std::to_string(getpid()) + "-" + std::to_string(++m_serial) + ".png";
     m_worker.run(
         [this, sample, path, taken = std::move(taken)]
         {

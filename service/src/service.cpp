@@ -2,7 +2,7 @@
 // The service as a whole: connections come, send messages and go.
 #include "service.h"
 
-#include "preview_file.h"
+#include "left_pictures.h"
 
 #include "om_protocol.h"
 
@@ -62,7 +62,7 @@ int Service::start(std::function<void()> idle)
     {
         return result;
     }
-    removeLeftPreviews(mdt::socketDirectory());
+    removeLeftPictures(mdt::socketDirectory());
     waitForClients();
     return 0;
 }

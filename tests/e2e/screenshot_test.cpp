@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Pictures of the screen.
 #include "support/picture.h"
+#include "support/tool_process.h"
 #include "support/wait.h"
 
+#include <csignal>
+#include <fstream>
 #include <sys/stat.h>
 
 namespace tz::orvane::test
@@ -78,6 +81,24 @@ TEST_F(Screenshots, theScreenIsBlackWhenNothingIsOpen)
     Picture const picture = screenshot(viewer);
     EXPECT_EQ(picture.width(), 320);
     EXPECT_EQ(picture.at(80, 40), kBlack);
+}
+
+TEST(KilledService, leavesScreenshotsToBeRemovedByTheNextOneAndNothingElse)
+{
+    SocketDir const directory;
+    ServiceProcess service(serviceCommand());
+    ASSERT_TRUE(service.waitUntilReady());
+    std::string const other = directory.path() + "/screenshot-1.png";
+    std::ofstream(other) << "somebody's";
+    Viewer viewer;
+    std::string const left = takeScreenshot(viewer).path;
+    service.signal(SIGKILL);
+    EXPECT_EQ(service.wait(), 128 + SIGKILL);
+    EXPECT_TRUE(exists(left));
+    ServiceProcess next(serviceCommand());
+    ASSERT_TRUE(next.waitUntilReady());
+    EXPECT_FALSE(exists(left));
+    EXPECT_EQ(fileContent(other), "somebody's");
 }
 
 } // namespace

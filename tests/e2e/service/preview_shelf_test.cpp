@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The pictures that the service keeps, and those that a service has left which was killed.
+// The pictures that the service keeps.
 #include "preview_shelf.h"
 
 #include "descriptor.h"
@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
-#include <fstream>
 
 namespace tz::orvane::service
 {
@@ -46,10 +46,12 @@ TEST_F(KeptPreviews, areOnlySoManyUnlessOneIsTaken)
     EXPECT_FALSE(shelf.hasPlace(2));
     EXPECT_TRUE(keep(shelf, 2, 1));
     EXPECT_TRUE(keep(shelf, 3, 1));
-    EXPECT_FALSE(shelf.hasPlace(0));
+    auto const now = PreviewShelf::Clock::now();
+    EXPECT_FALSE(shelf.hasPlace(0, now));
     std::filesystem::rename(path(2), m_folder.path() + "/mine.jpg");
-    EXPECT_TRUE(shelf.hasPlace(0));
-    EXPECT_FALSE(shelf.hasPlace(1));
+    EXPECT_FALSE(shelf.hasPlace(0, now + std::chrono::milliseconds(900))); // it is not looked for again so soon
+    EXPECT_TRUE(shelf.hasPlace(0, now + std::chrono::seconds(1)));
+    EXPECT_FALSE(shelf.hasPlace(1, now + std::chrono::seconds(1)));
 }
 
 TEST_F(KeptPreviews, haveOnlySoManyBytesUnlessOneIsTaken)
@@ -64,6 +66,16 @@ TEST_F(KeptPreviews, haveOnlySoManyBytesUnlessOneIsTaken)
     EXPECT_FALSE(keep(shelf, 5, 1));
 }
 
+TEST_F(KeptPreviews, mayBeOneThatIsLargerThanAllOthersTogether)
+{
+    PreviewShelf shelf(10, 1000);
+    EXPECT_TRUE(keep(shelf, 1, 1001));
+    EXPECT_FALSE(keep(shelf, 2, 1));
+    std::filesystem::remove(path(1));
+    EXPECT_TRUE(keep(shelf, 3, 1));
+    EXPECT_FALSE(keep(shelf, 4, 1001));
+}
+
 TEST_F(KeptPreviews, goWithTheirShelf)
 {
     {
@@ -75,22 +87,6 @@ TEST_F(KeptPreviews, goWithTheirShelf)
         EXPECT_EQ(files(), 1);
     }
     EXPECT_EQ(files(), 0);
-}
-
-TEST_F(KeptPreviews, thatWereLeftAreRemovedAndNothingElse)
-{
-    std::ofstream(path(1)) << "x";
-    std::ofstream(ownPreviewPath(m_folder.path(), 65'535, 4'294'967'295U, true)) << "x";
-    for (char const* const other :
-         {"preview-of-a-film.jpg", "preview-1-2-3.jpeg", "preview-1-2-3.jpg.old", "preview-1-2.jpg", "x-1-2-3.jpg"})
-    {
-        std::ofstream(m_folder.path() + "/" + other) << "x";
-    }
-    EXPECT_EQ(files(), 7);
-    removeLeftPreviews(m_folder.path());
-    EXPECT_EQ(files(), 5);
-    EXPECT_FALSE(std::filesystem::exists(path(1)));
-    removeLeftPreviews(m_folder.path() + "/none");
 }
 
 } // namespace
