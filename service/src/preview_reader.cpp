@@ -62,23 +62,39 @@ bool isList(GstCaps const* caps)
     return std::find(std::begin(kLists), std::end(kLists), nameOf(caps)) != std::end(kLists);
 }
 
-gboolean readsFiles(GstPluginFeature* feature, gpointer)
+/// What leads to servers, or to what is there already. Everything else may lead to this machine.
+constexpr std::string_view kHarmlessSchemes[] = {
+    "appsrc", "data",  "http",  "https",    "icy",    "icyx",   "rtsp",   "rtspu",
+    "rtspt",  "rtsph", "rtsps", "rtsp-sdp", "rtspsu", "rtspst", "rtspsh", "udp",
+};
+
+bool isHarmless(gchar const* scheme)
+{
+    return std::find(std::begin(kHarmlessSchemes), std::end(kHarmlessSchemes), scheme) != std::end(kHarmlessSchemes);
+}
+
+gboolean leadsElsewhere(GstPluginFeature* feature, gpointer)
 {
     if (!GST_IS_ELEMENT_FACTORY(feature))
     {
         return FALSE;
     }
     GstElementFactory* const factory = GST_ELEMENT_FACTORY(feature);
-    gchar const* const* const schemes = gst_element_factory_get_uri_protocols(factory);
-    bool const reads = gst_element_factory_get_uri_type(factory) == GST_URI_SRC && schemes != nullptr;
-    return reads ? g_strv_contains(schemes, "file") : FALSE;
+    gchar const* const* scheme = gst_element_factory_get_uri_protocols(factory);
+    bool const reads = gst_element_factory_get_uri_type(factory) == GST_URI_SRC;
+    while (reads && scheme != nullptr && *scheme != nullptr && isHarmless(*scheme))
+    {
+        ++scheme;
+    }
+    bool const all = scheme != nullptr && *scheme == nullptr;
+    return reads && !all ? TRUE : FALSE;
 }
 
 /// What comes from a server may name other places of the network, but none of this machine.
-void forgetFiles()
+void forgetThisMachine()
 {
     GstRegistry* const registry = gst_registry_get();
-    GList* const features = gst_registry_feature_filter(registry, readsFiles, FALSE, nullptr);
+    GList* const features = gst_registry_feature_filter(registry, leadsElsewhere, FALSE, nullptr);
     for (GList const* feature = features; feature != nullptr; feature = feature->next)
     {
         gst_registry_remove_feature(registry, GST_PLUGIN_FEATURE(feature->data));
@@ -120,7 +136,7 @@ std::optional<Fault> PreviewReader::openUri(std::string const& uri)
     m_context.network = uri.compare(0, 5, "file:") != 0;
     if (m_context.network)
     {
-        forgetFiles();
+        forgetThisMachine();
     }
     return open(uri);
 }

@@ -4,6 +4,8 @@
 #include "support/temp_dir.h"
 #include "support/wait.h"
 
+#include "platform/src/unique_fd.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -13,7 +15,9 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tz::orvane::test
 {
@@ -117,20 +121,57 @@ TEST_F(PreviewFaults, aFileThatNamesOtherMediaLeadsNowhere)
     EXPECT_EQ(m_server.requests(), 0);
 }
 
+/// Tells whether anybody opens a file.
+class Lookout
+{
+public:
+    explicit Lookout(std::string const& file)
+        : m_fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    {
+        EXPECT_GE(inotify_add_watch(m_fd.get(), file.c_str(), IN_OPEN), 0);
+    }
+
+    /// @return whether it was opened since the last call
+    bool hasSeen()
+    {
+        std::array<char, 4096> events{};
+        return read(m_fd.get(), events.data(), events.size()) > 0;
+    }
+
+private:
+    platform::UniqueFd m_fd;
+};
+
 TEST_F(PreviewFaults, aListOfAServerLeadsToServersOnly)
 {
-    TempDir const folder;
-    HttpServer const server(folder.path());
-    std::filesystem::copy_file(media("v.ts"), folder.path() + "/v.ts");
-    std::ofstream(folder.path() + "/good.m3u8") << playlist("v.ts");
-    std::ofstream(folder.path() + "/bad.m3u8") << playlist("file://" + media("v.ts"));
+    TempDir const served;
+    TempDir const local;
+    std::string const film = local.path() + "/v.ts";
+    HttpServer const server(served.path());
+    std::filesystem::copy_file(media("v.ts"), served.path() + "/v.ts");
+    std::filesystem::copy_file(media("v.ts"), film);
+    std::ofstream(served.path() + "/good.m3u8") << playlist("v.ts");
     Previewer previewer;
-    PreviewReply const good = previewer.get(server.uri("plain/good.m3u8"), 0, 0, {{"timeout-ms", "60000"}});
+    PreviewReply const good = previewer.get(server.uri("plain/good.m3u8"), 0, 0, {{"timeout-ms", "50000"}});
     EXPECT_EQ(good.code, om::OM_ERROR_NONE) << good.at("text");
     EXPECT_EQ(good.at("picture-size"), "320x180");
-    PreviewReply const bad = previewer.get(server.uri("plain/bad.m3u8"), 0, 0, {{"timeout-ms", "3000"}});
-    EXPECT_NE(bad.code, om::OM_ERROR_NONE);
-    EXPECT_EQ(bad.path, "");
+
+    Lookout lookout(film);
+    EXPECT_EQ(previewer.get(film).code, om::OM_ERROR_NONE);
+    EXPECT_TRUE(lookout.hasSeen());
+    constexpr std::array<char const*, 3> kSchemes{"file", "multifile", "splitfile"};
+    for (std::string const scheme : kSchemes)
+    {
+        std::ofstream(served.path() + "/" + scheme + ".m3u8") << playlist(scheme + "://" + film);
+        previewer.ask(server.uri("plain/" + scheme + ".m3u8"), 0, 0, {{"timeout-ms", "50000"}});
+    }
+    for (std::size_t i = 0; i < kSchemes.size(); ++i)
+    {
+        PreviewReply const bad = previewer.take();
+        EXPECT_EQ(bad.code, om::OM_ERROR_NOT_FOUND) << bad.at("text"); // and not for want of time
+        EXPECT_EQ(bad.path, "");
+    }
+    EXPECT_FALSE(lookout.hasSeen());
 }
 
 std::string bigEndian(std::uint32_t value)
