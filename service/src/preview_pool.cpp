@@ -31,6 +31,9 @@ constexpr std::size_t kLargestResult = 65'536;
 /// For the process that has the workers: it may have GStreamer to load first.
 constexpr std::chrono::seconds kStartPatience{30};
 
+/// For workers that were killed: only a disk that does not answer keeps them for so long.
+constexpr std::chrono::seconds kEndPatience{5};
+
 std::size_t countCores()
 {
     cpu_set_t cores;
@@ -81,6 +84,7 @@ PreviewPool::PreviewPool(platform::EventLoop& loop)
 PreviewPool::~PreviewPool()
 {
     m_loop.cancelTimer(m_wake);
+    m_loop.cancelTimer(m_refusal);
     for (Running const& job : m_running)
     {
         m_loop.cancelTimer(job.deadline);
@@ -103,18 +107,18 @@ std::uint32_t PreviewPool::add(PreviewJob job)
         return 0;
     }
     m_last = m_last == UINT32_MAX ? 1 : m_last + 1;
-    m_waiting.push_back({m_last, std::move(job)});
+    m_waiting.emplace(m_last, std::move(job));
     schedule();
     return m_last;
 }
 
 void PreviewPool::cancel(std::uint32_t number)
 {
-    m_waiting.remove_if([number](Waiting const& job) { return job.number == number; });
+    m_waiting.erase(number);
     Running dropped;
     if (drop(number, dropped))
     {
-        m_link.kill(number);
+        kill(dropped);
         schedule();
     }
 }
@@ -122,7 +126,7 @@ void PreviewPool::cancel(std::uint32_t number)
 std::size_t PreviewPool::waiting(int owner) const
 {
     return static_cast<std::size_t>(std::count_if(m_waiting.begin(), m_waiting.end(),
-                                                  [owner](Waiting const& job) { return job.job.owner == owner; }));
+                                                  [owner](auto const& job) { return job.second.owner == owner; }));
 }
 
 std::size_t PreviewPool::running(int owner) const
@@ -149,25 +153,52 @@ void PreviewPool::startMore()
 {
     for (auto found = next(); found != m_waiting.end(); found = next())
     {
-        Waiting job = std::move(*found);
+        std::uint32_t const number = found->first;
+        PreviewJob job = std::move(found->second);
         m_waiting.erase(found);
-        start(std::move(job));
+        start(number, std::move(job));
+    }
+    bool const isStuck = !m_waiting.empty() && m_ending.size() >= 2 * m_slots;
+    if (isStuck && m_refusal == 0)
+    {
+        m_refusal = m_loop.addTimer(kEndPatience, [this] { refuseAll(); });
+    }
+    else if (!isStuck)
+    {
+        m_loop.cancelTimer(std::exchange(m_refusal, 0));
+    }
+}
+
+/// Whoever waits has no deadline of its own.
+void PreviewPool::refuseAll()
+{
+    ORVANE_LOG_ERROR("the workers of previews do not end");
+    m_refusal = 0;
+    Waiting refused;
+    refused.swap(m_waiting);
+    for (auto const& entry : refused)
+    {
+        entry.second.done(failedPreview(om::OM_ERROR_LIMIT, "earlier previews do not end"));
     }
 }
 
 /// @return the end when nothing may start now
-std::list<PreviewPool::Waiting>::iterator PreviewPool::next()
+PreviewPool::Waiting::iterator PreviewPool::next()
 {
-    auto const rank = [this](Waiting const& job)
+    if (m_ending.size() >= 2 * m_slots)
     {
-        auto const turn = m_turns.find(job.job.owner);
-        return std::make_pair(running(job.job.owner), turn == m_turns.end() ? 0 : turn->second);
+        return m_waiting.end();
+    }
+    auto const rank = [this](Waiting::value_type const& job)
+    {
+        auto const turn = m_turns.find(job.second.owner);
+        return std::make_pair(running(job.second.owner), turn == m_turns.end() ? 0 : turn->second);
     };
     auto const first = std::min_element(m_waiting.begin(), m_waiting.end(),
-                                        [&](Waiting const& a, Waiting const& b) { return rank(a) < rank(b); });
+                                        [&](auto const& a, auto const& b) { return rank(a) < rank(b); });
     bool const isFree = m_running.size() < m_slots;
     bool const mayCrowd = m_running.size() < 2 * m_slots;
-    bool const starts = first != m_waiting.end() && (isFree || (mayCrowd && running(first->job.owner) == 0));
+    bool const starts = first != m_waiting.end() && (isFree || (mayCrowd && running(first->second.owner) == 0));
     return starts ? first : m_waiting.end();
 }
 
@@ -176,29 +207,29 @@ void PreviewPool::leave(int owner)
     m_turns.erase(owner);
 }
 
-void PreviewPool::start(Waiting next)
+void PreviewPool::start(std::uint32_t number, PreviewJob job)
 {
-    m_turns[next.job.owner] = ++m_lastTurn;
-    bool const isOurs = next.job.task.picture && next.job.places.output.empty();
-    int const opened = isOurs ? next.job.openPicture() : -1;
+    m_turns[job.owner] = ++m_lastTurn;
+    bool const isOurs = job.task.picture && job.places.output.empty();
+    int const opened = isOurs ? job.openPicture() : -1;
     Descriptor const picture(opened);
     if (isOurs && opened < 0)
     {
-        next.job.done(failedPreview(outputError(-opened), std::string("output: ") + std::strerror(-opened)));
+        job.done(failedPreview(outputError(-opened), std::string("output: ") + std::strerror(-opened)));
         return;
     }
     Descriptor result;
     if (openLink())
     {
-        result = m_link.start(next.number, next.job.task, next.job.places, picture.get());
+        result = m_link.start(number, job.task, job.places, picture.get());
     }
     if (!result)
     {
-        next.job.done(failedPreview(om::OM_ERROR_INTERNAL, "the process for previews does not start"));
+        job.done(failedPreview(om::OM_ERROR_INTERNAL, "the process for previews does not start"));
         return;
     }
-    m_running.push_back({next.number, next.job.owner, std::move(next.job.done), std::move(result),
-                         std::chrono::milliseconds(next.job.task.timeout),
+    m_running.push_back({number, job.owner, std::move(job.done), std::move(result),
+                         std::chrono::milliseconds(job.task.timeout), false,
                          m_loop.addTimer(kStartPatience, [this] { onStuck(); })});
 }
 
@@ -247,6 +278,7 @@ void PreviewPool::onStart(std::uint32_t number)
     if (job != m_running.end())
     {
         m_loop.cancelTimer(job->deadline);
+        job->hasWorker = true;
         job->deadline = m_loop.addTimer(job->timeout, [this, number] { expire(number); });
     }
 }
@@ -254,6 +286,10 @@ void PreviewPool::onStart(std::uint32_t number)
 void PreviewPool::onEnd(PreviewReport const& end)
 {
     Running job;
+    if (m_ending.erase(end.number) > 0)
+    {
+        schedule();
+    }
     if (drop(end.number, job))
     {
         schedule();
@@ -274,6 +310,7 @@ void PreviewPool::onGone()
     ORVANE_LOG_WARNING("the process for previews is gone");
     m_loop.unwatch(m_link.descriptor());
     m_link.close();
+    m_ending.clear();
     std::list<Running> lost;
     lost.swap(m_running);
     schedule();
@@ -289,10 +326,19 @@ void PreviewPool::expire(std::uint32_t number)
     Running job;
     if (drop(number, job))
     {
-        m_link.kill(number);
+        kill(job);
         job.result = Descriptor(); // so that nothing is published any more
         schedule();
         job.done(failedPreview(om::OM_ERROR_TIMED_OUT, "it takes too long"));
+    }
+}
+
+void PreviewPool::kill(Running const& job)
+{
+    m_link.kill(job.number);
+    if (job.hasWorker)
+    {
+        m_ending.insert(job.number);
     }
 }
 

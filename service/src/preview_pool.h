@@ -14,6 +14,7 @@
 #include <functional>
 #include <list>
 #include <map>
+#include <set>
 #include <string>
 
 namespace tz::orvane::service
@@ -31,7 +32,8 @@ struct PreviewJob
 
 /// Runs as many previews side by side as there are cores. Connections take turns: the next preview is the oldest of the
 /// connection that has the fewest running, of several the one whose turn was longest ago. When all places are taken, a
-/// connection that has none gets one besides, until twice as many run. Loop thread.
+/// connection that has none gets one besides, until twice as many run. When as many again were ended and do not go,
+/// because their disk does not answer, nothing starts. Loop thread.
 class PreviewPool
 {
 public:
@@ -57,11 +59,7 @@ public:
     std::size_t running(int owner) const;
 
 private:
-    struct Waiting
-    {
-        std::uint32_t number;
-        PreviewJob job;
-    };
+    using Waiting = std::map<std::uint32_t, PreviewJob>; ///< by number, the oldest first
 
     struct Running
     {
@@ -70,13 +68,16 @@ private:
         std::function<void(PreviewResult const&)> done;
         Descriptor result;
         std::chrono::milliseconds timeout{0};
+        bool hasWorker = false;
         platform::EventLoop::TimerId deadline = 0; ///< of its start at first, then its own
     };
 
     void schedule();
     void startMore();
-    std::list<Waiting>::iterator next();
-    void start(Waiting next);
+    Waiting::iterator next();
+    void start(std::uint32_t number, PreviewJob job);
+    void kill(Running const& job);
+    void refuseAll();
     bool openLink();
     void readLink();
     void onStart(std::uint32_t number);
@@ -90,12 +91,14 @@ private:
     platform::EventLoop& m_loop;
     std::size_t m_slots;
     PreviewLink m_link;
-    std::list<Waiting> m_waiting;
+    Waiting m_waiting;
     std::list<Running> m_running;
+    std::set<std::uint32_t> m_ending;     ///< workers that were killed and have not ended
     std::map<int, std::uint64_t> m_turns; ///< when a connection had its last one
     std::uint64_t m_lastTurn = 0;
     std::uint32_t m_last = 0;
     platform::EventLoop::TimerId m_wake = 0;
+    platform::EventLoop::TimerId m_refusal = 0; ///< while too many have not ended
 };
 
 } // namespace tz::orvane::service

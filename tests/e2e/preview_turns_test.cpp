@@ -145,5 +145,33 @@ TEST_F(PreviewTurns, theTimeOfARequestBeginsWithItsWorker)
     EXPECT_EQ(reply.code, om::OM_ERROR_NONE) << reply.at("text");
 }
 
+TEST_F(PreviewTurnsOnOneCore, nothingStartsWhileWorkersThatWereKilledDoNotEnd)
+{
+    Previewer first;
+    Previewer second;
+    ASSERT_EQ(fill(first, 0), 1);
+    second.ask(m_server.uri("hang/v.mp4"), 0, 0, {{"timeout-ms", "120000"}});
+    ASSERT_TRUE(eventually([this] { return workers().size() == 2; }));
+    pid_t const parent = nursery();
+    ASSERT_TRUE(eventually([parent] { return stateOf(parent) == 'S'; })); // it has told of them
+    kill(parent, SIGSTOP);                                                // so that it does not end them
+    ASSERT_TRUE(eventually([parent] { return stateOf(parent) == 'T'; }));
+    om::OmPropertyGroup none;
+    for (Previewer* const previewer : {&first, &second})
+    {
+        previewer->tool().stopPreviewAll(none);
+        EXPECT_EQ(previewer->take().code, om::OM_ERROR_STOPPED);
+    }
+    first.ask(media("v.mp4"));
+    PreviewReply const reply = first.take();
+    EXPECT_EQ(reply.code, om::OM_ERROR_LIMIT);
+    EXPECT_EQ(reply.at("text"), "earlier previews do not end");
+
+    first.ask(media("v.mp4"));
+    EXPECT_EQ(first.status(om::OM_PREVIEW_KEY_WAITING), 1);
+    kill(parent, SIGCONT);
+    EXPECT_EQ(first.take().code, om::OM_ERROR_NONE);
+}
+
 } // namespace
 } // namespace tz::orvane::test
