@@ -2,6 +2,7 @@
 // Previews of what is broken, huge or endless, and those that are stopped or lose their process.
 #include "support/preview_service.h"
 #include "support/temp_dir.h"
+#include "support/tool_process.h"
 #include "support/wait.h"
 
 #include "platform/src/unique_fd.h"
@@ -45,6 +46,19 @@ TEST_F(PreviewFaults, brokenFilesGiveTheirErrorAndNoFile)
         EXPECT_EQ(reply.path, "");
     }
     EXPECT_EQ(ownFiles(), 0);
+}
+
+TEST_F(PreviewFaults, aFileOfWhichNobodyReadsAnyMoreIsNotWaitedFor)
+{
+    TempDir const folder;
+    std::string const path = folder.path() + "/begun.ogg";
+    std::ofstream(path, std::ios::binary) << fileContent(media("a.ogg")).substr(0, 64);
+    Previewer previewer;
+    for (int i = 0; i < 20; ++i) // the fault comes too early now and then
+    {
+        PreviewReply const reply = previewer.get(path, 0, 0, {{"timeout-ms", "30000"}});
+        ASSERT_EQ(reply.code, om::OM_ERROR_BROKEN_FILE) << reply.at("text");
+    }
 }
 
 TEST_F(PreviewFaults, whatIsNoFileIsRefusedAtOnce)
