@@ -57,6 +57,9 @@ private:
     std::function<void()> m_came;
 };
 
+constexpr std::chrono::milliseconds kShort{100};
+constexpr std::chrono::seconds kLong{30};
+
 class DeckTest : public testing::Test
 {
 protected:
@@ -68,27 +71,29 @@ protected:
         EXPECT_EQ(m_deck->start(), 0);
     }
 
+    /// Begins an operation whose call returns once m_release says so.
+    void operateUntilReleased()
+    {
+        m_deck->operate(
+            Deck::Kind::query, kShort,
+            [released = m_release.get_future().share()](Pipeline&)
+            {
+                released.wait();
+                return CallResult::done;
+            },
+            [](Deck::Outcome) { FAIL() << "it has not returned"; });
+    }
+
     platform::EventLoop m_loop;
     DeckYard m_yard;
     FaultKeeper m_listener{[this] { m_loop.stop(); }};
     std::shared_ptr<Deck> m_deck;
+    std::promise<void> m_release;
 };
-
-constexpr std::chrono::milliseconds kShort{100};
-constexpr std::chrono::seconds kLong{30};
 
 TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultAndTheThreadIsGivenUp)
 {
-    std::promise<void> release;
-    auto const released = release.get_future().share();
-    m_deck->operate(
-        Deck::Kind::query, kShort,
-        [released](Pipeline&)
-        {
-            released.wait();
-            return CallResult::done;
-        },
-        [](Deck::Outcome) { FAIL() << "it has not returned"; });
+    operateUntilReleased();
     m_loop.run();
     EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_INTERNAL);
 
@@ -100,22 +105,13 @@ TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultAndTheThreadIsGivenUp)
 
     // Should the call come back one day, the thread cleans up behind itself.
     int const threads = test::runningThreads();
-    release.set_value();
+    m_release.set_value();
     EXPECT_TRUE(test::eventually([threads] { return test::runningThreads() < threads; }));
 }
 
 TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultHoweverOftenItIsHeld)
 {
-    std::promise<void> release;
-    auto const released = release.get_future().share();
-    m_deck->operate(
-        Deck::Kind::query, kShort,
-        [released](Pipeline&)
-        {
-            released.wait();
-            return CallResult::done;
-        },
-        [](Deck::Outcome) { FAIL() << "it has not returned"; });
+    operateUntilReleased();
     int times = 100;
     platform::EventLoop::TimerId timer = 0;
     std::function<void()> const again = [&]
@@ -132,7 +128,7 @@ TEST_F(DeckTest, aCallThatNeverReturnsIsAFaultHoweverOftenItIsHeld)
     m_loop.run();
     EXPECT_EQ(m_listener.fault.code, om::OM_ERROR_INTERNAL);
     m_loop.cancelTimer(timer);
-    release.set_value();
+    m_release.set_value();
     m_yard.take(std::move(m_deck), kLong);
     m_yard.whenEmpty([this] { m_loop.stop(); });
     m_loop.run();
