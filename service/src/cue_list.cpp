@@ -3,6 +3,7 @@
 #include "cue_list.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace tz::orvane::service
@@ -19,35 +20,26 @@ constexpr int kMostAtOnce = 8;
 
 } // namespace
 
-bool CueList::add(Cue cue)
+bool CueList::Differs::operator()(Cue const* one, Cue const* other) const
 {
-    auto const place = std::upper_bound(m_cues.begin(), m_cues.end(), cue.start,
-                                        [](std::int64_t start, Cue const& other) { return start < other.start; });
-    for (auto before = place; before != m_cues.begin() && std::prev(before)->start == cue.start; --before)
+    return std::tie(one->start, one->end, one->text) < std::tie(other->start, other->end, other->text);
+}
+
+bool CueList::add(Cue cue, std::size_t room)
+{
+    if (m_known.count(&cue) != 0)
     {
-        Cue const& other = *std::prev(before);
-        if (other.end == cue.end && other.text == cue.text)
-        {
-            return true;
-        }
+        return true;
     }
-    if (m_cues.size() >= kMostCues || m_bytes + cue.text.size() > kMostBytes)
+    std::size_t const bytes = cue.text.size();
+    if (m_cues.size() >= kMostCues || m_bytes + bytes > kMostBytes || bytes + kBytesBeside > room)
     {
         m_overflowed = true;
         return false;
     }
-    m_bytes += cue.text.size();
-    m_cues.insert(place, std::move(cue));
+    m_bytes += bytes;
+    m_known.insert(&*m_cues.insert(std::move(cue)));
     return true;
-}
-
-void CueList::add(CueList const& other)
-{
-    for (Cue const& cue : other.m_cues)
-    {
-        add(cue);
-    }
-    m_overflowed = m_overflowed || other.m_overflowed;
 }
 
 CueList::Moment CueList::at(std::int64_t position) const

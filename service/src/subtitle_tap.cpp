@@ -84,11 +84,18 @@ std::optional<std::int64_t> timeOf(GstSegment const& segment, GstClockTime time)
 
 } // namespace
 
-TappedTexts SubtitleTap::take()
+TapNews SubtitleTap::news()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_announced = false;
-    return std::exchange(m_texts, {});
+    return std::exchange(m_news, {});
+}
+
+CueList::Moment SubtitleTap::at(std::string const& stream, std::int64_t position) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto const found = m_tracks.find(stream);
+    return found == m_tracks.end() ? CueList::Moment{} : found->second.at(position);
 }
 
 void SubtitleTap::attach(GstElement* playbin)
@@ -145,12 +152,20 @@ void SubtitleTap::put(GstPad* pad, GstBuffer* buffer)
 void SubtitleTap::keep(std::string const& stream, Cue cue)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    bool const hasRoom = m_texts.tracks.size() < kMostTracks || m_texts.tracks.count(stream) > 0;
-    if (hasRoom)
+    if (m_tracks.size() >= kMostTracks && m_tracks.count(stream) == 0)
     {
-        m_texts.tracks[stream].add(std::move(cue));
+        m_news.tracksLeftOut = m_news.tracksLeftOut || !std::exchange(m_tracksLeftOut, true);
     }
-    m_texts.tracksLeftOut = m_texts.tracksLeftOut || !hasRoom;
+    else
+    {
+        CueList& list = m_tracks[stream];
+        std::size_t const before = list.weight();
+        bool const hadOverflowed = list.overflowed();
+        list.add(std::move(cue), kMostWeight - m_weight);
+        m_weight += list.weight() - before;
+        m_news.overflowed += list.overflowed() && !hadOverflowed ? 1 : 0;
+        m_news.streams.insert(stream);
+    }
     if (!std::exchange(m_announced, true))
     {
         m_loop.post(

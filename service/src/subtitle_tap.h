@@ -8,38 +8,47 @@
 #include "orvane/platform/om_event_loop.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <utility>
 
 namespace tz::orvane::service
 {
 
-/// What came of several tracks.
-struct TappedTexts
+/// What has come since it was looked for the last time.
+struct TapNews
 {
-    std::map<std::string, CueList> tracks; ///< by ids of their streams
-    bool tracksLeftOut = false;            ///< there were too many
+    std::set<std::string> streams; ///< that have more texts
+    int overflowed = 0;            ///< tracks that are full now
+    bool tracksLeftOut = false;    ///< there are too many now
 };
 
-/// Takes texts in front of their time. Streaming threads put in, the loop takes out.
+/// Takes texts in front of their time and keeps them, by tracks. Streaming threads put in, the loop looks.
 class SubtitleTap : public std::enable_shared_from_this<SubtitleTap>
 {
 public:
     /// Streams of a medium that come and go must not pile up.
     static constexpr std::size_t kMostTracks = 32;
 
-    /// @param came called on the loop when there is something to take
+    /// What the lists of all tracks weigh together.
+    static constexpr std::size_t kMostWeight = 32U << 20U;
+
+    /// @param came called on the loop when there is news
     SubtitleTap(platform::EventLoop& loop, std::function<void()> came)
         : m_loop(loop)
         , m_came(std::move(came))
     {
     }
 
-    /// Loop thread.
-    TappedTexts take();
+    TapNews news();
+
+    /// @param stream the id of it; one of which nothing has come has no texts
+    CueList::Moment at(std::string const& stream, std::int64_t position) const;
 
     /// Nobody is called any more. Loop thread.
     void close() { m_came = nullptr; }
@@ -56,9 +65,12 @@ private:
 
     platform::EventLoop& m_loop;
     std::function<void()> m_came;
-    std::mutex m_mutex;
-    TappedTexts m_texts;
-    bool m_announced = false; ///< whoever takes knows that there is something
+    mutable std::mutex m_mutex;
+    std::map<std::string, CueList> m_tracks; ///< by ids of their streams
+    std::size_t m_weight = 0;
+    bool m_tracksLeftOut = false;
+    TapNews m_news;
+    bool m_announced = false; ///< whoever looks knows that there is something
 };
 
 } // namespace tz::orvane::service

@@ -32,6 +32,8 @@ constexpr std::int64_t kShortestLook = 10;
 /// Longer than a server is given: it is to have said by then what is wrong.
 constexpr std::chrono::seconds kFileDeadline{15};
 
+constexpr char kSetUri[] = "setSubtitleUri";
+
 std::string nameOf(std::string const& uri)
 {
     TextPtr const path(g_uri_unescape_string(uri.c_str(), nullptr));
@@ -68,7 +70,7 @@ void Subtitles::setStyle(om::om_subtiltile_style_t const& style)
     draw();
     if (reread)
     {
-        load(m_wanted);
+        load(m_wanted, m_loadCommand == nullptr ? "setSubtitleStyle" : m_loadCommand);
     }
 }
 
@@ -106,7 +108,7 @@ void Subtitles::setUri(std::string const& uri)
 {
     if (!uri.empty())
     {
-        load(uri);
+        load(uri, kSetUri);
         return;
     }
     bool const changes = hasExternal();
@@ -117,13 +119,15 @@ void Subtitles::setUri(std::string const& uri)
     }
 }
 
-void Subtitles::load(std::string const& uri)
+/// @param command what is read again because of another one is not chosen
+void Subtitles::load(std::string const& uri, char const* command)
 {
     m_wanted = uri;
+    m_loadCommand = command;
     auto const refuse = [this](Fault const& fault)
     {
         m_wanted = m_uri;
-        m_host.onSubtitleRefusal(fault, "setSubtitleUri");
+        m_host.onSubtitleRefusal(fault, std::exchange(m_loadCommand, nullptr));
     };
     m_loading.run(
         [this, uri, refuse, encoding = encodingName(m_look.style.subtitle_charset)](
@@ -144,7 +148,7 @@ void Subtitles::load(std::string const& uri)
                 m_uri = uri;
                 m_mimeType = loaded->mimeType;
                 m_external = std::move(loaded->cues);
-                chooseExternal();
+                std::exchange(m_loadCommand, nullptr) == kSetUri ? chooseExternal() : look();
                 m_host.onSubtitlesLoaded();
                 if (m_external.overflowed())
                 {
@@ -158,6 +162,7 @@ void Subtitles::load(std::string const& uri)
 void Subtitles::forgetMedium()
 {
     m_loading.cancel();
+    m_loadCommand = nullptr;
     m_uri.clear();
     m_wanted.clear();
     m_external = {};
@@ -186,8 +191,6 @@ void Subtitles::close()
     show({});
     m_input = nullptr;
     m_reading.cancel();
-    m_embedded.clear();
-    m_tracksLeftOut = false;
     if (m_tap != nullptr)
     {
         m_tap->close();
@@ -201,36 +204,18 @@ void Subtitles::close()
 
 void Subtitles::collect()
 {
-    TappedTexts const texts = m_tap->take();
-    bool const hadLeftOut = m_tracksLeftOut;
-    m_tracksLeftOut = m_tracksLeftOut || texts.tracksLeftOut;
-    for (auto const& [stream, cues] : texts.tracks)
+    TapNews const news = m_tap->news();
+    for (int track = 0; track < news.overflowed; ++track)
     {
-        keep(stream, cues);
+        tellOverflow();
     }
-    if (m_tracksLeftOut && !hadLeftOut)
+    if (news.tracksLeftOut)
     {
         m_host.onSubtitleWarning({om::OM_ERROR_LIMIT, "there are too many tracks of subtitles", {}});
     }
-    if (m_choice == Choice::embedded && texts.tracks.count(m_stream) > 0)
+    if (m_choice == Choice::embedded && news.streams.count(m_stream) > 0)
     {
         look();
-    }
-}
-
-void Subtitles::keep(std::string const& stream, CueList const& texts)
-{
-    if (m_embedded.count(stream) == 0 && m_embedded.size() >= SubtitleTap::kMostTracks)
-    {
-        m_tracksLeftOut = true;
-        return;
-    }
-    CueList& list = m_embedded[stream];
-    bool const hadOverflowed = list.overflowed();
-    list.add(texts);
-    if (list.overflowed() && !hadOverflowed)
-    {
-        tellOverflow();
     }
 }
 
@@ -274,13 +259,14 @@ void Subtitles::read()
     {
         return;
     }
+    std::string const file = std::exchange(m_unread, {});
     m_reading.run(
-        [tap = m_tap, file = std::exchange(m_unread, {})](NewestJob::Cancelled const& cancelled)
+        [tap = m_tap, file](NewestJob::Cancelled const& cancelled)
         {
             readEmbeddedSubtitles(file, *tap, cancelled);
             return [] {};
         },
-        [](Fault const&) {}); // texts come while it plays as well
+        [this, file](Fault const&) { m_unread = file; }); // the next choice tries again
 }
 
 void Subtitles::complete(om::om_container_info_t& container, int embedded) const
@@ -310,16 +296,6 @@ void Subtitles::complete(om::om_container_info_t& container, int embedded) const
     }
 }
 
-CueList const* Subtitles::chosen() const
-{
-    if (m_choice == Choice::external)
-    {
-        return &m_external;
-    }
-    auto const found = m_embedded.find(m_stream);
-    return m_choice == Choice::embedded && found != m_embedded.end() ? &found->second : nullptr;
-}
-
 /// Looks what belongs on the picture, now and whenever that changes.
 void Subtitles::look()
 {
@@ -330,7 +306,7 @@ void Subtitles::look()
     {
         return;
     }
-    if (!m_visible || chosen() == nullptr)
+    if (!m_visible || m_choice == Choice::none)
     {
         show({});
         return;
@@ -347,13 +323,8 @@ void Subtitles::look()
 
 void Subtitles::onPosition(std::int64_t position)
 {
-    CueList const* const list = chosen();
-    if (list == nullptr)
-    {
-        return;
-    }
     std::int64_t const at = position - m_delay;
-    CueList::Moment const moment = list->at(at);
+    CueList::Moment const moment = m_choice == Choice::external ? m_external.at(at) : m_tap->at(m_stream, at);
     show(moment.text);
     if (!m_running || m_speed == 0)
     {

@@ -14,7 +14,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 
@@ -99,12 +98,10 @@ private:
         external
     };
 
-    void load(std::string const& uri);
+    void load(std::string const& uri, char const* command);
     void read();
     void collect();
-    void keep(std::string const& stream, CueList const& texts);
     void tellOverflow();
-    CueList const* chosen() const;
     void look();
     void onPosition(std::int64_t position);
     void show(std::string const& text);
@@ -115,19 +112,17 @@ private:
 
     bool m_visible = true;
     TextLook m_look;
-    std::string m_font; ///< as it was named
     std::int64_t m_delay = 0;
 
-    std::string m_uri;    ///< of the external track
-    std::string m_wanted; ///< of the one that is being loaded
+    std::string m_uri;                   ///< of the external track
+    std::string m_wanted;                ///< of the one that is being loaded
+    char const* m_loadCommand = nullptr; ///< that wants it to be loaded; null: none is
     CueList m_external;
     char const* m_mimeType = ""; ///< of it
 
     ScreenInput* m_input = nullptr;
     std::shared_ptr<SubtitleTap> m_tap;
-    std::string m_unread;                      ///< the file at hand, until it is read
-    std::map<std::string, CueList> m_embedded; ///< by streams
-    bool m_tracksLeftOut = false;
+    std::string m_unread; ///< the file at hand, until it is read
     Choice m_choice = Choice::none;
     int m_number = -1; ///< of the embedded track
     std::string m_stream;

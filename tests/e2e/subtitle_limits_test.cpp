@@ -4,6 +4,7 @@
 #include "support/subtitles.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace tz::orvane::test
 {
@@ -66,6 +67,29 @@ TEST_F(SubtitleLimits, embeddedTextsAreCountedInEachTrack)
         EXPECT_TRUE(comesToHide(viewer));
     }
     EXPECT_EQ(warnings(viewer), 1);
+}
+
+TEST_F(SubtitleLimits, veryManyTextsHoldUpNobodyElse)
+{
+    Viewer other("other");
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("sametime.mkv")));
+    viewer.player().setSubtitleTrackNo(0);
+    auto longest = std::chrono::steady_clock::duration::zero();
+    ASSERT_TRUE(eventually(
+        [&]
+        {
+            auto const begin = std::chrono::steady_clock::now();
+            EXPECT_EQ(other.state(), om::OM_STATE_NULL);
+            longest = std::max(longest, std::chrono::steady_clock::now() - begin);
+            return warnings(viewer) > 0;
+        }))
+        << "all tracks together have a limit";
+    seek(viewer, 1'500);
+    EXPECT_TRUE(comesToShow(viewer));
+    EXPECT_LT(longest, std::chrono::milliseconds(500));
+    viewer.player().stop();
+    EXPECT_TRUE(viewer.recorder().takeState(om::OM_STATE_READY));
 }
 
 TEST_F(SubtitleLimits, tracksThatAreTooManyAreToldOnce)

@@ -2,7 +2,9 @@
 // Texts on the picture: which, when, and from where.
 #include "support/http_server.h"
 #include "support/subtitles.h"
+#include "support/temp_dir.h"
 
+#include <cstdio>
 #include <fstream>
 
 namespace tz::orvane::test
@@ -289,6 +291,45 @@ TEST_F(Subtitles, anotherCharsetReadsTheFileAgain)
     style.subtitle_charset = om::OM_SUBTITLE_CHARSET_CYRILLIC;
     viewer.player().setSubtitleStyle(style);
     whenItLooks(viewer, [&](Picture const& now) { return textOf(now).there() && differenceOf(now, western) > 5; });
+}
+
+TEST_F(Subtitles, anotherCharsetChangesNoChoice)
+{
+    for (bool const embedded : {false, true})
+    {
+        Viewer viewer;
+        ASSERT_TRUE(viewer.open(media(embedded ? "multi.mkv" : "v.mp4")));
+        int const count = viewer.recorder().containerInfo().text_count;
+        viewer.player().setSubtitleUri(media("de_latin1.srt"));
+        ASSERT_TRUE(viewer.recorder().takeTrack(om::OM_STREAM_TYPE_SUBTITLE, count));
+        choose(viewer, embedded ? 0 : om::OM_TRACK_NONE);
+        om::om_subtiltile_style_t style = usualStyle();
+        style.subtitle_charset = om::OM_SUBTITLE_CHARSET_CYRILLIC;
+        viewer.player().setSubtitleStyle(style);
+        EXPECT_TRUE(viewer.recorder().takeTrack(om::OM_STREAM_TYPE_SUBTITLE, embedded ? 0 : -1)) << "it is read again";
+        unsigned int number = 0;
+        EXPECT_EQ(viewer.player().getSubtitleTrackNo(number), 0);
+        EXPECT_EQ(number, embedded ? 0 : om::OM_TRACK_NONE);
+    }
+}
+
+TEST_F(Subtitles, aFileThatIsGoneWhenItIsReadAgainIsTheStylesFault)
+{
+    TempDir const folder;
+    std::string const file = folder.path() + "/de.srt";
+    std::ofstream(file) << "1\n00:00:01,000 --> 00:00:03,000\nText\n";
+    Viewer viewer;
+    openWith(viewer, file);
+    ASSERT_EQ(std::remove(file.c_str()), 0);
+    om::om_subtiltile_style_t style = usualStyle();
+    style.subtitle_charset = om::OM_SUBTITLE_CHARSET_CYRILLIC;
+    viewer.player().setSubtitleStyle(style);
+    auto const error = viewer.recorder().takeError();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code, static_cast<int>(om::OM_ERROR_NOT_FOUND));
+    EXPECT_EQ(error->properties.at(om::OM_KEY_COMMAND), "setSubtitleStyle");
+    seek(viewer, 1500);
+    EXPECT_TRUE(comesToShow(viewer)) << "what was read before stays";
 }
 
 } // namespace

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
+#include <string>
+
 namespace tz::orvane::service
 {
 namespace
@@ -91,18 +95,60 @@ TEST(CueList, itIsFullOneDay)
     EXPECT_TRUE(large.overflowed());
 }
 
-TEST(CueList, whatAnotherListHasLeftOutIsMissingHereAsWell)
+TEST(CueList, noMoreIsTakenThanThereIsRoomFor)
 {
-    CueList large;
-    large.add({1, 2, std::string(CueList::kMostBytes, 'x')});
-    large.add({2, 3, "y"});
     CueList list;
-    list.add(large);
-    EXPECT_EQ(list.cues().size(), 1u);
+    EXPECT_TRUE(list.add({1, 2, "abc"}, CueList::kBytesBeside + 3));
+    EXPECT_EQ(list.weight(), CueList::kBytesBeside + 3);
+    EXPECT_TRUE(list.add({1, 2, "abc"}, 0)) << "it is there already";
+    EXPECT_FALSE(list.overflowed());
+    EXPECT_FALSE(list.add({1, 2, "abcd"}, CueList::kBytesBeside + 3));
     EXPECT_TRUE(list.overflowed());
-    CueList other;
-    other.add(CueList());
-    EXPECT_FALSE(other.overflowed());
+    EXPECT_EQ(list.weight(), CueList::kBytesBeside + 3);
+}
+
+TEST(CueList, textsOfOneStartStayInTheOrderOfTheirArrival)
+{
+    CueList list;
+    list.add({1000, 3000, "b"});
+    list.add({1000, 3000, "c"});
+    list.add({1000, 3000, "a"});
+    EXPECT_EQ(list.at(1000).text, "b\nc\na");
+}
+
+/// @return how long the quickest of a few lists took to be filled
+template <class Start> std::chrono::duration<double> filling(int cues, Start start)
+{
+    auto quickest = std::chrono::duration<double>::max();
+    for (int round = 0; round < 5; ++round)
+    {
+        CueList list;
+        auto const begin = std::chrono::steady_clock::now();
+        for (int number = 0; number < cues; ++number)
+        {
+            list.add({start(number), 1'000'000, "text " + std::to_string(number)});
+        }
+        quickest = std::min<std::chrono::duration<double>>(quickest, std::chrono::steady_clock::now() - begin);
+        EXPECT_EQ(list.cues().size(), static_cast<std::size_t>(cues));
+    }
+    return quickest;
+}
+
+/// Sixteen times as many take 256 times as long when each is compared with all others.
+template <class Start> void expectQuickFilling(Start start)
+{
+    constexpr int kMany = CueList::kMostCues;
+    EXPECT_LT(filling(kMany, start) / filling(kMany / 16, start), 90);
+}
+
+TEST(CueList, manyTextsOfOneStartAreTakenQuickly)
+{
+    expectQuickFilling([](int) { return 1000; });
+}
+
+TEST(CueList, manyTextsInTheWrongOrderAreTakenQuickly)
+{
+    expectQuickFilling([](int number) { return 900'000 - number; });
 }
 
 } // namespace

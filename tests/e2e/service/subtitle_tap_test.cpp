@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <vector>
+#include <atomic>
+#include <memory>
+#include <string>
 
 namespace tz::orvane::service
 {
@@ -17,11 +18,17 @@ class SubtitleTapTest : public testing::Test
 protected:
     SubtitleTapTest() { gst_init(nullptr, nullptr); }
 
-    TappedTexts read(std::string const& medium)
+    TapNews read(std::string const& medium)
     {
         std::atomic<bool> const goOn{false};
         readEmbeddedSubtitles("file://" ORVANE_E2E_MEDIA "/" + medium, *m_tap, goOn);
-        return m_tap->take();
+        return m_tap->news();
+    }
+
+    /// @return whether a track has a text at a position
+    bool has(std::string const& stream, std::int64_t position) const
+    {
+        return !m_tap->at(stream, position).text.empty();
     }
 
     platform::EventLoop m_loop; ///< does not run
@@ -30,25 +37,40 @@ protected:
 
 TEST_F(SubtitleTapTest, eachTrackHasALimitOfItsOwn)
 {
-    TappedTexts const texts = read("manytexts.mkv");
-    std::vector<std::size_t> counts;
-    for (auto const& entry : texts.tracks)
+    TapNews const news = read("manytexts.mkv");
+    EXPECT_EQ(news.streams.size(), 3u);
+    EXPECT_EQ(news.overflowed, 1);
+    EXPECT_FALSE(news.tracksLeftOut);
+    for (std::string const& stream : news.streams)
     {
-        CueList const& list = entry.second;
-        counts.push_back(list.cues().size());
-        EXPECT_EQ(list.overflowed(), list.cues().size() == CueList::kMostCues);
+        EXPECT_TRUE(has(stream, 0));
     }
-    std::sort(counts.begin(), counts.end());
-    EXPECT_EQ(counts, (std::vector<std::size_t>{15'000, 15'000, CueList::kMostCues}));
-    EXPECT_FALSE(texts.tracksLeftOut);
-    EXPECT_TRUE(m_tap->take().tracks.empty());
+    TapNews const later = m_tap->news();
+    EXPECT_TRUE(later.streams.empty());
+    EXPECT_EQ(later.overflowed, 0) << "it is told once";
 }
 
 TEST_F(SubtitleTapTest, moreTracksThanAreKeptAreLeftOut)
 {
-    TappedTexts const texts = read("toomanytracks.mkv");
-    EXPECT_EQ(texts.tracks.size(), SubtitleTap::kMostTracks);
-    EXPECT_TRUE(texts.tracksLeftOut);
+    TapNews const news = read("toomanytracks.mkv");
+    EXPECT_EQ(news.streams.size(), SubtitleTap::kMostTracks);
+    EXPECT_TRUE(news.tracksLeftOut);
+}
+
+TEST_F(SubtitleTapTest, allTracksTogetherHaveALimit)
+{
+    TapNews const news = read("sametime.mkv");
+    EXPECT_EQ(news.streams.size(), 8u);
+    EXPECT_GT(news.overflowed, 0) << "none of them alone is full";
+    EXPECT_FALSE(news.tracksLeftOut);
+}
+
+TEST_F(SubtitleTapTest, aStreamThatNobodyKnowsHasNoTexts)
+{
+    CueList::Moment const moment = m_tap->at("nobody", 0);
+    EXPECT_EQ(moment.text, "");
+    EXPECT_FALSE(moment.from);
+    EXPECT_FALSE(moment.until);
 }
 
 } // namespace
