@@ -177,10 +177,11 @@ void Player::report(int moreFlags)
     m_subtitles.follow(m_running, m_speed);
 }
 
-/// While an operation is under way, the pipeline stands somewhere between.
+/// While an operation is under way, the pipeline stands somewhere between: what counts then is where it stood before,
+/// and a question for that may still be on its way.
 bool Player::isPositionKnown() const
 {
-    return m_phase != Phase::open || m_deck->busy() || m_ended;
+    return m_phase != Phase::open || m_ended || (m_deck->busy() && !isAskingDeck());
 }
 
 bool Player::askPosition(PositionWaiters::Answer answer)
@@ -190,7 +191,7 @@ bool Player::askPosition(PositionWaiters::Answer answer)
         answer(m_position);
         return true;
     }
-    bool const first = m_positionWaiters.empty();
+    bool const first = !isAskingDeck();
     bool const waits = m_positionWaiters.add(std::move(answer));
     if (first)
     {
@@ -206,7 +207,7 @@ void Player::askSubtitlePosition(std::function<void(std::int64_t)> answer)
         answer(m_position);
         return;
     }
-    bool const first = m_positionWaiters.empty();
+    bool const first = !isAskingDeck();
     m_positionWaiters.addNewest(std::move(answer));
     if (first)
     {
@@ -221,7 +222,7 @@ void Player::askDeck()
 
 void Player::answerPosition(std::optional<std::int64_t> position)
 {
-    if (position && !m_deck->busy() && !m_ended)
+    if (position && !m_ended)
     {
         m_position = clamped(*position);
     }
@@ -276,6 +277,7 @@ void Player::runNext()
         m_waiting.pop_front();
         m_busy = true;
         m_command = command.name;
+        askPosition([](std::int64_t) {}); // the worker comes to it before what the command does
         command.run();
     }
     m_dispatching = false;

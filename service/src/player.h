@@ -240,6 +240,7 @@ private:
     void armTick();
     void onTick();
     bool isPositionKnown() const;
+    bool isAskingDeck() const { return !m_positionWaiters.empty(); }
     void askDeck();
     void answerPosition(std::optional<std::int64_t> position);
     std::int64_t clamped(std::int64_t position) const;

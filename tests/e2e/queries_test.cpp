@@ -110,6 +110,18 @@ TEST_F(Queries, theListOfTracksSaysWhatIsChosenAndMuted)
     EXPECT_EQ(told.text_muted, 1);
 }
 
+TEST_F(Queries, thePositionIsThatOfNowAlsoWhileACommandIsCarriedOut)
+{
+    Viewer::Options const noReports{{om::OM_PREPARE_KEY_PLAYTIME_INTERVAL, "0"}};
+    Viewer viewer;
+    Viewer clock("clock"); // asking would be remembered
+    ASSERT_TRUE(viewer.open(media("v.mp4"), om::OM_PREPARE_AUTO_START, noReports));
+    ASSERT_TRUE(clock.open(media("v.mp4"), om::OM_PREPARE_AUTO_START, noReports));
+    ASSERT_TRUE(eventually([&] { return clock.position() > 1'500; }));
+    viewer.player().pause();
+    EXPECT_GT(viewer.position(), 500);
+}
+
 TEST_F(Queries, whatTheLibraryAnswersItselfDoesNotFollowTheService)
 {
     Viewer viewer;
