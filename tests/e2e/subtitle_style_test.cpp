@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // How texts on the picture look.
 #include "support/subtitles.h"
+#include "support/temp_dir.h"
 #include "support/tool_process.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sys/stat.h>
@@ -156,6 +158,7 @@ protected:
     ~FewFonts() { unsetenv("FONTCONFIG_FILE"); }
 
     std::string const m_other = fileOfFont("DejaVu Serif:bold"); ///< before the others are unknown
+    std::string const m_monospaced = fileOfFont("DejaVu Sans Mono");
 
 private:
     TempDir m_folder;
@@ -165,6 +168,7 @@ class SubtitleFont : private FewFonts, public WithSubtitles
 {
 protected:
     std::string const& other() const { return m_other; }
+    std::string const& monospaced() const { return m_monospaced; }
 };
 
 TEST_F(SubtitleFont, aFileThatIsNotInstalledIsUsed)
@@ -192,6 +196,31 @@ TEST_F(SubtitleFont, aFileThatIsNotInstalledIsUsed)
     viewer.player().setSubtitleFontPath("file://" + other());
     viewer.player().setSubtitleFontPath("");
     whenItLooks(viewer, [&](Picture const& now) { return differenceOf(now, usual) == 0; });
+}
+
+TEST_F(SubtitleFont, aFileThatIsGoneLaterIsStillUsedAndHoldsUpNoOther)
+{
+    if (other().empty())
+    {
+        GTEST_SKIP() << "fc-match is not installed";
+    }
+    TempDir const folder;
+    std::string const former = folder.path() + "/former.ttf";
+    std::ofstream(former, std::ios::binary) << fileContent(other());
+    Viewer viewer;
+    openWith(viewer, media("en.srt"));
+    seek(viewer, 1500);
+    ASSERT_TRUE(comesToShow(viewer));
+    Picture const usual = screenshot(viewer);
+    viewer.player().setSubtitleFontPath(former);
+    Picture const changed = whenItLooks(viewer, [&](Picture const& now) { return differenceOf(now, usual) > 20; });
+    ASSERT_EQ(std::remove(former.c_str()), 0);
+    ASSERT_EQ(mkfifo(former.c_str(), 0600), 0); // whoever opens it waits
+    viewer.player().setSubtitleFontPath(monospaced());
+    whenItLooks(viewer,
+                [&](Picture const& now) { return differenceOf(now, usual) > 20 && differenceOf(now, changed) > 20; });
+    viewer.player().setSubtitleFontPath(other());
+    whenItLooks(viewer, [&](Picture const& now) { return differenceOf(now, changed) == 0; });
 }
 
 } // namespace
