@@ -3,6 +3,7 @@
 #include "preview_reader.h"
 
 #include "codec_map.h"
+#include "media_lists.h"
 #include "running_task.h"
 
 #include <gst/app/gstappsink.h>
@@ -41,25 +42,6 @@ bool isSet(GstCaps const* caps, char const* field)
     gboolean value = FALSE;
     gst_structure_get_boolean(gst_caps_get_structure(caps, 0), field, &value);
     return value != FALSE;
-}
-
-/// What says where other media are, instead of being one.
-constexpr std::string_view kLists[] = {
-    "application/x-hls",
-    "application/dash+xml",
-    "application/vnd.ms-sstr+xml",
-    "application/sdp",
-    "application/smil",
-    "application/xges",
-    "application/vnd.apple-fcp+xml",
-    "application/vnd.apple-xmeml+xml",
-    "application/vnd.pixar.opentimelineio+json",
-    "text/uri-list",
-};
-
-bool isList(GstCaps const* caps)
-{
-    return std::find(std::begin(kLists), std::end(kLists), nameOf(caps)) != std::end(kLists);
 }
 
 /// What leads to servers, or to what is there already. Everything else may lead to this machine.
@@ -411,7 +393,7 @@ gboolean PreviewReader::onContinue(GstElement*, GstPad*, GstCaps* caps, gpointer
         reader.m_mimeType = mimeTypeOf(caps);
     }
     // A file may come from anybody: it is not followed to wherever it points.
-    reader.m_isList = reader.m_isList || (!reader.m_context.network && isList(caps));
+    reader.m_isList = reader.m_isList || (!reader.m_context.network && isMediaList(caps));
     if (reader.m_isList)
     {
         return FALSE;

@@ -3,6 +3,7 @@
 #include "subtitle_reader.h"
 
 #include "gst_ptr.h"
+#include "media_lists.h"
 
 #include <string_view>
 #include <sys/stat.h>
@@ -62,6 +63,12 @@ void linkStream(GstElement*, GstPad* pad, gpointer data)
     drain(reading, pad);
 }
 
+/// A list is left as it is: what is read is this file, not wherever it points.
+gboolean isFollowed(GstElement*, GstPad*, GstCaps* caps, gpointer)
+{
+    return isMediaList(caps) ? FALSE : TRUE;
+}
+
 } // namespace
 
 void readEmbeddedSubtitles(std::string const& uri, SubtitleTap& tap, std::atomic<bool> const& cancelled)
@@ -81,6 +88,7 @@ void readEmbeddedSubtitles(std::string const& uri, SubtitleTap& tap, std::atomic
     gst_bin_add_many(GST_BIN(pipeline.get()), source, parser, nullptr);
     gst_element_link(source, parser);
     g_object_set(source, "location", path.get(), nullptr);
+    g_signal_connect(parser, "autoplug-continue", G_CALLBACK(isFollowed), nullptr);
     g_signal_connect(parser, "pad-added", G_CALLBACK(linkStream), &reading);
     gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
     ObjectPtr<GstBus> const bus(gst_element_get_bus(pipeline.get()));

@@ -2,9 +2,12 @@
 // What is taken out of a file with very many texts while nobody looks.
 #include "subtitle_reader.h"
 
+#include "support/temp_dir.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -63,6 +66,17 @@ TEST_F(SubtitleTapTest, allTracksTogetherHaveALimit)
     EXPECT_EQ(news.streams.size(), 8u);
     EXPECT_GT(news.overflowed, 0) << "none of them alone is full";
     EXPECT_FALSE(news.tracksLeftOut);
+}
+
+TEST_F(SubtitleTapTest, aListIsNotFollowed)
+{
+    test::TempDir const folder;
+    std::string const list = folder.path() + "/list.m3u8";
+    std::ofstream(list) << "#EXTM3U\n#EXT-X-TARGETDURATION:5\n#EXTINF:5,\nfile://" ORVANE_E2E_MEDIA
+                           "/manytexts.mkv\n#EXT-X-ENDLIST\n";
+    std::atomic<bool> const goOn{false};
+    readEmbeddedSubtitles("file://" + list, *m_tap, goOn);
+    EXPECT_TRUE(m_tap->news().streams.empty());
 }
 
 TEST_F(SubtitleTapTest, aStreamThatNobodyKnowsHasNoTexts)
