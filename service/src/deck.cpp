@@ -7,6 +7,7 @@
 #include <gst/pbutils/pbutils.h>
 
 #include <cerrno>
+#include <malloc.h>
 #include <string_view>
 #include <sys/epoll.h>
 #include <utility>
@@ -428,6 +429,7 @@ void Deck::shutDown(std::chrono::milliseconds deadline, std::function<void(bool 
          self = weak_from_this()]() mutable
         {
             pipeline.reset();
+            malloc_trim(0); // what threads that are gone have taken would stay with the process
             loop->post(
                 [self, done]
                 {
