@@ -24,9 +24,10 @@ JobYard::~JobYard()
     }
 }
 
-int JobYard::start(std::function<void()> work, std::function<void()> returned, ThreadId& thread)
+int JobYard::start(std::shared_ptr<JobShare> share, std::function<void()> work, std::function<void()> returned,
+                   ThreadId& thread)
 {
-    if (left() >= kMostLeft)
+    if (left() >= kMostLeft || share->left >= JobShare::kMostLeft)
     {
         return -EDQUOT;
     }
@@ -49,13 +50,15 @@ int JobYard::start(std::function<void()> work, std::function<void()> returned, T
                     }
                 });
         });
-    m_threads[thread] = {std::move(worker), std::move(returned)};
+    m_threads[thread] = {std::move(worker), std::move(returned), std::move(share)};
     return 0;
 }
 
 void JobYard::leave(ThreadId thread)
 {
-    m_threads.at(thread).returned = nullptr;
+    Thread& left = m_threads.at(thread);
+    left.returned = nullptr;
+    ++left.share->left;
 }
 
 std::size_t JobYard::left() const
@@ -79,6 +82,7 @@ void JobYard::onReturned(ThreadId id)
 {
     auto const found = m_threads.find(id);
     auto const returned = std::move(found->second.returned);
+    found->second.share->left -= returned ? 0 : 1;
     m_threads.erase(found);
     if (m_threads.empty() && m_empty)
     {

@@ -16,6 +16,15 @@
 namespace tz::orvane::service
 {
 
+/// What one client has of the yard.
+struct JobShare
+{
+    /// Of all that the yard bears, one client may not have them all.
+    static constexpr std::size_t kMostLeft = 8;
+
+    std::size_t left = 0; ///< threads that have not come back
+};
+
 /// Gives each job a thread of its own, and keeps those that nobody waits for any more until they come back. Loop
 /// thread.
 ///
@@ -40,9 +49,11 @@ public:
 
     platform::EventLoop& loop() const { return m_loop; }
 
-    /// @param returned called on the loop when the work is done @param thread gets what leave needs
+    /// @param share of whom the job is @param returned called on the loop when the work is done
+    /// @param thread gets what leave needs
     /// @return 0, -EDQUOT when too many threads do not come back, or another negative errno value
-    int start(std::function<void()> work, std::function<void()> returned, ThreadId& thread);
+    int start(std::shared_ptr<JobShare> share, std::function<void()> work, std::function<void()> returned,
+              ThreadId& thread);
 
     /// Nobody waits for a thread any more: `returned` is not called.
     void leave(ThreadId thread);
@@ -58,6 +69,7 @@ private:
     {
         std::unique_ptr<Worker> worker;
         std::function<void()> returned; ///< null: it was left
+        std::shared_ptr<JobShare> share;
     };
 
     void onReturned(ThreadId id);

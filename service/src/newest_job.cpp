@@ -9,9 +9,10 @@
 namespace tz::orvane::service
 {
 
-NewestJob::NewestJob(JobYard& yard, std::optional<std::chrono::milliseconds> deadline)
+NewestJob::NewestJob(JobYard& yard, std::optional<std::chrono::milliseconds> deadline, std::shared_ptr<JobShare> share)
     : m_yard(yard)
     , m_deadline(deadline)
+    , m_share(std::move(share))
 {
 }
 
@@ -46,8 +47,8 @@ void NewestJob::cancel()
 void NewestJob::begin()
 {
     m_running = m_newest;
-    int const status = m_yard.start([job = m_running] { job->result = job->work(job->cancelled); },
-                                    [this] { onReturned(); }, m_thread);
+    int const status = m_yard.start(
+        m_share, [job = m_running] { job->result = job->work(job->cancelled); }, [this] { onReturned(); }, m_thread);
     if (status < 0)
     {
         m_running.reset();

@@ -29,8 +29,9 @@ public:
     using Work = std::function<std::function<void()>(Cancelled const&)>;
     using Failed = std::function<void(Fault const&)>;
 
-    /// @param deadline for a job; nothing: it may take as long as it likes
-    explicit NewestJob(JobYard& yard, std::optional<std::chrono::milliseconds> deadline = std::nullopt);
+    /// @param deadline for a job; nothing: it may take as long as it likes @param share of whom the jobs are
+    explicit NewestJob(JobYard& yard, std::optional<std::chrono::milliseconds> deadline = std::nullopt,
+                       std::shared_ptr<JobShare> share = std::make_shared<JobShare>());
     NewestJob(NewestJob const&) = delete;
     NewestJob& operator=(NewestJob const&) = delete;
     ~NewestJob();
@@ -55,6 +56,7 @@ private:
 
     JobYard& m_yard;
     std::optional<std::chrono::milliseconds> m_deadline;
+    std::shared_ptr<JobShare> m_share;
     std::shared_ptr<Job> m_newest;  ///< null when it is done or cancelled
     std::shared_ptr<Job> m_running; ///< what the thread does: the newest, or one that was asked to end
     JobYard::ThreadId m_thread = 0;

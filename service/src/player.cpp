@@ -25,7 +25,7 @@ Player::Player(PlayerHost const& host, PlayerEvents const& events)
     , m_events(events)
     , m_speed(om::OM_PLAY_SPEED_NORMAL)
     , m_picture(host.settings)
-    , m_subtitles(host.loop, host.jobs, *this)
+    , m_subtitles(host.loop, host.jobs, host.share, *this)
     , m_alive(std::make_shared<Player*>(this))
 {
 }

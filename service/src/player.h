@@ -43,6 +43,7 @@ struct PlayerHost
     Screenshots& screenshots;
     DeckYard& yard;
     JobYard& jobs;
+    std::shared_ptr<JobShare> share; ///< that the player's connection has of them
     FrameCourier& frames;
     Settings const& settings;
     DrmAgents const* agents = nullptr; ///< of the player's connection

@@ -81,7 +81,8 @@ int Service::onConnect(mdt::MdtsPeer const& peer)
     ORVANE_LOG_INFO("0x%04X: %s, process %d", static_cast<unsigned int>(peer.cnid), peer.name.c_str(), peer.pid);
     m_loop.cancelTimer(m_idleTimer);
     m_idleTimer = 0;
-    PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_jobs, m_frames, m_settings};
+    PlayerHost const host{m_loop,   m_screen,  m_screenshots, m_yard, m_jobs, std::make_shared<JobShare>(),
+                          m_frames, m_settings};
     PreviewHost const previews{m_previews, m_tools};
     m_sessions[peer.cnid] = std::make_unique<Session>(host, previews, *m_messenger, m_players, peer);
     return 0;

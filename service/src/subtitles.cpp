@@ -43,12 +43,13 @@ std::string nameOf(std::string const& uri)
 
 } // namespace
 
-Subtitles::Subtitles(platform::EventLoop& loop, JobYard& jobs, SubtitleHost& host)
+Subtitles::Subtitles(platform::EventLoop& loop, JobYard& jobs, std::shared_ptr<JobShare> const& share,
+                     SubtitleHost& host)
     : m_loop(loop)
     , m_host(host)
-    , m_loading(jobs, kFileDeadline)
-    , m_reading(jobs) // as long as the file is
-    , m_fontSearch(jobs, kFileDeadline)
+    , m_loading(jobs, kFileDeadline, share)
+    , m_reading(jobs, std::nullopt, share) // as long as the file is
+    , m_fontSearch(jobs, kFileDeadline, share)
 {
 }
 

@@ -47,7 +47,7 @@ protected:
 class Subtitles
 {
 public:
-    Subtitles(platform::EventLoop& loop, JobYard& jobs, SubtitleHost& host);
+    Subtitles(platform::EventLoop& loop, JobYard& jobs, std::shared_ptr<JobShare> const& share, SubtitleHost& host);
     Subtitles(Subtitles const&) = delete;
     Subtitles& operator=(Subtitles const&) = delete;
     ~Subtitles();

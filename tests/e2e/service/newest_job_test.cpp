@@ -208,5 +208,29 @@ TEST_F(NewestJobTest, manyJobsThatBlockUseFewThreads)
     EXPECT_LE(test::runningThreads(), m_threads + 1);
 }
 
+TEST_F(NewestJobTest, whoLeavesTooManyThreadsLeavesSomeForOthers)
+{
+    auto const greedy = std::make_shared<JobShare>();
+    for (std::size_t count = 0; count < JobShare::kMostLeft; ++count)
+    {
+        NewestJob(*m_yard, std::nullopt, greedy).run(blocks(), fails());
+    }
+    NewestJob job(*m_yard, std::nullopt, greedy);
+    job.run(gives("too many"), fails());
+    m_loop.run();
+    EXPECT_EQ(m_faults, Faults{om::OM_ERROR_LIMIT});
+    NewestJob other(*m_yard);
+    other.run(gives("another one's"), fails());
+    m_loop.run();
+    EXPECT_EQ(m_results, Results{"another one's"});
+
+    // It is as before as soon as they are back.
+    m_blockage.release();
+    runUntilEmpty();
+    job.run(gives("one more"), fails());
+    m_loop.run();
+    EXPECT_EQ(m_results, (Results{"another one's", "one more"}));
+}
+
 } // namespace
 } // namespace tz::orvane::service
