@@ -36,7 +36,8 @@ protected:
     {
         gst_init(nullptr, nullptr);
         makeAgent();
-        PlayerHost const host{m_loop, m_screen, m_screenshots, m_yard, m_jobs, m_frames, m_settings, &m_agents};
+        PlayerHost const host{m_loop,   m_screen,   m_screenshots, m_yard, m_jobs, std::make_shared<JobShare>(),
+                              m_frames, m_settings, &m_agents};
         m_player = std::make_unique<Player>(host, PlayerEvents(m_messenger, kCnid, protocol::kPlayerIds.first));
         open();
     }

@@ -226,8 +226,9 @@ protected:
         , m_jobs(m_loop)
         , m_frames(m_loop)
         , m_pool(m_loop)
-        , m_session({m_loop, m_screen, m_screenshots, m_yard, m_jobs, m_frames, m_settings}, {m_pool, m_tools},
-                    m_messenger, m_players, {kCnid, 1, 1, 1, "nobody", 0})
+        , m_session(
+              {m_loop, m_screen, m_screenshots, m_yard, m_jobs, std::make_shared<JobShare>(), m_frames, m_settings},
+              {m_pool, m_tools}, m_messenger, m_players, {kCnid, 1, 1, 1, "nobody", 0})
     {
     }
 

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <dlfcn.h>
+#include <memory>
 #include <pthread.h>
 #include <vector>
 
@@ -54,7 +55,7 @@ TEST(SubtitleThread, aFileThatWasRefusedIsNotReadWithAnotherCharset)
     platform::EventLoop loop;
     Host host(loop);
     JobYard jobs(loop);
-    Subtitles subtitles(loop, jobs, host);
+    Subtitles subtitles(loop, jobs, std::make_shared<JobShare>(), host);
     noThreads = true;
     subtitles.setUri("file://" ORVANE_E2E_MEDIA "/en.srt");
     EXPECT_EQ(host.refusals, std::vector{om::OM_ERROR_LIMIT});
