@@ -96,7 +96,7 @@ TEST_F(ClearKeyPlayer, getsTheKeyWhenItIsNeededAndShowsTheFilm)
     EXPECT_TRUE(isSeenPlaying(player));
     EXPECT_EQ(player.wait(), 0) << player.err();
     EXPECT_THAT(player.out(), EndsWith(std::string(kRequest) + "played\n"));
-    EXPECT_EQ(player.err(), "");
+    EXPECT_THAT(player.err(), Not(HasSubstr("clearkey_player"))); // the library may log events that come too late
 }
 
 TEST_F(ClearKeyPlayer, endsWithAnErrorWhenTheKeyIsWrong)
