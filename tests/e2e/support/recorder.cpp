@@ -10,7 +10,7 @@ namespace tz::orvane::test
 namespace
 {
 
-constexpr std::chrono::seconds kPatience{40};
+constexpr std::chrono::seconds kPatience{60};
 
 std::string nameOf(Note const& note)
 {
