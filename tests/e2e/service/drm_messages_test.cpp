@@ -16,7 +16,6 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 /// The example of the W3C recommendation: two keys are asked for.
 constexpr char kRequest[] = R"({"kids":["LwVHf8JLtPrv2GUXFW2v_A","0DdtU9od-Bh5L3xbv0Xf_A"],"type":"temporary"})";
