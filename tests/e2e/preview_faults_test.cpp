@@ -265,7 +265,9 @@ TEST_F(PreviewFaults, requestsForOneUriAreStoppedWhereverTheyStand)
     {
         EXPECT_EQ(previewer.take().code, om::OM_ERROR_STOPPED);
     }
-    EXPECT_EQ(previewer.status(om::OM_PREVIEW_KEY_WAITING) + previewer.status(om::OM_PREVIEW_KEY_RUNNING), 5);
+    auto const left = [&]
+    { return previewer.status(om::OM_PREVIEW_KEY_WAITING) + previewer.status(om::OM_PREVIEW_KEY_RUNNING); };
+    EXPECT_TRUE(eventually([&] { return left() == 5; })) << "one that starts between the questions counts twice";
 
     om::OmPropertyGroup none;
     EXPECT_EQ(previewer.tool().stopPreviewAll(none), 0);
