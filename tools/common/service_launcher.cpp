@@ -2,7 +2,9 @@
 // Starts a media service of the user's own when none listens.
 #include "common/service_launcher.h"
 
+#include "common/output.h"
 #include "orvane/omc_access.h"
+#include "orvane/platform/om_debug.h"
 #include "platform/src/unique_fd.h"
 
 #include <chrono>
@@ -112,6 +114,16 @@ private:
     posix_spawnattr_t m_attributes = {};
 };
 
+void quietLibrary(bool verbose)
+{
+    if (std::getenv("ORVANE_DEBUG") == nullptr)
+    {
+        platform::setDebugLevel(verbose ? platform::DebugLevel::warning : platform::DebugLevel::off);
+    }
+    Output::Silence const silence; // the registry tells standard output when it is made
+    omc::OmcClientAccess::getApp(0);
+}
+
 om::OmIConnection* connect(std::string const& appName)
 {
     return omc::OmcClientAccess::getApp(0)->createConnection(appName);
@@ -180,8 +192,9 @@ std::optional<int> ServiceProcess::exitStatus()
 }
 
 ServiceConnection connectToService(std::string const& appName, std::string const& socketDirectory,
-                                   LaunchOptions const& options, std::function<bool(int milliseconds)> const& pause)
+                                   LaunchOptions const& options, Signals& signals)
 {
+    quietLibrary(options.verbose);
     if (om::OmIConnection* const connection = connect(appName))
     {
         return {connection, false, ""};
@@ -196,9 +209,9 @@ ServiceConnection connectToService(std::string const& appName, std::string const
     auto restart = begin + kRestartInterval;
     while (std::chrono::steady_clock::now() < deadline)
     {
-        if (!pause(kRetryInterval))
+        if (int const signal = signals.pause(kRetryInterval); signal != 0)
         {
-            return {nullptr, true, "interrupted"};
+            return {nullptr, true, "interrupted", signal};
         }
         if (om::OmIConnection* const connection = connect(appName))
         {

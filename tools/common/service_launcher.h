@@ -2,9 +2,9 @@
 // Starts a media service of the user's own when none listens.
 #pragma once
 
+#include "common/signals.h"
 #include "orvane/om_iconnection.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -45,12 +45,13 @@ struct ServiceConnection
     om::OmIConnection* connection = nullptr; ///< owned by the library's registry
     bool launched = false;                   ///< whether a service was started for it
     std::string fault;                       ///< why there is no connection
+    int endSignal = 0;                       ///< that ended the wait for one, 0 for none
 };
 
 /// Connects to the service that listens in `socketDirectory`; starts one when none does, and waits for it. When two
-/// programs do so at once, one of the two services ends again and both programs meet the other one.
-/// @param pause waits some milliseconds; false gives up
+/// programs do so at once, one of the two services ends again and both programs meet the other one. What the tool
+/// reports in its own words the library does not log as well, unless somebody asks.
 ServiceConnection connectToService(std::string const& appName, std::string const& socketDirectory,
-                                   LaunchOptions const& options, std::function<bool(int milliseconds)> const& pause);
+                                   LaunchOptions const& options, Signals& signals);
 
 } // namespace tz::orvane::tools

@@ -10,9 +10,7 @@
 #include "omc_play/terminal.h"
 #include "omc_play/view.h"
 #include "orvane/omc_access.h"
-#include "orvane/platform/om_debug.h"
 
-#include <cstdlib>
 #include <memory>
 #include <optional>
 
@@ -23,15 +21,6 @@ using namespace tz::orvane;
 using namespace tz::orvane::tools;
 
 constexpr char kAppName[] = "omc-play";
-
-/// Faults that the tool reports in its own words are not logged as well, unless somebody asks.
-void setLibraryMessages(bool verbose)
-{
-    if (std::getenv("ORVANE_DEBUG") == nullptr)
-    {
-        platform::setDebugLevel(verbose ? platform::DebugLevel::warning : platform::DebugLevel::off);
-    }
-}
 
 std::unique_ptr<View> makeView(Output& output, Options const& options, Terminal const* terminal)
 {
@@ -60,21 +49,10 @@ int run(Options& options)
         return kExitNoService;
     }
 
-    setLibraryMessages(options.launch.verbose);
+    ServiceConnection const service = connectToService(kAppName, directory.path, options.launch, signals);
+    if (service.endSignal != 0)
     {
-        Output::Silence const silence;
-        omc::OmcClientAccess::getApp(0);
-    }
-    int endSignal = 0;
-    auto const pause = [&](int milliseconds)
-    {
-        endSignal = signals.pause(milliseconds);
-        return endSignal == 0;
-    };
-    ServiceConnection const service = connectToService(kAppName, directory.path, options.launch, pause);
-    if (endSignal != 0)
-    {
-        return kExitSignalBase + endSignal;
+        return kExitSignalBase + service.endSignal;
     }
     if (service.connection == nullptr)
     {

@@ -7,9 +7,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
-#include <system_error>
-
 namespace tz::orvane::tools
 {
 
@@ -80,12 +77,7 @@ ParsedOptions parseOptions(int argc, char** argv)
     }
 
     options.start = static_cast<long long>(start * 1000);
-    std::error_code error;
-    std::string const directory = std::filesystem::current_path(error);
-    for (std::string& medium : options.media)
-    {
-        medium = mediaUri(medium, directory);
-    }
+    options.media = mediaUris(options.media);
     return {options, kExitDone};
 }
 

@@ -8,9 +8,7 @@
 #include "omc_preview/options.h"
 #include "omc_preview/preview_run.h"
 #include "orvane/omc_access.h"
-#include "orvane/platform/om_debug.h"
 
-#include <cstdlib>
 #include <iostream>
 
 namespace
@@ -36,27 +34,12 @@ int run(PreviewOptions const& options)
     {
         return fail("no media service: " + directory.fault);
     }
-    // What the tool reports in its own words is not logged as well, unless somebody asks.
-    if (std::getenv("ORVANE_DEBUG") == nullptr)
-    {
-        platform::setDebugLevel(options.verbose ? platform::DebugLevel::warning : platform::DebugLevel::off);
-    }
-    {
-        Output::Silence const silence;
-        omc::OmcClientAccess::getApp(0);
-    }
-    int endSignal = 0;
-    auto const pause = [&](int milliseconds)
-    {
-        endSignal = signals.pause(milliseconds);
-        return endSignal == 0;
-    };
     LaunchOptions launch;
     launch.verbose = options.verbose;
-    ServiceConnection const service = connectToService(kAppName, directory.path, launch, pause);
-    if (endSignal != 0)
+    ServiceConnection const service = connectToService(kAppName, directory.path, launch, signals);
+    if (service.endSignal != 0)
     {
-        return kExitSignalBase + endSignal;
+        return kExitSignalBase + service.endSignal;
     }
     if (service.connection == nullptr)
     {

@@ -130,12 +130,7 @@ ParsedPreviewOptions parsePreviewOptions(int argc, char** argv)
         std::cerr << "omc-preview: " << wrong << "\n";
         return {std::nullopt, kExitUsage};
     }
-    std::error_code error;
-    std::string const directory = std::filesystem::current_path(error);
-    for (std::string& medium : options.media)
-    {
-        medium = mediaUri(medium, directory);
-    }
+    options.media = mediaUris(options.media);
     return {options, kExitDone};
 }
 

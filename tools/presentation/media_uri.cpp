@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <filesystem>
+#include <iterator>
 #include <string_view>
+#include <system_error>
 
 namespace tz::orvane::tools
 {
@@ -38,6 +41,16 @@ std::string mediaUri(std::string const& argument, std::string const& directory)
         return argument;
     }
     return (directory == "/" ? "/" : directory + "/") + argument;
+}
+
+std::vector<std::string> mediaUris(std::vector<std::string> const& arguments)
+{
+    std::error_code error;
+    std::string const directory = std::filesystem::current_path(error);
+    std::vector<std::string> uris;
+    std::transform(arguments.begin(), arguments.end(), std::back_inserter(uris),
+                   [&](std::string const& argument) { return mediaUri(argument, directory); });
+    return uris;
 }
 
 std::string localFile(std::string const& uri)
