@@ -14,7 +14,9 @@ namespace
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::Ge;
+using testing::Gt;
 using testing::Le;
+using testing::Lt;
 
 class Playback : public WithService
 {
@@ -53,8 +55,8 @@ TEST_F(Playback, playTimeIsReportedFourTimesASecond)
         ASSERT_TRUE(last);
     }
     auto const passed = std::chrono::duration_cast<std::chrono::milliseconds>(last->at - first->at).count();
-    EXPECT_THAT(passed, AllOf(Ge(1'800), Le(2'600)));
-    EXPECT_THAT(last->value - first->value, AllOf(Ge(1'700), Le(2'700)));
+    EXPECT_THAT(passed, AllOf(Gt(1'000), Lt(4'000))) << "neither eight times a second nor twice";
+    EXPECT_THAT(last->value - first->value, AllOf(Gt(1'000), Lt(4'000)));
 }
 
 TEST_F(Playback, playTimeComesAsOftenAsItWasAskedFor)
@@ -70,7 +72,7 @@ TEST_F(Playback, playTimeComesAsOftenAsItWasAskedFor)
         last = often.recorder().takePlayTime();
     }
     ASSERT_TRUE(first && last);
-    EXPECT_LE(last->at - first->at, std::chrono::milliseconds(1'800));
+    EXPECT_LT(last->at - first->at, std::chrono::milliseconds(4'500)) << "as a rule it takes five seconds";
     for (Note const& note : never.recorder().notes())
     {
         EXPECT_NE(note.kind, Note::Kind::playTime);
@@ -239,7 +241,7 @@ TEST_F(Playback, whatWasStoppedStartsAgainFromTheBeginning)
     ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));
     auto const time = viewer.recorder().takePlayTime();
     ASSERT_TRUE(time);
-    EXPECT_LE(time->value, 1'500);
+    EXPECT_LT(time->value, 5'000);
 }
 
 TEST_F(Playback, startingAtAPositionBeginsThere)

@@ -177,7 +177,7 @@ TEST_F(Speed, elementaryStreamsGoForward)
     auto const playing = viewer.recorder().takeState(om::OM_STATE_PLAYING);
     auto const end = viewer.recorder().takeEvent(om::OM_EVENT_END_OF_STREAM);
     ASSERT_TRUE(playing && end);
-    EXPECT_LE(end->at - playing->at, milliseconds(6'000));
+    EXPECT_LT(end->at - playing->at, milliseconds(9'000)) << "at the usual speed it takes ten seconds";
 }
 
 TEST_F(Speed, whatComesFromAServerGoesForward)
@@ -227,7 +227,7 @@ TEST_F(Speed, theSpeedOutlivesASeekAndAPause)
     auto const end = viewer.recorder().takeEvent(om::OM_EVENT_END_OF_STREAM);
     ASSERT_TRUE(playing && end);
     EXPECT_GE(end->at - playing->at, milliseconds(1'400));
-    EXPECT_LE(end->at - playing->at, milliseconds(4'000));
+    EXPECT_LT(end->at - playing->at, milliseconds(7'500)) << "at the usual speed it takes eight seconds";
 }
 
 TEST_F(Speed, wrongArgumentsAreRefused)

@@ -46,7 +46,7 @@ ProcessState::ProcessState()
 
 ProcessState::~ProcessState()
 {
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while ((openDescriptors() > m_descriptors || runningThreads() > m_threads) &&
            std::chrono::steady_clock::now() < deadline)
     {

@@ -20,7 +20,7 @@ namespace tz::orvane::test
 namespace
 {
 
-constexpr std::chrono::seconds kPatience{10};
+constexpr std::chrono::seconds kPatience{60};
 
 /// No message of the protocol.
 constexpr int kSettleCode = 0;

@@ -31,7 +31,7 @@ int noTime(int)
 /// Never sleeps, so that the next step comes as soon as can be.
 template <class Condition> bool soon(Condition condition)
 {
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (!condition())
     {
         if (std::chrono::steady_clock::now() > deadline)

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <string>
 
 namespace tz::orvane::service
@@ -114,41 +112,6 @@ TEST(CueList, textsOfOneStartStayInTheOrderOfTheirArrival)
     list.add({1000, 3000, "c"});
     list.add({1000, 3000, "a"});
     EXPECT_EQ(list.at(1000).text, "b\nc\na");
-}
-
-/// @return how long the quickest of a few lists took to be filled
-template <class Start> std::chrono::duration<double> filling(int cues, Start start)
-{
-    auto quickest = std::chrono::duration<double>::max();
-    for (int round = 0; round < 5; ++round)
-    {
-        CueList list;
-        auto const begin = std::chrono::steady_clock::now();
-        for (int number = 0; number < cues; ++number)
-        {
-            list.add({start(number), 1'000'000, "text " + std::to_string(number)});
-        }
-        quickest = std::min<std::chrono::duration<double>>(quickest, std::chrono::steady_clock::now() - begin);
-        EXPECT_EQ(list.cues().size(), static_cast<std::size_t>(cues));
-    }
-    return quickest;
-}
-
-/// Sixteen times as many take 256 times as long when each is compared with all others.
-template <class Start> void expectQuickFilling(Start start)
-{
-    constexpr int kMany = CueList::kMostCues;
-    EXPECT_LT(filling(kMany, start) / filling(kMany / 16, start), 90);
-}
-
-TEST(CueList, manyTextsOfOneStartAreTakenQuickly)
-{
-    expectQuickFilling([](int) { return 1000; });
-}
-
-TEST(CueList, manyTextsInTheWrongOrderAreTakenQuickly)
-{
-    expectQuickFilling([](int number) { return 900'000 - number; });
 }
 
 } // namespace

@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr unsigned int kCapacity = 65535;
-constexpr std::chrono::seconds kPatience{30};
+constexpr std::chrono::seconds kPatience{60};
 
 /// Microseconds: so much that the service says when it is enough, and then asks again.
 constexpr long long kAtATime = 4'000'000;

@@ -12,7 +12,7 @@ namespace tz::orvane::test
 namespace
 {
 
-constexpr std::chrono::seconds kPatience{40};
+constexpr std::chrono::seconds kPatience{60};
 
 /// Pictures that nobody takes are not all kept.
 constexpr std::size_t kMostFrames = 400;
