@@ -3,11 +3,12 @@
 #include "media_info.h"
 
 #include "codec_map.h"
+#include "container_caps.h"
 #include "dates.h"
 #include "exif.h"
 #include "mp4_facts.h"
-#include "stream_caps.h"
 #include "stream_chapters.h"
+#include "stream_path.h"
 #include "stream_tags.h"
 #include "text_field.h"
 
@@ -61,10 +62,10 @@ MediaInfo emptyInfo()
     return info;
 }
 
-void readVideo(StreamPad const& stream, GstCaps const* compressed, om::om_stream_info_t& entry,
+void readVideo(StreamPath const& path, GstCaps const* compressed, om::om_stream_info_t& entry,
                om::om_media_info_t& media, bool first)
 {
-    CapsPtr const raw(gst_pad_get_current_caps(stream.pad.get()));
+    CapsPtr const raw = path.caps();
     GstVideoInfo picture;
     gst_video_info_init(&picture);
     bool const known = raw != nullptr && gst_video_info_from_caps(&picture, raw.get()) != FALSE;
@@ -87,10 +88,10 @@ void readVideo(StreamPad const& stream, GstCaps const* compressed, om::om_stream
     }
 }
 
-void readAudio(StreamPad const& stream, GstCaps const* compressed, om::om_stream_info_t& entry,
+void readAudio(StreamPath const& path, GstTagList const* tags, GstCaps const* compressed, om::om_stream_info_t& entry,
                om::om_media_info_t& media, bool first)
 {
-    CapsPtr const raw(gst_pad_get_current_caps(stream.pad.get()));
+    CapsPtr const raw = path.caps();
     GstStructure const* const sound = raw == nullptr ? nullptr : gst_caps_get_structure(raw.get(), 0);
     entry.audio.codec = audioCodecOf(compressed);
     entry.audio.audio_format = audioFormatOf(raw.get());
@@ -99,7 +100,7 @@ void readAudio(StreamPad const& stream, GstCaps const* compressed, om::om_stream
         gst_structure_get_int(sound, "rate", &entry.audio.samplerate);
         gst_structure_get_int(sound, "channels", &entry.audio.ch);
     }
-    setText(entry.audio.lang, languageOf(stream.tags.get()));
+    setText(entry.audio.lang, languageOf(tags));
     if (first)
     {
         media.audio_codec = entry.audio.codec;
@@ -108,10 +109,10 @@ void readAudio(StreamPad const& stream, GstCaps const* compressed, om::om_stream
     }
 }
 
-void readText(StreamPad const& stream, GstCaps const* compressed, om::om_stream_info_t& entry)
+void readText(StreamPath const& path, GstCaps const* compressed, om::om_stream_info_t& entry)
 {
     // Among all tags of the stream are those of the whole, whose title is not this track's.
-    TagListPtr const tags = tagsOfScope(stream.pad.get(), GST_TAG_SCOPE_STREAM);
+    TagListPtr const tags = path.tags(GST_TAG_SCOPE_STREAM);
     setText(entry.mime_type, subtitleTypeOf(compressed, tagText(tags.get(), GST_TAG_SUBTITLE_CODEC)));
     setText(entry.subtitle.title, trackTitleOf(tags.get()));
     setText(entry.subtitle.lang, languageOf(tags.get()));
@@ -157,19 +158,20 @@ void readStream(StreamPad const& stream, MediaInfo& info)
     om::om_stream_info_t& entry = list.entries[number];
     entry.id = number;
     entry.stream_type = list.type;
-    CapsPtr const compressed = compressedCaps(stream.pad.get());
+    StreamPath const path(stream.pad.get());
+    CapsPtr const compressed = path.compressedCaps();
     setText(entry.mime_type, mimeTypeOf(compressed.get()));
     switch (stream.kind)
     {
     case StreamPad::Kind::video:
-        readVideo(stream, compressed.get(), entry, info.media, number == 0);
+        readVideo(path, compressed.get(), entry, info.media, number == 0);
         info.orientation = number == 0 ? orientationOf(stream.tags.get()) : info.orientation;
         break;
     case StreamPad::Kind::audio:
-        readAudio(stream, compressed.get(), entry, info.media, number == 0);
+        readAudio(path, stream.tags.get(), compressed.get(), entry, info.media, number == 0);
         break;
     case StreamPad::Kind::text:
-        readText(stream, compressed.get(), entry);
+        readText(path, compressed.get(), entry);
         break;
     }
 }
@@ -189,7 +191,7 @@ void readAllTags(std::vector<StreamPad> const& streams, om::om_media_info_t& med
         {
             if (stream.pad != nullptr && !(namedTracks && scope == GST_TAG_SCOPE_STREAM))
             {
-                readTags(tagsOfScope(stream.pad.get(), scope).get(), media);
+                readTags(StreamPath(stream.pad.get()).tags(scope).get(), media);
             }
         }
     }

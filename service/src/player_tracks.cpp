@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // One player of a client: its tracks of sound and subtitles.
 #include "player.h"
+#include "stream_path.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace tz::orvane::service
@@ -21,8 +23,7 @@ std::string textStream(Pipeline const& pipeline, int number)
     {
         if (stream.kind == StreamPad::Kind::text && number-- == 0)
         {
-            TextPtr const id(gst_pad_get_stream_id(stream.pad.get()));
-            return id == nullptr ? std::string() : id.get();
+            return stream.pad == nullptr ? std::string() : StreamPath(stream.pad.get()).id();
         }
     }
     return {};

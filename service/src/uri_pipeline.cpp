@@ -4,6 +4,7 @@
 
 #include "feed.h"
 #include "image_head.h"
+#include "stream_path.h"
 #include "subtitle_tap.h"
 
 #include <chrono>
@@ -127,6 +128,22 @@ bool isThrough(GstPad* input)
     return wanted != nullptr && current != nullptr && std::strcmp(wanted.get(), current.get()) == 0;
 }
 
+/// @param own what has come through so far @return with what is still on its way
+TagListPtr completed(TagListPtr own, GstPad* pad)
+{
+    if (pad == nullptr)
+    {
+        return own;
+    }
+    StreamPath const path(pad);
+    for (GstTagScope const scope : {GST_TAG_SCOPE_STREAM, GST_TAG_SCOPE_GLOBAL})
+    {
+        TagListPtr const tags = path.tags(scope);
+        own.reset(gst_tag_list_merge(own.get(), tags.get(), GST_TAG_MERGE_KEEP));
+    }
+    return own;
+}
+
 GstElement* makePlaybin(std::string const& uri, GstElement* audioChain, GstElement* videoOutlet)
 {
     GstElement* const playbin = gst_element_factory_make("playbin", nullptr);
@@ -220,7 +237,7 @@ std::vector<StreamPad> UriPipeline::streams() const
             GstTagList* tags = nullptr;
             g_signal_emit_by_name(element(), kind.getPad, index, &pad);
             g_signal_emit_by_name(element(), kind.getTags, index, &tags);
-            found.push_back({kind.kind, ObjectPtr<GstPad>(pad), TagListPtr(tags)});
+            found.push_back({kind.kind, ObjectPtr<GstPad>(pad), completed(TagListPtr(tags), pad)});
         }
     }
     return found;

@@ -63,7 +63,9 @@ void Viewer::prepare(std::string const& uri, unsigned int flags, Options const& 
 
 bool Viewer::open(std::string const& uri, unsigned int flags, Options const& options)
 {
-    prepare(uri, flags, options);
+    Options patient{{om::OM_PREPARE_KEY_TIMEOUT, "50000"}}; // a busy machine takes its time
+    patient.insert(patient.end(), options.begin(), options.end());
+    prepare(uri, flags, patient);
     // What the medium before this one still reports comes in front of its opening.
     if (!m_recorder.takeState(om::OM_STATE_READY, om::OM_ACT_OPENING))
     {
