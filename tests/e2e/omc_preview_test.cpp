@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The preview tool as a user and a script meet it.
+#include "support/http_server.h"
 #include "support/place.h"
 #include "support/preview_service.h"
 #include "support/previewer.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -204,6 +206,7 @@ TEST_F(OmcPreview, wrongUsageIsToldAtOnce)
         {"x.mp4", "--size", "0x0"},
         {""},
         {"x.mp4", "-o", ""},
+        {"x.mp4", "--timeout", "0"},
         {"x.mp4", "--contact-sheet", "4"},
         {"x.mp4", "--contact-sheet", "0", "-o", "x.jpg"},
         {"x.mp4", "--contact-sheet", "1000", "-o", "x.jpg"},
@@ -262,11 +265,22 @@ TEST_F(OmcPreview, theServiceNeverHasManyPicturesOfARun)
     EXPECT_EQ(files().size(), 80u);
 }
 
+TEST_F(OmcPreview, worksAtAMediumForAsLongAsItWasTold)
+{
+    HttpServer server(ORVANE_E2E_MEDIA);
+    auto const begin = std::chrono::steady_clock::now();
+    ToolProcess tool(command({server.uri("hang/v.mp4"), "--timeout", "1"}));
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9)) << "as a rule it takes longer";
+    EXPECT_THAT(tool.err(), HasSubstr("it takes too long"));
+}
+
 TEST_F(OmcPreview, getsMorePicturesThanTheServiceHasRoomFor)
 {
     makeNoise(inFolder("noise.jpg"));
     std::vector<std::string> arguments(8, inFolder("noise.jpg"));
-    arguments.insert(arguments.end(), {"--size", "2048x2048", "--format", "png", "-o", inFolder("made/")});
+    arguments.insert(arguments.end(),
+                     {"--size", "2048x2048", "--format", "png", "--timeout", "120", "-o", inFolder("made/")});
     ToolProcess tool(command(arguments));
     ASSERT_TRUE(eventually([this] { return bytesOfTheService() > 0; })); // it has long asked for all of them
     tool.signal(SIGSTOP);                                                // and takes none of them away

@@ -114,6 +114,9 @@ ParsedPreviewOptions parsePreviewOptions(int argc, char** argv)
     app.add_option("--contact-sheet", options.sheetFrames, "So many frames of each film in one picture")
         ->check(CLI::Range(1, 100))
         ->type_name("N");
+    app.add_option("--timeout", options.timeout, "For how long to work at a medium (10; 120 for a contact sheet)")
+        ->check(CLI::Range(1, 120))
+        ->type_name("SECONDS");
     app.add_flag("--json", options.json, "Print a line with a JSON object for each medium");
     app.add_flag("--verbose", options.verbose, "Show the messages of the library and of a service that is started");
     try

@@ -21,6 +21,7 @@ struct PreviewOptions
     bool intoFolder = false;
     PictureFormat format = PictureFormat::jpeg;
     int sheetFrames = 0; ///< 0: no contact sheet
+    int timeout = 0;     ///< seconds for a medium; 0: as long as is usual
     bool json = false;
     bool verbose = false;
 };

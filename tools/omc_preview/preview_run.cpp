@@ -31,7 +31,7 @@ namespace
 {
 
 constexpr std::size_t kMostAsked = 32; ///< so that an interruption has little to undo
-constexpr char kSheetTimeout[] = "120000";
+constexpr int kSheetTimeout = 120;     ///< seconds
 constexpr std::string_view kClearLine = "\r\x1b[K";
 
 bool hasTerminal()
@@ -61,7 +61,11 @@ void fillProperties(PreviewOptions const& options, om::OmPropertyGroup& group)
     if (options.sheetFrames > 0)
     {
         group.add(om::OM_PREVIEW_KEY_FRAMES, std::to_string(options.sheetFrames));
-        group.add(om::OM_PREVIEW_KEY_TIMEOUT, kSheetTimeout);
+    }
+    int const usual = options.sheetFrames > 0 ? kSheetTimeout : 0;
+    if (int const timeout = options.timeout > 0 ? options.timeout : usual; timeout > 0)
+    {
+        group.add(om::OM_PREVIEW_KEY_TIMEOUT, std::to_string(timeout * 1000));
     }
 }
 
