@@ -67,10 +67,10 @@ CallResult Pipeline::seek(double rate, std::int64_t milliseconds, int flags)
 {
     auto const position = milliseconds * static_cast<std::int64_t>(GST_MSECOND);
     bool const forward = rate > 0;
+    std::int64_t const end = -1; // to be set: else it stays where the last way back began
     gboolean const sought =
         gst_element_seek(m_element.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | flags),
-                         GST_SEEK_TYPE_SET, forward ? position : 0, forward ? GST_SEEK_TYPE_NONE : GST_SEEK_TYPE_SET,
-                         forward ? -1 : position);
+                         GST_SEEK_TYPE_SET, forward ? position : 0, GST_SEEK_TYPE_SET, forward ? end : position);
     return sought == FALSE ? CallResult::failed : CallResult::async;
 }
 

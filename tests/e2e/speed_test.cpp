@@ -93,6 +93,45 @@ TEST_P(SpeedBackOf, backwardIsKept)
     }
 }
 
+/// @return the first of the reported positions that is behind another one
+long long positionBehind(Viewer& viewer, long long position)
+{
+    auto const note = viewer.recorder().take([position](Note const& each)
+                                             { return each.kind == Note::Kind::playTime && each.value > position; });
+    return note ? note->value : -1;
+}
+
+TEST_P(SpeedBackOf, forwardAgainItGoesOnBeyondWhereItTurned)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media(GetParam())));
+    viewer.player().seek(1'000, om::OM_SEEK_DEFAULT);
+    ASSERT_TRUE(takeSpeed(viewer, om::OM_PLAY_SPEED_BACKWARD_1X));
+    viewer.player().resume();
+    ASSERT_TRUE(eventually([&] { return viewer.position() < 900; }));
+    ASSERT_TRUE(takeSpeed(viewer, om::OM_PLAY_SPEED_NORMAL));
+    long long const duration = viewer.recorder().mediaInfo().duration;
+    EXPECT_LT(positionBehind(viewer, 1'100), duration) << "it has not ended there";
+    viewer.player().pause();
+    viewer.player().seek(duration - 200, om::OM_SEEK_DEFAULT);
+    auto const done = viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE);
+    ASSERT_TRUE(done);
+    EXPECT_GE(done->number(om::OM_KEY_POSITION), duration - 300);
+}
+
+TEST_P(SpeedBackOf, fromItsBeginningItStartsAnew)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media(GetParam())));
+    viewer.player().seek(300, om::OM_SEEK_DEFAULT);
+    ASSERT_TRUE(takeSpeed(viewer, om::OM_PLAY_SPEED_BACKWARD_1X));
+    viewer.player().resume();
+    ASSERT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_END_OF_STREAM));
+    viewer.player().start(-1);
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));
+    EXPECT_LT(positionBehind(viewer, 400), viewer.recorder().mediaInfo().duration) << "it has not ended there";
+}
+
 INSTANTIATE_TEST_SUITE_P(Media, SpeedBackOf, testing::Values("v.mp4", "v.mkv", "v.webm", "a.mp3", "a.flac", "a.ogg"));
 
 /// @return whether it is refused as something that the medium cannot do, and the speed stays normal
