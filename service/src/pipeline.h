@@ -27,6 +27,14 @@ enum class CallResult
     live   ///< done, but a live source delivers nothing before it plays
 };
 
+/// Of another track; all is as it was unless it is done.
+enum class SwitchResult
+{
+    done,
+    ended, ///< the end of the medium came first
+    failed
+};
+
 /// One stream as it leaves its decoder.
 struct StreamPad
 {
@@ -83,8 +91,8 @@ public:
     virtual std::vector<StreamPad> streams() const = 0;
 
     /// Lets another audio stream through, while it plays. Takes about half a second.
-    /// @param former the number of the one that it takes the place of @return failed: all is as it was
-    virtual CallResult switchAudio(int /*number*/, int /*former*/) { return CallResult::failed; }
+    /// @param former the number of the one that it takes the place of
+    virtual SwitchResult switchAudio(int /*number*/, int /*former*/) { return SwitchResult::failed; }
 
     /// Before it is opened: where its texts go to as well, if it has some.
     virtual void takeTexts(SubtitleTap& /*tap*/) {}

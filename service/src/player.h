@@ -175,7 +175,7 @@ private:
     Fault subtitleObstacle() const override;
 
     // player_tracks.cpp
-    using Switched = std::function<void(bool done)>;
+    using Switched = std::function<void(SwitchResult result)>;
     static double rateOf(int speed) { return static_cast<double>(speed) / om::OM_PLAY_SPEED_NORMAL; }
     void doSetAudioTrack(unsigned int number);
     void doSetSubtitleTrack(unsigned int number);
@@ -183,9 +183,10 @@ private:
     void judgeSubtitleFile(MediaInfo const& info);
     bool needsTracks();
     void switchAudio(int number, Switched then);
+    std::int64_t placeToSwitch() const;
     void passSwitch(int number, Switched then);
     void standAgain(Then then);
-    void flushTo(std::optional<std::int64_t> position, Then then);
+    void flushTo(std::optional<std::int64_t> position, int speed, Then then);
     void completeTracks(MediaInfo& info) const;
     void completeMutes(om::om_container_info_t& container) const;
     void tellTracks(StreamPad::Kind kind);

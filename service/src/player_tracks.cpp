@@ -40,6 +40,7 @@ bool hasPicture(MediaInfo const& info)
     return info.container.video_count > 0;
 }
 
+constexpr char kEnded[] = "the medium has ended";
 constexpr char kNoPicture[] = "there is no picture for texts";
 
 /// @return why a medium has no use for a file of subtitles
@@ -52,6 +53,9 @@ Fault obstacleIn(MediaInfo const& info)
     bool const isFull = embeddedTexts(info) >= om::om_container_info_t::kTextCapacity;
     return isFull ? Fault{om::OM_ERROR_LIMIT, "the list of tracks is full", {}} : Fault{};
 }
+
+/// More than a switch ever takes.
+constexpr std::int64_t kWayOfSwitch = 5'000;
 
 constexpr char kSetSubtitleUri[] = "setSubtitleUri";
 
@@ -119,18 +123,19 @@ void Player::doSetAudioTrack(unsigned int number)
         return;
     }
     auto const track = static_cast<int>(number);
-    auto const chosen = [this, track](bool done)
+    auto const chosen = [this, track](SwitchResult result)
     {
-        if (!done)
+        if (result != SwitchResult::done)
         {
-            refuse(om::OM_ERROR_NOT_SUPPORTED, "the track gives no sound");
+            result == SwitchResult::ended ? refuse(om::OM_ERROR_BAD_STATE, kEnded)
+                                          : refuse(om::OM_ERROR_NOT_SUPPORTED, "the track gives no sound");
             return;
         }
         m_audioTrack = track;
         tellTracks(StreamPad::Kind::audio);
         finished();
     };
-    track == m_audioTrack ? chosen(true) : switchAudio(track, chosen);
+    track == m_audioTrack ? chosen(SwitchResult::done) : switchAudio(track, chosen);
 }
 
 void Player::doSetSubtitleTrack(unsigned int number)
@@ -197,17 +202,18 @@ void Player::switchAudio(int number, Switched then)
 {
     if (m_ended)
     {
-        refuse(om::OM_ERROR_BAD_STATE, "the medium has ended");
+        refuse(om::OM_ERROR_BAD_STATE, kEnded);
         return;
     }
     if (m_running)
     {
         passSwitch(number,
-                   [this, then = std::move(then)](bool done)
+                   [this, then = std::move(then)](SwitchResult result)
                    {
                        // What is on its way to the output still comes from the old track. Fetching it again from a
                        // server or from the application takes longer than waiting for its end.
-                       isFile() && isSeekable() ? flushTo(std::nullopt, [then, done] { then(done); }) : then(done);
+                       bool const flushes = result != SwitchResult::ended && isFile() && isSeekable();
+                       flushes ? flushTo(std::nullopt, m_speed, [then, result] { then(result); }) : then(result);
                    });
         return;
     }
@@ -221,20 +227,40 @@ void Player::switchAudio(int number, Switched then)
         {
             m_unheard = true;
             applySound();
-            m_deck->operate(
-                Deck::Kind::state, deadline(),
-                [](Pipeline& pipeline) { return pipeline.changeState(GST_STATE_PLAYING); },
-                [this, number, then](Deck::Outcome)
-                { passSwitch(number, [this, then](bool done) { standAgain([then, done] { then(done); }); }); });
+            auto const play = [this, number, then]
+            {
+                m_deck->operate(
+                    Deck::Kind::state, deadline(),
+                    [](Pipeline& pipeline) { return pipeline.changeState(GST_STATE_PLAYING); },
+                    [this, number, then](Deck::Outcome) {
+                        passSwitch(number,
+                                   [this, then](SwitchResult result) { standAgain([then, result] { then(result); }); });
+                    });
+            };
+            std::int64_t const place = placeToSwitch();
+            bool const isThere = place == m_position && m_speed == om::OM_PLAY_SPEED_NORMAL;
+            isThere ? play() : flushTo(place, om::OM_PLAY_SPEED_NORMAL, play);
         });
+}
+
+/// Where it may play for a moment and not come to its end, at which no switch is ever done.
+std::int64_t Player::placeToSwitch() const
+{
+    std::int64_t const duration = m_info->media.duration;
+    return duration < 0 ? m_position : std::clamp<std::int64_t>(duration - kWayOfSwitch, 0, m_position);
 }
 
 void Player::passSwitch(int number, Switched then)
 {
+    auto const result = std::make_shared<SwitchResult>(SwitchResult::failed);
     m_deck->operate(
         Deck::Kind::query, deadline(),
-        [number, former = m_audioTrack](Pipeline& pipeline) { return pipeline.switchAudio(number, former); },
-        [then = std::move(then)](Deck::Outcome outcome) { then(outcome == Deck::Outcome::done); });
+        [result, number, former = m_audioTrack](Pipeline& pipeline)
+        {
+            *result = pipeline.switchAudio(number, former);
+            return CallResult::done;
+        },
+        [result, then = std::move(then)](Deck::Outcome) { then(*result); });
 }
 
 void Player::standAgain(Then then)
@@ -243,7 +269,7 @@ void Player::standAgain(Then then)
         Deck::Kind::state, deadline(), [](Pipeline& pipeline) { return pipeline.changeState(GST_STATE_PAUSED); },
         [this, then = std::move(then)](Deck::Outcome)
         {
-            flushTo(m_position,
+            flushTo(m_position, m_speed,
                     [this, then]
                     {
                         m_unheard = false;
@@ -254,12 +280,12 @@ void Player::standAgain(Then then)
 }
 
 /// Seeks without a word to the client. @param position nothing: to where it is
-void Player::flushTo(std::optional<std::int64_t> position, Then then)
+void Player::flushTo(std::optional<std::int64_t> position, int speed, Then then)
 {
     m_endArrived = false;
     m_deck->operate(
         Deck::Kind::seek, deadline(),
-        [position, last = m_position, rate = rateOf(m_speed)](Pipeline& pipeline) {
+        [position, last = m_position, rate = rateOf(speed)](Pipeline& pipeline) {
             return pipeline.seek(rate, position ? *position : pipeline.position().value_or(last), om::OM_SEEK_ACCURATE);
         },
         [then = std::move(then)](Deck::Outcome) { then(); });

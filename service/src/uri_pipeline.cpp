@@ -118,13 +118,18 @@ std::string pathOf(std::string const& uri)
     return path == nullptr ? std::string() : path.get();
 }
 
-/// @return whether what leaves a selector belongs to one of its inputs
-bool isThrough(GstPad* input)
+/// @return where a selector hands on what comes to one of its inputs
+ObjectPtr<GstPad> outputOf(GstPad* input)
 {
     ObjectPtr<GstElement> const selector(gst_pad_get_parent_element(input));
-    ObjectPtr<GstPad> const output(selector == nullptr ? nullptr : gst_element_get_static_pad(selector.get(), "src"));
+    return ObjectPtr<GstPad>(selector == nullptr ? nullptr : gst_element_get_static_pad(selector.get(), "src"));
+}
+
+/// @return whether what leaves a selector belongs to one of its inputs
+bool isThrough(GstPad* input, GstPad* output)
+{
     TextPtr const wanted(gst_pad_get_stream_id(input));
-    TextPtr const current(output == nullptr ? nullptr : gst_pad_get_stream_id(output.get()));
+    TextPtr const current(gst_pad_get_stream_id(output));
     return wanted != nullptr && current != nullptr && std::strcmp(wanted.get(), current.get()) == 0;
 }
 
@@ -245,29 +250,36 @@ std::vector<StreamPad> UriPipeline::streams() const
 
 /// A pause or a seek right behind a switch may hang for ever. And a flush before the first data of the new stream have
 /// come makes the selector forget to tell what they are: they would be taken for data of the old stream.
-CallResult UriPipeline::switchAudio(int number, int former)
+SwitchResult UriPipeline::switchAudio(int number, int former)
 {
     using Clock = std::chrono::steady_clock;
     GstPad* stream = nullptr;
     g_signal_emit_by_name(element(), "get-audio-pad", number, &stream);
     ObjectPtr<GstPad> const input(stream);
-    if (input == nullptr)
+    ObjectPtr<GstPad> const output(input == nullptr ? nullptr : outputOf(input.get()));
+    if (output == nullptr)
     {
-        return CallResult::failed;
+        return SwitchResult::failed;
     }
     g_object_set(element(), "current-audio", number, nullptr);
     auto const begun = Clock::now();
-    while (Clock::now() - begun < kLongestSwitch)
+    bool ended = false;
+    while (!ended && Clock::now() - begun < kLongestSwitch)
     {
         std::this_thread::sleep_for(kSwitchPoll); // all that could disturb it waits behind this call
-        if (Clock::now() - begun >= kSwitchTime && isThrough(input.get()))
+        if (Clock::now() - begun < kSwitchTime)
         {
-            return CallResult::done;
+            continue;
         }
+        if (isThrough(input.get(), output.get()))
+        {
+            return SwitchResult::done;
+        }
+        ended = GST_PAD_IS_EOS(output.get());
     }
     g_object_set(element(), "current-audio", former, nullptr);
     std::this_thread::sleep_for(kSwitchTime);
-    return CallResult::failed;
+    return ended ? SwitchResult::ended : SwitchResult::failed;
 }
 
 void UriPipeline::takeTexts(SubtitleTap& tap)

@@ -28,7 +28,7 @@ public:
 
     void setAudioDelay(std::chrono::nanoseconds delay) override;
     std::vector<StreamPad> streams() const override;
-    CallResult switchAudio(int number, int former) override;
+    SwitchResult switchAudio(int number, int former) override;
     void takeTexts(SubtitleTap& tap) override;
     bool seekable() const override;
     std::uint64_t fileSize() const override;

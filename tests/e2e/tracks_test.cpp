@@ -105,6 +105,48 @@ TEST_F(Tracks, aSwitchWhilePausedKeepsPositionAndState)
     }
 }
 
+TEST_F(Tracks, whatStandsIsSwitchedAtAnySpeedAndNearTheEnd)
+{
+    struct Case
+    {
+        om::om_play_speed_e speed;
+        long long position;
+    };
+    for (Case const& each : {Case{om::OM_PLAY_SPEED_8X, 8'000}, Case{om::OM_PLAY_SPEED_2X, 9'500},
+                             Case{om::OM_PLAY_SPEED_NORMAL, 9'950}, Case{om::OM_PLAY_SPEED_BACKWARD_8X, 3'000}})
+    {
+        SCOPED_TRACE(each.position);
+        Viewer viewer;
+        ASSERT_TRUE(viewer.open(media("multi.mp4")));
+        viewer.player().speed(each.speed, 0);
+        viewer.player().seek(each.position, om::OM_SEEK_ACCURATE);
+        ASSERT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE));
+        choose(viewer, 1);
+        EXPECT_EQ(viewer.state(), om::OM_STATE_PAUSED);
+        EXPECT_NEAR(static_cast<double>(viewer.position()), static_cast<double>(each.position), 50);
+        om::om_play_speed_e speed = om::OM_PLAY_SPEED_HALF;
+        EXPECT_EQ(viewer.player().getSpeed(speed), 0);
+        EXPECT_EQ(speed, each.speed);
+        viewer.player().start(0);
+        EXPECT_TRUE(comesToSound(viewer, kSecond));
+    }
+}
+
+TEST_F(Tracks, aSwitchThatMeetsTheEndIsRefusedForThat)
+{
+    Viewer viewer;
+    ASSERT_TRUE(viewer.open(media("multi.mp4")));
+    viewer.player().start(9'900);
+    ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));
+    viewer.player().setAudioTrackNo(1);
+    refused(viewer, om::OM_ERROR_BAD_STATE, "setAudioTrackNo");
+    EXPECT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_END_OF_STREAM));
+    viewer.player().start(0);
+    EXPECT_TRUE(comesToSound(viewer, kFirst));
+    choose(viewer, 1);
+    EXPECT_TRUE(comesToSound(viewer, kSecond));
+}
+
 TEST_F(Tracks, speedIsKept)
 {
     Viewer viewer;
