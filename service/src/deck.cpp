@@ -273,6 +273,7 @@ void Deck::quieten()
         m_loop.unwatch(m_busFd);
         m_busFd = -1;
     }
+    gst_bus_set_flushing(m_bus.get(), TRUE); // nobody takes what a pipeline that hangs goes on telling
 }
 
 void Deck::readBus()

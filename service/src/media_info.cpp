@@ -270,7 +270,9 @@ MediaInfo probeMedia(Pipeline const& pipeline, bool live)
         readStream(stream, info);
         if (stream.kind != StreamPad::Kind::text)
         {
-            unsigned int const rate = bitRateOf(stream.tags.get());
+            // A parser tells the average of what it has seen so far, which is another one every time.
+            bool const guessed = stream.pad == nullptr || StreamPath(stream.pad.get()).isBare();
+            unsigned int const rate = guessed ? 0 : bitRateOf(stream.tags.get());
             bitRateKnown = bitRateKnown && rate != 0;
             bitRate += rate;
         }

@@ -309,6 +309,7 @@ void Player::fail(Fault const& fault)
     ORVANE_LOG_INFO("error %u: %s", fault.code, fault.text.c_str());
     dropDeck();
     m_subtitles.forgetMedium();
+    m_info.reset();
     m_phase = Phase::none;
     m_events.fault(fault);
     report();
@@ -402,14 +403,18 @@ void Player::settleLater(char const* reason)
 
 void Player::onDeckDuration()
 {
-    if (m_phase == Phase::open && !std::exchange(m_durationChanged, true))
+    if (!std::exchange(m_durationChanged, true))
     {
-        append("duration",
-               [this]
-               {
-                   m_durationChanged = false;
-                   probe([this] { finished(); });
-               });
+        probeLater();
+    }
+}
+
+/// What opens is probed when it is open, and what is live when it plays.
+void Player::probeLater()
+{
+    if (m_phase == Phase::open && m_info)
+    {
+        append("duration", [this] { probe([this] { finished(); }); });
     }
 }
 

@@ -196,6 +196,8 @@ private:
     std::unique_ptr<Pipeline> makePipeline(ScreenInput const& input);
     void becomeOpen();
     void probe(Then then);
+    void probeLater();
+    void tellMissingCodecs();
     void settle(Then then);
     void moveTo(int speed, std::optional<std::int64_t> position, int flags, Then then);
     void readPosition(Then then);
@@ -267,9 +269,10 @@ private:
     int m_bufferingPercent = kFilled;
     bool m_ended = false;
     bool m_endArrived = false;
-    bool m_durationChanged = false;
-    bool m_settlesLater = false; ///< among the commands that wait
-    bool m_fresh = false;        ///< open and not moved yet
+    bool m_durationChanged = false; ///< since it was probed
+    std::size_t m_toldCodecs = 0;   ///< of those that are missing
+    bool m_settlesLater = false;    ///< among the commands that wait
+    bool m_fresh = false;           ///< open and not moved yet
     std::int64_t m_position = 0;
     PositionWaiters m_positionWaiters; ///< for the deck
     int m_speed;

@@ -121,6 +121,7 @@ void Player::openMedium(Then then)
     input->onTrouble([this](std::string const& text) { warn(om::OM_ERROR_INTERNAL, text); });
     auto pipeline = makePipeline(*input);
     m_audioTrack = 0;
+    m_toldCodecs = 0;
     pipeline->takeTexts(*m_subtitles.open(*input, isFile() ? m_medium.uri : std::string()));
     m_deck = std::make_shared<Deck>(m_host.loop, std::move(pipeline), std::move(input), m_medium.fromNetwork());
     if (int const result = m_deck->start(); result < 0)
@@ -136,6 +137,7 @@ void Player::openMedium(Then then)
         [this, then = std::move(then)](Deck::Outcome outcome)
         {
             m_live = outcome == Deck::Outcome::live;
+            m_buffering = m_buffering && !m_live; // which is never waited for
             auto const opened = [this, then]
             {
                 becomeOpen();
@@ -149,15 +151,27 @@ void Player::becomeOpen()
 {
     m_phase = Phase::open;
     m_fresh = true;
-    for (std::string const& codec : m_deck->missingCodecs())
-    {
-        warn(om::OM_ERROR_UNSUPPORTED_CODEC, "a stream cannot be decoded", codec);
-    }
+    tellMissingCodecs();
     report();
+    if (m_durationChanged)
+    {
+        probeLater();
+    }
+}
+
+/// A live source shows some of its streams when it plays only.
+void Player::tellMissingCodecs()
+{
+    auto const& codecs = m_deck->missingCodecs();
+    for (; m_toldCodecs < codecs.size(); ++m_toldCodecs)
+    {
+        warn(om::OM_ERROR_UNSUPPORTED_CODEC, "a stream cannot be decoded", codecs[m_toldCodecs]);
+    }
 }
 
 void Player::probe(Then then)
 {
+    m_durationChanged = false;
     auto const answer = std::make_shared<MediaInfo>();
     m_deck->operate(
         Deck::Kind::query, kOperationDeadline,
@@ -219,7 +233,12 @@ void Player::settle(Then then)
                 report();
                 then();
             };
-            m_live && !m_info ? probe(settled) : settled();
+            auto const shown = [this, settled]
+            {
+                tellMissingCodecs();
+                settled();
+            };
+            m_live && !m_info ? probe(shown) : settled();
         });
 }
 
@@ -407,7 +426,12 @@ void Player::doEnd()
                 m_events.playTime(m_position);
             }
             m_events.event(om::OM_EVENT_END_OF_STREAM, {{om::OM_KEY_POSITION, std::to_string(m_position)}});
-            settle([this] { finished(); });
+            settle(
+                [this, forward]
+                {
+                    // On a busy machine the last pictures backwards came too late to be shown.
+                    forward ? finished() : flushTo(0, om::OM_PLAY_SPEED_NORMAL, [this] { finished(); });
+                });
         });
 }
 

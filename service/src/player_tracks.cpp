@@ -212,7 +212,8 @@ void Player::switchAudio(int number, Switched then)
                    {
                        // What is on its way to the output still comes from the old track. Fetching it again from a
                        // server or from the application takes longer than waiting for its end.
-                       bool const flushes = result != SwitchResult::ended && isFile() && isSeekable();
+                       // But without, an end that came meanwhile may be lost.
+                       bool const flushes = isSeekable() && (isFile() || result != SwitchResult::done);
                        flushes ? flushTo(std::nullopt, m_speed, [then, result] { then(result); }) : then(result);
                    });
         return;

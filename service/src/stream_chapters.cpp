@@ -4,6 +4,7 @@
 
 #include "big_endian.h"
 #include "foreign_text.h"
+#include "stream_path.h"
 #include "stream_tags.h"
 
 #include <gst/tag/tag.h>
@@ -97,7 +98,7 @@ void addFrames(GstTagList const* tags, Chapters& chapters)
 
 Chapters carriedBy(GstPad* pad)
 {
-    EventPtr const event(gst_pad_get_sticky_event(pad, GST_EVENT_TOC, 0));
+    EventPtr const event = StreamPath(pad).event(GST_EVENT_TOC);
     if (event == nullptr)
     {
         return {};

@@ -135,6 +135,25 @@ CapsPtr StreamPath::compressedCaps() const
     return caps();
 }
 
+EventPtr StreamPath::event(GstEventType type) const
+{
+    for (auto const& pad : m_pads)
+    {
+        EventPtr event(gst_pad_get_sticky_event(pad.get(), type, 0));
+        if (event != nullptr)
+        {
+            return event;
+        }
+    }
+    return nullptr;
+}
+
+bool StreamPath::isBare() const
+{
+    ObjectPtr<GstElement> const first(gst_pad_get_parent_element(m_pads.back().get()));
+    return first == nullptr || !isOfClass(first.get(), "Demux") || isOfClass(first.get(), "Metadata");
+}
+
 TagListPtr StreamPath::tags(GstTagScope scope) const
 {
     for (auto const& pad : m_pads)

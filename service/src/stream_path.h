@@ -27,6 +27,12 @@ public:
     /// @return of what a decoder gets, or as above when nothing decodes the stream
     CapsPtr compressedCaps() const;
 
+    /// @return an event that stays with a stream; null for none
+    EventPtr event(GstEventType type) const;
+
+    /// @return whether nothing but marks around it wraps the stream
+    bool isBare() const;
+
     /// @return the tags of one scope; null for none
     TagListPtr tags(GstTagScope scope) const;
 

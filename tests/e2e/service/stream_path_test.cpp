@@ -28,9 +28,7 @@ protected:
         m_in.reset(gst_element_get_static_pad(queue, "sink"));
         m_gate.reset(gst_element_get_static_pad(queue, "src"));
         m_end.reset(gst_element_get_static_pad(sink, "sink"));
-        m_closed = gst_pad_add_probe(
-            m_gate.get(), GST_PAD_PROBE_TYPE_BLOCK_DOWNSTREAM,
-            [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_OK; }, nullptr, nullptr);
+        closeGate();
         gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
     }
 
@@ -45,6 +43,13 @@ protected:
         GstTagList* const tags = gst_tag_list_new(GST_TAG_LANGUAGE_CODE, "de", nullptr);
         gst_tag_list_set_scope(tags, GST_TAG_SCOPE_STREAM);
         put(gst_event_new_tag(tags));
+    }
+
+    void closeGate()
+    {
+        m_closed = gst_pad_add_probe(
+            m_gate.get(), GST_PAD_PROBE_TYPE_BLOCK_DOWNSTREAM,
+            [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_OK; }, nullptr, nullptr);
     }
 
     void openGate() { gst_pad_remove_probe(m_gate.get(), m_closed); }
@@ -89,7 +94,44 @@ TEST_F(StreamPathTest, whatHasArrivedCounts)
     putBeginning();
     openGate();
     ASSERT_TRUE(test::eventually([this] { return TextPtr(gst_pad_get_stream_id(m_end.get())) != nullptr; }));
+    closeGate();
+    put(gst_event_new_stream_start("another stream"));
     EXPECT_EQ(path().id(), "the stream");
+}
+
+TEST_F(StreamPathTest, chaptersAreKnownBeforeTheyArrive)
+{
+    putBeginning();
+    GstToc* const chapters = gst_toc_new(GST_TOC_SCOPE_GLOBAL);
+    put(gst_event_new_toc(chapters, FALSE));
+    gst_toc_unref(chapters);
+    EXPECT_TRUE(path().event(GST_EVENT_TOC));
+}
+
+TEST_F(StreamPathTest, aStreamWithoutADemuxerIsBare)
+{
+    EXPECT_TRUE(path().isBare());
+}
+
+TEST(StreamPathOfAFile, isWrappedByAContainerAndNotByTags)
+{
+    gst_init(nullptr, nullptr);
+    struct Case
+    {
+        char const* element;
+        bool bare;
+    };
+    for (Case const& each : {Case{"matroskademux", false}, Case{"id3demux", true}})
+    {
+        ObjectPtr<GstElement> const demuxer(
+            static_cast<GstElement*>(gst_object_ref_sink(gst_element_factory_make(each.element, nullptr))));
+        GstPad* const source = gst_pad_new("given", GST_PAD_SRC);
+        gst_element_add_pad(demuxer.get(), source);
+        ObjectPtr<GstPad> const sink(static_cast<GstPad*>(gst_object_ref_sink(gst_pad_new("taken", GST_PAD_SINK))));
+        ASSERT_EQ(gst_pad_link(source, sink.get()), GST_PAD_LINK_OK);
+        EXPECT_EQ(StreamPath(sink.get()).isBare(), each.bare) << each.element;
+        gst_pad_unlink(source, sink.get());
+    }
 }
 
 TEST_F(StreamPathTest, ofNothingNothingIsKnown)
