@@ -4,6 +4,7 @@
 
 #include "orvane/omc_access.h"
 
+#include <algorithm>
 #include <csignal>
 
 namespace tz::orvane::test
@@ -57,15 +58,20 @@ Viewer::~Viewer()
 void Viewer::prepare(std::string const& uri, unsigned int flags, Options const& options)
 {
     om::OmPropertyGroup group;
+    bool const isPushed = (flags & om::OM_PREPARE_PUSH) != 0;
+    bool const hasTimeout = std::any_of(options.begin(), options.end(),
+                                        [](auto const& option) { return option.first == om::OM_PREPARE_KEY_TIMEOUT; });
+    if (!isPushed && !hasTimeout)
+    {
+        group.add(om::OM_PREPARE_KEY_TIMEOUT, "50000"); // a busy machine takes its time
+    }
     fill(group, options);
     m_player->prepare(uri, group, flags);
 }
 
 bool Viewer::open(std::string const& uri, unsigned int flags, Options const& options)
 {
-    Options patient{{om::OM_PREPARE_KEY_TIMEOUT, "50000"}}; // a busy machine takes its time
-    patient.insert(patient.end(), options.begin(), options.end());
-    prepare(uri, flags, patient);
+    prepare(uri, flags, options);
     // What the medium before this one still reports comes in front of its opening.
     if (!m_recorder.takeState(om::OM_STATE_READY, om::OM_ACT_OPENING))
     {

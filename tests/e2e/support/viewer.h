@@ -40,6 +40,7 @@ public:
     om::OmIMediaPlayer& player() { return *m_player; }
     Recorder& recorder() { return m_recorder; }
 
+    /// Opening may take longer than as a rule, unless it is pushed or an option says for how long it may.
     void prepare(std::string const& uri, unsigned int flags = om::OM_PREPARE_DEFAULT, Options const& options = {});
 
     /// Prepares and waits. @return whether it is open
