@@ -29,9 +29,22 @@ Answers ask(Viewer& viewer, std::string const& command, Viewer::Options const& o
     return answers;
 }
 
+Answers askPatiently(Viewer& viewer, std::string const& command)
+{
+    Answers answers;
+    EXPECT_TRUE(eventually(
+        [&]
+        {
+            answers = ask(viewer, command);
+            return !answers.empty();
+        }))
+        << command;
+    return answers;
+}
+
 double statistic(Viewer& viewer, char const* key)
 {
-    Answers const answers = ask(viewer, om::OM_COMMAND_STATISTICS);
+    Answers const answers = askPatiently(viewer, om::OM_COMMAND_STATISTICS);
     auto const found = answers.find(key);
     EXPECT_NE(found, answers.end()) << key;
     return found == answers.end() ? 0.0 : std::stod(found->second);

@@ -17,7 +17,10 @@ using Answers = std::map<std::string, std::string>;
 /// @return the properties of the answer; empty when the command was refused
 Answers ask(Viewer& viewer, std::string const& command, Viewer::Options const& options = {});
 
-/// @return one of the statistics; fails the test when they are refused
+/// Asks again when the answer takes too long, and fails the test when none comes at all.
+Answers askPatiently(Viewer& viewer, std::string const& command);
+
+/// @return one of the statistics
 double statistic(Viewer& viewer, char const* key);
 
 /// Waits until a level is within one decibel. @return false when it still is not after ten seconds

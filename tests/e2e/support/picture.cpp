@@ -2,6 +2,7 @@
 // What is seen on the screen, pixel by pixel.
 #include "support/picture.h"
 
+#include "support/answers.h"
 #include "support/tool_process.h"
 
 #include <cstdio>
@@ -82,13 +83,10 @@ void expectCorners(Picture const& picture, om::om_display_rect_t const& part, Co
 
 Shot takeScreenshot(Viewer& viewer)
 {
-    om::OmPropertyGroup group;
-    int const result = viewer.player().doExtendCommand(om::OM_COMMAND_SCREENSHOT, group);
-    EXPECT_EQ(result, 0);
-    auto const number = [&](char const* key) { return std::strtoll(group.get(key).c_str(), nullptr, 10); };
-    return result < 0 ? Shot()
-                      : Shot{group.get(om::OM_KEY_PATH), static_cast<int>(number(om::OM_KEY_WIDTH)),
-                             static_cast<int>(number(om::OM_KEY_HEIGHT)), number(om::OM_KEY_POSITION)};
+    Answers answers = askPatiently(viewer, om::OM_COMMAND_SCREENSHOT);
+    auto const number = [&](char const* key) { return std::strtoll(answers[key].c_str(), nullptr, 10); };
+    return {answers[om::OM_KEY_PATH], static_cast<int>(number(om::OM_KEY_WIDTH)),
+            static_cast<int>(number(om::OM_KEY_HEIGHT)), number(om::OM_KEY_POSITION)};
 }
 
 Picture screenshot(Viewer& viewer)

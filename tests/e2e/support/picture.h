@@ -73,10 +73,10 @@ struct Shot
     long long position = 0;
 };
 
-/// Fails the test when there is no answer.
+/// Asks again when the answer takes too long, and fails the test when none comes at all.
 Shot takeScreenshot(Viewer& viewer);
 
-/// The screen as the service shows it now. Fails the test when there is no answer.
+/// The screen as the service shows it now, likewise.
 Picture screenshot(Viewer& viewer);
 
 } // namespace tz::orvane::test
