@@ -23,19 +23,30 @@ namespace
 constexpr int kPollMilliseconds = 50;
 
 /// @param[out] port that it got
-int openListener(int& port)
+int bindSocket(int& port)
 {
-    int const listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int const bound = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    if (listener < 0 || bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener, 16) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+    if (bound < 0 || bind(bound, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        getsockname(bound, reinterpret_cast<sockaddr*>(&address), &size) != 0)
     {
         throw std::system_error(errno, std::generic_category(), "http server");
     }
     port = ntohs(address.sin_port);
+    return bound;
+}
+
+/// @param[out] port that it got
+int openListener(int& port)
+{
+    int const listener = bindSocket(port);
+    if (listen(listener, 16) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "http server");
+    }
     return listener;
 }
 
@@ -109,8 +120,9 @@ std::string HttpServer::uri(std::string const& path) const
 
 std::string HttpServer::refusedUri()
 {
-    int port = 0;
-    close(openListener(port));
+    // Open for as long as the test runs, so that nobody else gets the port and listens.
+    static int port = 0;
+    [[maybe_unused]] static int const bound = bindSocket(port);
     return uriOf(port, "v.mp4");
 }
 
