@@ -370,10 +370,11 @@ TEST_F(Preview, aClientOfAnotherUserMayNotNameAFile)
     ServiceProcess shared(serviceCommand()); // lets the group of its directory in
     ASSERT_TRUE(shared.waitUntilReady());
 
+    TempDir const folder;
+    ASSERT_EQ(chown(folder.path().c_str(), kOther, kOther), 0);
     ASSERT_EQ(setegid(kOther), 0);
     ASSERT_EQ(seteuid(kOther), 0);
     {
-        TempDir const folder;
         Previewer previewer;
         PreviewReply const reply =
             previewer.get(media("v.mp4"), 0, 0, {{"output-path", folder.path() + "/picture.jpg"}});

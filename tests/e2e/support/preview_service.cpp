@@ -52,12 +52,22 @@ std::vector<pid_t> WithPreviews::workers() const
     return parent == 0 ? std::vector<pid_t>() : childrenOf(parent);
 }
 
+pid_t WithPreviews::firstWorker() const
+{
+    std::vector<pid_t> running;
+    EXPECT_TRUE(eventually(
+        [&]
+        {
+            running = workers();
+            return !running.empty();
+        }));
+    return running.empty() ? 0 : running.front();
+}
+
 pid_t WithPreviews::hang(Previewer& previewer, std::string const& uri)
 {
     previewer.ask(uri, 0, 0, {{"timeout-ms", "60000"}});
-    EXPECT_TRUE(eventually([this] { return !workers().empty(); }));
-    auto const running = workers();
-    return running.empty() ? 0 : running.front();
+    return firstWorker();
 }
 
 char stateOf(pid_t process)

@@ -16,7 +16,7 @@ namespace tz::orvane::test
 /// @return how many pictures of a service's own are in its folder
 int previewFiles(std::string const& folder);
 
-/// @return the processes that a process has started and that run
+/// @return the processes that a process has started and that run; some may be missing while others end
 std::vector<pid_t> childrenOf(pid_t parent);
 
 /// Makes a photo that hardly any compressor makes smaller, 12 MiB as a PNG file.
@@ -32,6 +32,9 @@ protected:
 
     /// @return the processes that are making previews
     std::vector<pid_t> workers() const;
+
+    /// Waits for a process that makes a preview.
+    pid_t firstWorker() const;
 
     /// Lets the service read from a server that never comes to an end, or never answers. @return the worker that does
     pid_t hang(Previewer& previewer, std::string const& uri);
