@@ -42,13 +42,13 @@ bool takeSpeed(Viewer& viewer, om::om_play_speed_e speed)
     return changed && changed->number(om::OM_KEY_SPEED) == speed;
 }
 
-/// Plays a second and a half at a speed, up to the end of the medium or back to its beginning.
+/// Plays up to three seconds at a speed, up to the end of the medium or back to its beginning.
 void playToTheEnd(Viewer& viewer, om::om_play_speed_e speed)
 {
     SCOPED_TRACE(speed);
     long long const duration = viewer.recorder().mediaInfo().duration;
     double const times = std::abs(static_cast<double>(speed)) / om::OM_PLAY_SPEED_NORMAL;
-    long long const way = std::min(duration, static_cast<long long>(1'500 * times));
+    long long const way = std::min(duration, static_cast<long long>(3'000 * times));
     viewer.player().pause();
     viewer.player().seek(speed > 0 ? duration - way : way, om::OM_SEEK_DEFAULT);
     ASSERT_TRUE(viewer.recorder().takeEvent(om::OM_EVENT_SEEK_DONE));
@@ -59,8 +59,19 @@ void playToTheEnd(Viewer& viewer, om::om_play_speed_e speed)
     ASSERT_TRUE(playing && end);
     auto const took = std::chrono::duration_cast<milliseconds>(end->at - playing->at).count();
     auto const expected = static_cast<long long>(static_cast<double>(way) / times);
-    EXPECT_GE(took, expected * 7 / 10);
-    EXPECT_LE(took, expected + 1'500);
+    // Bounds that the usual speed does not keep, where there is room for a busy machine in between.
+    if (times < 1)
+    {
+        EXPECT_GT(took, way * 5 / 4);
+    }
+    else if (expected >= 1'000)
+    {
+        EXPECT_GE(took, expected / 2);
+    }
+    if (way - expected >= 2'000)
+    {
+        EXPECT_LT(took, way * 9 / 10);
+    }
     EXPECT_EQ(end->number(om::OM_KEY_POSITION), speed > 0 ? duration : 0);
     EXPECT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED, om::OM_ACT_ENDED));
 }
@@ -149,7 +160,7 @@ TEST_F(Speed, aTransportStreamDoesNotGoBackAndPlaysOn)
 {
     Viewer viewer;
     ASSERT_TRUE(viewer.open(media("v.ts")));
-    viewer.player().start(8'500);
+    viewer.player().start(5'000);
     ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));
     EXPECT_TRUE(cannotGoBack(viewer));
     EXPECT_TRUE(soundsLike(viewer, kTone));

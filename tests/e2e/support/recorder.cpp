@@ -107,6 +107,29 @@ om::om_container_info_t Recorder::containerInfo() const
     return m_containerInfo;
 }
 
+double speedUpToTheEnd(Recorder& recorder)
+{
+    std::optional<Note> first;
+    std::optional<Note> last;
+    auto const isEnd = [](Note const& note)
+    { return note.kind == Note::Kind::event && note.code == static_cast<int>(om::OM_EVENT_END_OF_STREAM); };
+    auto note = recorder.take([](Note const&) { return true; });
+    for (; note && !isEnd(*note); note = recorder.take([](Note const&) { return true; }))
+    {
+        if (note->kind == Note::Kind::playTime)
+        {
+            first = first ? first : note;
+            last = note;
+        }
+    }
+    if (!note || !first || last->at == first->at)
+    {
+        return 0;
+    }
+    std::chrono::duration<double, std::milli> const passed = last->at - first->at;
+    return static_cast<double>(last->value - first->value) / passed.count();
+}
+
 void Recorder::add(Note note, om::OmPropertyGroup const& props)
 {
     note.at = std::chrono::steady_clock::now();

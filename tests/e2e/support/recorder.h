@@ -93,4 +93,8 @@ private:
     om::om_container_info_t m_containerInfo{};
 };
 
+/// Waits for the end of a medium that plays. @return how fast time ran from the next play time up to the last one
+/// before the end, 1 at the usual speed; 0 when it cannot be told
+double speedUpToTheEnd(Recorder& recorder);
+
 } // namespace tz::orvane::test
