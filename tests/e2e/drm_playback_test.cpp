@@ -25,6 +25,7 @@ using testing::ElementsAre;
 using testing::Ge;
 using testing::HasSubstr;
 using testing::Le;
+using testing::Lt;
 
 /// An option of opening.
 std::pair<std::string, std::string> const kWithPictures{om::OM_PREPARE_KEY_FRAME_INFO, om::OM_FRAME_FORMAT_I420};
@@ -101,7 +102,7 @@ TEST_F(DrmPlayback, withoutKeysOpeningWaitsAsLongAsItTakes)
     DrmUser user(viewer);
     std::uint32_t const session = user.openSession();
     FilmFeeder feeder(viewer, m_film, user.agent().getAgentID());
-    feeder.open(om::OM_STREAM_TYPE_UNKNOWN, optionImage({{om::OM_PREPARE_KEY_TIMEOUT, "4000"}, kWithPictures}));
+    feeder.open(om::OM_STREAM_TYPE_UNKNOWN, optionImage({{om::OM_PREPARE_KEY_TIMEOUT, "9000"}, kWithPictures}));
     for (int stream = 0; stream < 2; ++stream)
     {
         auto const needed = viewer.recorder().takeEvent(om::OM_EVENT_KEY_NEEDED);
@@ -109,7 +110,7 @@ TEST_F(DrmPlayback, withoutKeysOpeningWaitsAsLongAsItTakes)
         EXPECT_EQ(needed->number(om::OM_KEY_AGENT), user.agent().getAgentID());
         EXPECT_EQ(needed->properties.at(om::OM_KEY_KEY_ID), kFilmKeyId);
     }
-    letPass(std::chrono::seconds(5)); // more than an opening may take
+    letPass(std::chrono::seconds(10)); // more than an opening may take
     EXPECT_EQ(viewer.state(), om::OM_STATE_READY);
     EXPECT_EQ(pictures.count(), 0u);
 
@@ -146,8 +147,15 @@ TEST_F(DrmPlayback, aKeyThatIsMissingInTheMiddleHoldsThePlayingUntilItComes)
     EXPECT_EQ(needed->properties.at(om::OM_KEY_KEY_ID), "6b6b6b6b6b6b6b6b6b6b6b6b6b6b6b6b");
     ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED, om::OM_ACT_BUFFERING));
     auto const isProtectedByIt = [](KeptFrame const& frame) { return frame.pts() >= 4'080; };
-    long long const position = viewer.position();
-    EXPECT_THAT(position, AllOf(Ge(0), Le(4'080)));
+    long long position = -1;
+    ASSERT_TRUE(eventually( // sound that was on its way is still heard
+        [&]
+        {
+            long long const before = std::exchange(position, viewer.position());
+            letPass(std::chrono::milliseconds(100));
+            return position == before;
+        }));
+    EXPECT_THAT(position, AllOf(Ge(0), Le(5'000)));
     letPass(std::chrono::seconds(1));
     EXPECT_EQ(viewer.position(), position);
     for (std::size_t count = pictures.count(); count > 0; --count)
@@ -186,7 +194,7 @@ TEST_F(DrmPlayback, closingTheSessionHoldsThePlayingUntilAnotherOneBringsTheKey)
     ASSERT_TRUE(needed);
     EXPECT_EQ(needed->properties.at(om::OM_KEY_KEY_ID), kFilmKeyId);
     ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED, om::OM_ACT_BUFFERING));
-    EXPECT_THAT(viewer.position(), AllOf(Ge(1'000), Le(5'000)));
+    EXPECT_THAT(viewer.position(), AllOf(Ge(1'000), Lt(9'900)));
 
     ASSERT_EQ(user.license(user.openSession(), kFilmLicense), 0);
     ASSERT_TRUE(viewer.recorder().takeState(om::OM_STATE_PLAYING));

@@ -174,7 +174,7 @@ TEST_F(Frames, keepTheIntervalThatWasAskedFor)
     auto const first = keeper.take();
     ASSERT_TRUE(first);
     EXPECT_LE(first->dropped(), 2) << "what the interval leaves out does not count";
-    EXPECT_THAT(count, AllOf(Ge(3u), Le(8u)));
+    EXPECT_THAT(static_cast<long long>(count), AllOf(Ge(3), Le(viewer.position() / 400 + 2)));
 }
 
 // Each picture fills half of what may wait for a client. On a device that is short of time the same happens.
@@ -198,7 +198,7 @@ TEST_F(Frames, neitherCutOffASlowApplicationNorPileUp)
     auto const late = keeper.take([](KeptFrame const& frame) { return frame.pts() >= 1'500; });
     ASSERT_TRUE(late);
     EXPECT_GE(late->dropped(), 10);
-    EXPECT_LE(keeper.count(), count + 3) << "one was under way, the others made place for this one";
+    EXPECT_LE(late->sequence(), static_cast<int>(count) + 3) << "one was under way, the others made place for this one";
     expectTestPicture(*late);
     EXPECT_TRUE(viewer.recorder().takeState(om::OM_STATE_PAUSED, om::OM_ACT_ENDED));
 }
@@ -212,6 +212,7 @@ TEST_F(Frames, ofTwoPlayersComeBesideEachOther)
     FrameKeeper others(*second);
     om::OmPropertyGroup options;
     options.add(om::OM_PREPARE_KEY_FRAME_INFO, om::OM_FRAME_FORMAT_RGBA);
+    options.add(om::OM_PREPARE_KEY_TIMEOUT, "50000");
     second->prepare(media("vonly.mp4"), options, om::OM_PREPARE_AUTO_START);
     ASSERT_TRUE(viewer.open(media("v.mp4"), om::OM_PREPARE_AUTO_START, kRgb));
     for (FrameKeeper* const each : {&keeper, &others})

@@ -191,7 +191,7 @@ TEST_F(Photos, aPhotoFadesIn)
                         [](Picture const& picture)
                         {
                             int const red = picture.at(80, 40).red;
-                            return red > 60 && red < 200 && picture.at(240, 140).blue < 200;
+                            return red > 20 && red < 235 && picture.at(240, 140).blue < 235;
                         }));
 }
 

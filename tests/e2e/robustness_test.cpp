@@ -377,7 +377,7 @@ TEST_F(Robustness, aSecondServiceLeavesTheFirstAlone)
 TEST(ServiceProgram, endsByItselfWhenNobodyIsConnected)
 {
     SocketDir directory;
-    ServiceProcess service(serviceCommand({"--idle-exit", "1"}));
+    ServiceProcess service(serviceCommand({"--idle-exit", "5"}));
     ASSERT_TRUE(service.waitUntilReady());
     {
         Viewer viewer;

@@ -79,18 +79,22 @@ TEST(TimerRealTime, anIdleThreadDoesNotRun)
     }
     std::string const folder = timerThreadFolder();
     ASSERT_NE(folder, "");
-    // From that line to the sleep it is a few instructions.
+    // A busy machine may wake it for reasons of its own, but not every second.
     long before = 0;
-    ASSERT_TRUE(eventually(
-        [&]
-        {
-            long const last = before;
-            before = contextSwitches(folder);
-            return before == last && test::sleeps(folder);
-        }));
-
-    std::this_thread::sleep_for(std::chrono::seconds(1)); // the second that is measured
-    long const after = contextSwitches(folder);
+    long after = -1;
+    for (int seconds = 0; seconds < 5 && after != before; ++seconds)
+    {
+        // From that line to the sleep it is a few instructions.
+        ASSERT_TRUE(eventually(
+            [&]
+            {
+                long const last = before;
+                before = contextSwitches(folder);
+                return before == last && test::sleeps(folder);
+            }));
+        std::this_thread::sleep_for(std::chrono::seconds(1)); // the second that is measured
+        after = contextSwitches(folder);
+    }
     EXPECT_EQ(after, before);
     RecordProperty("contextSwitchesInAQuietSecond", std::to_string(after - before));
 

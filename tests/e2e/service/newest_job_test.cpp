@@ -18,7 +18,7 @@ namespace tz::orvane::service
 namespace
 {
 
-constexpr std::chrono::milliseconds kShort{100};
+constexpr std::chrono::seconds kShort{2}; // and long enough for a job that does not block on a busy machine
 constexpr std::chrono::seconds kLong{30};
 
 /// What blocks in it, as on a disk that does not answer, does so until it is released.
