@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The player for the terminal, as a user and a script meet it.
+#include "support/http_server.h"
 #include "support/place.h"
 #include "support/temp_dir.h"
 #include "support/tool_process.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -43,7 +45,7 @@ protected:
 
     static std::vector<std::string> command(std::vector<std::string> const& arguments)
     {
-        std::vector<std::string> whole{kPlayer, "--audio", "fake", "--video", "none"};
+        std::vector<std::string> whole{kPlayer, "--audio", "fake", "--video", "none", "--timeout", "50"};
         whole.insert(whole.end(), arguments.begin(), arguments.end());
         return whole;
     }
@@ -193,6 +195,16 @@ TEST_F(OmcPlay, playsTheNextFileWhenOneIsMissing)
     EXPECT_EQ(player.wait(), 1);
     EXPECT_THAT(player.err(), HasSubstr("omc-play: file.mp4: not found"));
     EXPECT_THAT(player.out(), HasSubstr("finished\n"));
+}
+
+TEST_F(OmcPlay, waitsForAMediumAsLongAsItWasTold)
+{
+    HttpServer server(ORVANE_E2E_MEDIA);
+    auto const begin = std::chrono::steady_clock::now();
+    ToolProcess player({kPlayer, "--audio", "fake", "--video", "none", "--timeout", "1", server.uri("hang/v.mp4")});
+    EXPECT_EQ(player.wait(), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9)) << "as a rule it takes longer";
+    EXPECT_THAT(player.err(), HasSubstr("omc-play: v.mp4: "));
 }
 
 TEST_F(OmcPlay, refusesWrongUsage)

@@ -60,6 +60,9 @@ ParsedOptions parseOptions(int argc, char** argv)
     app.add_option("--start", start, "Begin at this position, in seconds")
         ->check(CLI::Range(0.0, 1e9))
         ->type_name("SECONDS");
+    app.add_option("--timeout", options.timeout, "For how long a medium may take to open (10)")
+        ->check(CLI::Range(1, 3600))
+        ->type_name("SECONDS");
     app.add_option("--volume", options.volume, "Volume, 0 to 100")->check(CLI::Range(0, 100))->type_name("N");
     app.add_option("--video", options.launch.video, "Where a service that is started shows the picture")
         ->check(CLI::IsMember({"none", "x11"}));

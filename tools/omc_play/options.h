@@ -17,6 +17,7 @@ struct Options
     bool info = false;
     bool json = false;   ///< with info: for programs
     long long start = 0; ///< milliseconds
+    int timeout = 10;    ///< seconds for opening one
     int volume = 100;
     bool muted = false;
     LaunchOptions launch;

@@ -18,8 +18,8 @@ namespace tz::orvane::tools
 namespace
 {
 
-// The service gives up on its own long before: this is for one that does not answer at all.
-constexpr std::chrono::seconds kOpenDeadline{30};
+// The service gives up on its own before: this is for one that does not answer at all.
+constexpr std::chrono::seconds kGrace{20};
 constexpr std::chrono::seconds kPhotoTime{5};
 constexpr long long kSkip = 10000; ///< milliseconds
 constexpr long long kStep = 1000;  ///< milliseconds
@@ -67,8 +67,9 @@ Playback::Playback(Surroundings const& surroundings, std::string uri, unsigned i
     }
     m_player->addListener(&m_listener);
     m_adjustments.emplace(*m_player, m_surroundings.options);
-    m_deadline = Clock::now() + kOpenDeadline;
+    m_deadline = Clock::now() + std::chrono::seconds(surroundings.options.timeout) + kGrace;
     om::OmPropertyGroup properties;
+    properties.add(om::OM_PREPARE_KEY_TIMEOUT, std::to_string(surroundings.options.timeout * 1000));
     send(m_player->prepare(m_uri, properties, om::OM_PREPARE_DEFAULT));
 }
 
