@@ -18,9 +18,45 @@ constexpr int kNothingToDo = 1;
 
 } // namespace
 
-/// One pass over the list; lives on the stack of the thread that makes it.
+/// One pass over the list; lives on the stack of the thread that makes it, and leaves the list also when a listener
+/// throws.
 struct OmListenerListBase::Visit
 {
+    explicit Visit(OmListenerListBase& visited)
+        : list(visited)
+    {
+        std::lock_guard<std::mutex> lock(list.m_mutex);
+        end = list.m_entries.size();
+        outer = std::exchange(list.m_visits, this);
+    }
+    Visit(Visit const&) = delete;
+    Visit& operator=(Visit const&) = delete;
+
+    ~Visit()
+    {
+        std::lock_guard<std::mutex> lock(list.m_mutex);
+        Visit** link = &list.m_visits;
+        while (*link != this)
+        {
+            link = &(*link)->outer;
+        }
+        *link = outer;
+        list.m_callEnded.notify_all();
+    }
+
+    /// The call that was running is over. @return the listener whose turn it is, null at the end
+    void* advance()
+    {
+        std::lock_guard<std::mutex> lock(list.m_mutex);
+        if (running != nullptr)
+        {
+            list.m_callEnded.notify_all();
+        }
+        running = next < end ? list.m_entries[next++] : nullptr;
+        return running;
+    }
+
+    OmListenerListBase& list;
     std::thread::id const thread = std::this_thread::get_id();
     std::size_t next = 0;
     std::size_t end; ///< listeners added meanwhile are behind it: they hear the next event
@@ -108,25 +144,11 @@ std::vector<void*> OmListenerListBase::takeEntries()
 
 void OmListenerListBase::visit(void (*call)(void* listener, void* context), void* context)
 {
-    Visit visit;
-    std::unique_lock<std::mutex> lock(m_mutex);
-    visit.end = m_entries.size();
-    visit.outer = std::exchange(m_visits, &visit);
-    while (visit.next < visit.end)
+    Visit visit(*this);
+    while (void* const listener = visit.advance())
     {
-        visit.running = m_entries[visit.next++];
-        lock.unlock();
-        call(visit.running, context);
-        lock.lock();
-        visit.running = nullptr;
-        m_callEnded.notify_all();
+        call(listener, context);
     }
-    Visit** link = &m_visits;
-    while (*link != &visit)
-    {
-        link = &(*link)->outer;
-    }
-    *link = visit.outer;
 }
 
 /// Waits until no other thread is inside a call of this listener (null: of any). Whoever is inside a call himself does

@@ -35,7 +35,7 @@ protected:
     /// Empties the list and waits for calls on other threads.
     void clearEntries();
 
-    /// Calls `call(listener, context)` for every listener in list order, without a lock.
+    /// Calls `call(listener, context)` for every listener in list order, without a lock; lets exceptions out.
     void visit(void (*call)(void* listener, void* context), void* context);
 
 private:
@@ -55,7 +55,7 @@ private:
 /// No lock is held while a listener runs. A listener may remove itself or another while it runs; a removed one is not
 /// called any more, one that was added meanwhile hears the next event first. A removal by another thread waits for a
 /// running call of that listener, so that it may be deleted afterwards: hold no lock over a removal that the listener
-/// takes.
+/// takes. What a listener throws ends the pass and comes out of it.
 template <class Listener> class OmListenerList : private OmListenerListBase
 {
 public:

@@ -19,6 +19,9 @@ namespace tz::orvane::omc
 
 // Any operation of the library, queries included, may be called from inside a listener. Pointers and references handed
 // to it are valid during the call only. Destructors are not virtual: the library never deletes a listener.
+//
+// Do not throw: what leaves a listener on the receive thread ends the process. An application that hands messages to
+// `dispatch` or Global_CallbackToClient itself gets the exception from there; the listeners behind are not called then.
 
 /// Hears of the connection itself.
 class ORVANE_API OmcIConnectionListener

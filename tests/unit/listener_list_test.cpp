@@ -7,6 +7,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -61,9 +62,9 @@ public:
     }
 
     /// Returns when the thread is inside the listener that calls `wait`.
-    void run(List& list)
+    void run(List& list, void (*visit)(List&) = &callAll)
     {
-        m_thread = std::thread([&list] { callAll(list); });
+        m_thread = std::thread([&list, visit] { visit(list); });
         EXPECT_TRUE(eventually([this] { return m_inside.load(); }));
     }
 
@@ -385,4 +386,39 @@ TEST(OmListenerList, listenersMayBeDeletedAfterTheirRemoval)
     }
     ending = true;
     caller.join();
+}
+
+TEST(OmListenerList, aListenerThatThrowsLeavesTheListInOrder)
+{
+    Three three;
+    three.b.call = [] { throw std::runtime_error("out of the listener"); };
+    std::thread caller([&] { EXPECT_THROW(callAll(three.list), std::runtime_error); });
+    caller.join();
+    EXPECT_EQ(three.calls, "a");
+    // No trace of the pass is left: its thread and its stack are gone.
+    EXPECT_EQ(three.list.remove(&three.b), 0);
+    EXPECT_EQ(three.list.remove(&three.a), 0);
+    callAll(three.list);
+    EXPECT_EQ(three.calls, "ac");
+}
+
+TEST(OmListenerList, aRemovalThatWaitsForAListenerReturnsWhenThatThrows)
+{
+    List list;
+    Blocked blocked;
+    Listener listener{[&]
+                      {
+                          blocked.wait();
+                          throw std::runtime_error("out of the listener");
+                      }};
+    list.add(&listener);
+    blocked.run(list, [](List& visited) { EXPECT_THROW(callAll(visited), std::runtime_error); });
+    std::thread helper(
+        [&]
+        {
+            std::this_thread::yield();
+            blocked.go();
+        });
+    EXPECT_EQ(list.remove(&listener), 0);
+    helper.join();
 }

@@ -2,6 +2,8 @@
 // Destruction from inside messages that somebody hands to an object himself, and of subclasses.
 #include "wire/lifetime_wire.h"
 
+#include <stdexcept>
+
 using namespace tz::orvane;
 using namespace tz::orvane::test;
 
@@ -136,6 +138,30 @@ TEST_F(Lifetime, aPlayerIsNotDestroyedWhileAnotherThreadHandsItAFrame)
         EXPECT_EQ(destroyed, 1);
         handing.join();
     }
+}
+
+TEST_F(Lifetime, anExceptionOfAListenerLeavesNothingBehind)
+{
+    omc::OmcClient& client = connect();
+    int destroyed = 0;
+    auto* const player = new CountedPlayer(kCnid, 0x2777, destroyed);
+    client.getPlayerMap()[0x2777] = player;
+    PlayerListener listener;
+    listener.onCall = [](om::OmIMediaPlayer*) { throw std::runtime_error("out of the listener"); };
+    player->addListener(&listener);
+    std::thread([] { EXPECT_THROW(deliverState(0x2777), std::runtime_error); }).join();
+    EXPECT_EQ(player->removeListener(&listener), 0);
+
+    listener.onCall = [&](om::OmIMediaPlayer* self)
+    {
+        client.destroyPlayer(self);
+        throw std::runtime_error("out of the listener");
+    };
+    player->addListener(&listener);
+    std::thread([] { EXPECT_THROW(deliverState(0x2777), std::runtime_error); }).join();
+    EXPECT_EQ(destroyed, 1);
+    access.destroyConnection(kCnid);
+    EXPECT_EQ(listener.calls, 2);
 }
 
 // Destruction of subclasses.
