@@ -2,28 +2,42 @@
 // Keeps destruction and the delivery of messages apart.
 #include "dispatch_gate.h"
 
+#include "made_once.h"
+
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
+#include <new>
+#include <thread>
 #include <utility>
 
 namespace tz::orvane::omc
 {
 
-struct DispatchGate::State
+struct DispatchGate::State final : StackMarks<Note>
 {
-    std::mutex mutex;
-    std::condition_variable changed;
-    Note* first = nullptr;
     std::uint64_t sequence = 0;
-    int waiting = 0;
 
-    void wakeWaiting()
+private:
+    void enterChild() override
     {
-        if (waiting > 0)
+        std::thread::id const self = std::this_thread::get_id();
+        for (Note const* note = first(); note != nullptr; note = note->next)
         {
-            changed.notify_all();
+            if (note->m_lock != nullptr && note->thread != self && !isTaken(*note->m_lock, self))
+            {
+                new (note->m_lock) std::mutex; // nobody is left to give it back
+            }
         }
+        StackMarks::enterChild();
+    }
+
+    bool isTaken(std::mutex const& lock, std::thread::id thread) const
+    {
+        Note const* note = first();
+        while (note != nullptr && (note->thread != thread || note->m_lock != &lock))
+        {
+            note = note->next;
+        }
+        return note != nullptr;
     }
 };
 
@@ -35,29 +49,23 @@ thread_local DispatchGate::Delivery* t_innermost = nullptr;
 
 } // namespace
 
-// Never destroyed: messages may still arrive while the process ends.
 DispatchGate::State& DispatchGate::state()
 {
-    static State& instance = *new State;
-    return instance;
+    return madeOnce<State>();
 }
 
-DispatchGate::Note::Note(om::OmIConnection const* connection, bool hasId, unsigned int id, void const* object)
+DispatchGate::Note::Note(om::OmIConnection const* connection, bool hasId, unsigned int id, void const* object,
+                         std::mutex* lock)
     : m_connection(connection)
     , m_hasId(hasId)
     , m_id(id)
     , m_object(object)
-    , m_thread(std::this_thread::get_id())
+    , m_lock(lock)
 {
     State& gate = state();
-    std::lock_guard<std::mutex> lock(gate.mutex);
+    std::lock_guard<std::mutex> guard(gate.mutex);
     m_sequence = ++gate.sequence;
-    m_next = gate.first;
-    if (m_next != nullptr)
-    {
-        m_next->m_previous = this;
-    }
-    gate.first = this;
+    gate.add(*this);
 }
 
 void DispatchGate::Note::leave()
@@ -68,12 +76,7 @@ void DispatchGate::Note::leave()
     }
     State& gate = state();
     std::lock_guard<std::mutex> lock(gate.mutex);
-    (m_previous != nullptr ? m_previous->m_next : gate.first) = m_next;
-    if (m_next != nullptr)
-    {
-        m_next->m_previous = m_previous;
-    }
-    gate.wakeWaiting();
+    gate.remove(*this);
 }
 
 void DispatchGate::Note::resolve(om::OmIConnection const* connection)
@@ -99,22 +102,23 @@ bool DispatchGate::Note::concerns(DispatchScope const& scope) const
 }
 
 DispatchGate::Delivery::Delivery(unsigned int plid)
-    : Delivery(nullptr, true, plid, nullptr)
+    : Delivery(nullptr, true, plid, nullptr, nullptr)
 {
 }
 
 DispatchGate::Delivery::Delivery(om::OmIConnection const* connection, unsigned int plid)
-    : Delivery(connection, true, plid, nullptr)
+    : Delivery(connection, true, plid, nullptr, nullptr)
 {
 }
 
-DispatchGate::Delivery::Delivery(void const* object)
-    : Delivery(nullptr, false, 0, object)
+DispatchGate::Delivery::Delivery(void const* object, std::mutex* lock)
+    : Delivery(nullptr, false, 0, object, lock)
 {
 }
 
-DispatchGate::Delivery::Delivery(om::OmIConnection const* connection, bool hasId, unsigned int plid, void const* object)
-    : Note(connection, hasId, plid, object)
+DispatchGate::Delivery::Delivery(om::OmIConnection const* connection, bool hasId, unsigned int plid, void const* object,
+                                 std::mutex* lock)
+    : Note(connection, hasId, plid, object, lock)
     , m_outer(std::exchange(t_innermost, this))
 {
 }
@@ -154,18 +158,16 @@ void DispatchGate::waitForOthers(DispatchScope const& scope)
     std::thread::id const self = std::this_thread::get_id();
     auto const othersAreOut = [&]
     {
-        for (Note const* note = gate.first; note != nullptr; note = note->m_next)
+        for (Note const* note = gate.first(); note != nullptr; note = note->next)
         {
-            if (note->m_sequence <= last && note->m_thread != self && note->concerns(scope))
+            if (note->m_sequence <= last && note->thread != self && note->concerns(scope))
             {
                 return false;
             }
         }
         return true;
     };
-    ++gate.waiting;
-    gate.changed.wait(lock, othersAreOut);
-    --gate.waiting;
+    gate.waitUntil(lock, othersAreOut);
 }
 
 void DispatchGate::defer(DispatchScope const& scope, std::function<void()> destroy)

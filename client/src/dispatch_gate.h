@@ -2,10 +2,12 @@
 // Keeps destruction and the delivery of messages apart.
 #pragma once
 
+#include "stack_marks.h"
+
 #include <climits>
 #include <cstdint>
 #include <functional>
-#include <thread>
+#include <mutex>
 #include <vector>
 
 namespace tz::orvane::om
@@ -32,17 +34,19 @@ struct DispatchScope
 /// Who delivers a message, or calls an object that he does not own, leaves a note on his stack before he looks the
 /// object up. Who destroys takes the object out of its map first and then waits for the notes of other threads: later
 /// ones cannot find it any more. The gate's own lock is held for a few instructions only, also inside the locks of the
-/// maps; nothing is allocated for a note. Any thread may call anything.
+/// maps; nothing is allocated for a note. A forked child keeps the notes of the thread that forked, and frees the locks
+/// of objects that other threads were delivering to. Any thread may call anything.
 class DispatchGate
 {
-    class Note
+    class Note : public StackMark<Note>
     {
     public:
         Note(Note const&) = delete;
         Note& operator=(Note const&) = delete;
 
     protected:
-        Note(om::OmIConnection const* connection, bool hasId, unsigned int id, void const* object = nullptr);
+        Note(om::OmIConnection const* connection, bool hasId, unsigned int id, void const* object = nullptr,
+             std::mutex* lock = nullptr);
         ~Note() { leave(); }
 
         /// Says whose note it is, once that was looked up.
@@ -53,17 +57,15 @@ class DispatchGate
         bool const m_hasId;
         unsigned int const m_id;
         void const* const m_object; ///< set: it is about this alone, whatever its connection
+        std::mutex* const m_lock;   ///< of the object; taken by the thread after this note, may be null
 
     private:
         friend class DispatchGate;
 
         bool concerns(DispatchScope const& scope) const;
 
-        std::thread::id const m_thread;
         std::uint64_t m_sequence;
         bool m_left = false;
-        Note* m_previous = nullptr;
-        Note* m_next = nullptr;
     };
 
 public:
@@ -76,7 +78,8 @@ public:
         Delivery(om::OmIConnection const* connection, unsigned int plid);
 
         /// @param object handed a message directly; does not know its connection
-        explicit Delivery(void const* object);
+        /// @param lock   of the object, held for the rest of the delivery; null for none
+        explicit Delivery(void const* object, std::mutex* lock = nullptr);
         ~Delivery();
 
         using Note::resolve;
@@ -90,7 +93,8 @@ public:
             std::function<void()> destroy;
         };
 
-        Delivery(om::OmIConnection const* connection, bool hasId, unsigned int plid, void const* object);
+        Delivery(om::OmIConnection const* connection, bool hasId, unsigned int plid, void const* object,
+                 std::mutex* lock);
 
         Delivery* const m_outer;
         std::vector<Deferred> m_deferred;

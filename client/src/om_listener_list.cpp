@@ -2,6 +2,9 @@
 // The list of listeners that clients, players, tools and agents keep.
 #include "orvane/om_listener_list.h"
 
+#include "made_once.h"
+#include "stack_marks.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <thread>
@@ -18,50 +21,44 @@ constexpr int kNothingToDo = 1;
 
 } // namespace
 
-/// One pass over the list; lives on the stack of the thread that makes it, and leaves the list also when a listener
-/// throws.
-struct OmListenerListBase::Visit
+/// One pass over a list; lives on the stack of the thread that makes it, and leaves the list also when a listener
+/// throws. The lock of the passes guards the lists as well: a forked child could not tell which lists' own locks are
+/// held by threads that it does not have.
+struct OmListenerListBase::Visit : omc::StackMark<Visit>
 {
+    using All = omc::StackMarks<Visit>;
+
     explicit Visit(OmListenerListBase& visited)
         : list(visited)
     {
-        std::lock_guard<std::mutex> lock(list.m_mutex);
+        std::lock_guard<std::mutex> lock(all().mutex);
         end = list.m_entries.size();
-        outer = std::exchange(list.m_visits, this);
+        all().add(*this);
     }
     Visit(Visit const&) = delete;
     Visit& operator=(Visit const&) = delete;
 
     ~Visit()
     {
-        std::lock_guard<std::mutex> lock(list.m_mutex);
-        Visit** link = &list.m_visits;
-        while (*link != this)
-        {
-            link = &(*link)->outer;
-        }
-        *link = outer;
-        list.m_callEnded.notify_all();
+        std::lock_guard<std::mutex> lock(all().mutex);
+        all().remove(*this);
     }
 
     /// The call that was running is over. @return the listener whose turn it is, null at the end
     void* advance()
     {
-        std::lock_guard<std::mutex> lock(list.m_mutex);
-        if (running != nullptr)
-        {
-            list.m_callEnded.notify_all();
-        }
-        running = next < end ? list.m_entries[next++] : nullptr;
+        std::lock_guard<std::mutex> lock(all().mutex);
+        running = position < end ? list.m_entries[position++] : nullptr;
+        all().wakeWaiting();
         return running;
     }
 
+    static All& all() { return omc::madeOnce<All>(); }
+
     OmListenerListBase& list;
-    std::thread::id const thread = std::this_thread::get_id();
-    std::size_t next = 0;
-    std::size_t end; ///< listeners added meanwhile are behind it: they hear the next event
+    std::size_t position = 0; ///< of the listener whose turn is next
+    std::size_t end;          ///< listeners added meanwhile are behind it: they hear the next event
     void* running = nullptr;
-    Visit* outer;
 };
 
 int OmListenerListBase::addEntry(void* listener)
@@ -70,7 +67,7 @@ int OmListenerListBase::addEntry(void* listener)
     {
         return kNullListener;
     }
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::lock_guard<std::mutex> lock(Visit::all().mutex);
     if (std::find(m_entries.begin(), m_entries.end(), listener) != m_entries.end())
     {
         return kNothingToDo;
@@ -85,17 +82,20 @@ int OmListenerListBase::removeEntry(void* listener)
     {
         return kNullListener;
     }
-    std::unique_lock<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(Visit::all().mutex);
     auto const found = std::find(m_entries.begin(), m_entries.end(), listener);
     int const result = found != m_entries.end() ? 0 : kNothingToDo;
     if (result == 0)
     {
         auto const index = static_cast<std::size_t>(found - m_entries.begin());
         m_entries.erase(found);
-        for (Visit* visit = m_visits; visit != nullptr; visit = visit->outer)
+        for (Visit* visit = Visit::all().first(); visit != nullptr; visit = visit->next)
         {
-            visit->next -= index < visit->next ? 1 : 0;
-            visit->end -= index < visit->end ? 1 : 0;
+            if (&visit->list == this)
+            {
+                visit->position -= index < visit->position ? 1 : 0;
+                visit->end -= index < visit->end ? 1 : 0;
+            }
         }
     }
     // Also when another thread has removed it: its call may still be running.
@@ -105,7 +105,7 @@ int OmListenerListBase::removeEntry(void* listener)
 
 void OmListenerListBase::replaceEntries(void* listener)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(Visit::all().mutex);
     if (m_entries.size() == 1 && m_entries.front() == listener)
     {
         return;
@@ -126,7 +126,7 @@ void OmListenerListBase::replaceEntries(void* listener)
 
 void OmListenerListBase::clearEntries()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(Visit::all().mutex);
     takeEntries();
     waitForCallsOf(lock, nullptr);
 }
@@ -134,10 +134,13 @@ void OmListenerListBase::clearEntries()
 /// Empties the list; passes that are under way call nobody any more. Under the lock.
 std::vector<void*> OmListenerListBase::takeEntries()
 {
-    for (Visit* visit = m_visits; visit != nullptr; visit = visit->outer)
+    for (Visit* visit = Visit::all().first(); visit != nullptr; visit = visit->next)
     {
-        visit->next = 0;
-        visit->end = 0;
+        if (&visit->list == this)
+        {
+            visit->position = 0;
+            visit->end = 0;
+        }
     }
     return std::exchange(m_entries, {});
 }
@@ -159,8 +162,12 @@ void OmListenerListBase::waitForCallsOf(std::unique_lock<std::mutex>& lock, void
     auto const isOver = [&]
     {
         bool running = false;
-        for (Visit const* visit = m_visits; visit != nullptr; visit = visit->outer)
+        for (Visit const* visit = Visit::all().first(); visit != nullptr; visit = visit->next)
         {
+            if (&visit->list != this)
+            {
+                continue;
+            }
             if (visit->thread == self)
             {
                 return true;
@@ -169,7 +176,7 @@ void OmListenerListBase::waitForCallsOf(std::unique_lock<std::mutex>& lock, void
         }
         return !running;
     };
-    m_callEnded.wait(lock, isOver);
+    Visit::all().waitUntil(lock, isOver);
 }
 
 } // namespace tz::orvane::om

@@ -3,6 +3,7 @@
 #include "orvane/omc_access.h"
 
 #include "dispatch_gate.h"
+#include "fork_guard.h"
 #include "om_protocol.h"
 #include "orvane/omc_client.h"
 #include "orvane/platform/mdtc_messenger.h"
@@ -87,12 +88,15 @@ private:
 
 OmcClientAccess::OmcClientAccess(int type)
 {
+    ForkGuard::renewInChild(s_creation);
     ORVANE_LOG_DEBUG("Start to New a Access. type=%d", type);
     mdt::MdtcMessenger::GetInstance().init(protocol::kServiceName, static_cast<mdt::MdtType_e>(type));
+    ForkGuard::add(m_mutex);
 }
 
 OmcClientAccess::~OmcClientAccess()
 {
+    ForkGuard::remove(m_mutex);
     ORVANE_LOG_DEBUG("Destroy this Access.");
 }
 

@@ -3,6 +3,7 @@
 #include "orvane/omc_client.h"
 
 #include "dispatch_gate.h"
+#include "fork_guard.h"
 #include "message_util.h"
 #include "om_protocol.h"
 #include "orvane/platform/mdtc_messenger.h"
@@ -28,11 +29,13 @@ OmcClient::OmcClient(om::OmString const& appName)
     ORVANE_LOG_DEBUG("Start to New a Client with name %s.", appName.c_str());
     m_appName = appName;
     init();
+    ForkGuard::add(m_mutex);
 }
 
 OmcClient::~OmcClient()
 {
     release();
+    ForkGuard::remove(m_mutex);
 }
 
 void OmcClient::init()

@@ -276,7 +276,7 @@ int OmcDrmAgent::dispatch(void* event)
 {
     ORVANE_LOG_DEBUG("OmcDrmAgent Called. version=3");
     ORVANE_LOG_DEBUG("OmcDrmAgent Lock for releasing.");
-    DispatchGate::Delivery const delivery(static_cast<om::OmIDrmAgent*>(this));
+    DispatchGate::Delivery const delivery(static_cast<om::OmIDrmAgent*>(this), &m_mutex);
     std::lock_guard<std::mutex> lock(m_mutex);
     if (event == nullptr)
     {

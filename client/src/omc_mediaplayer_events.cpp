@@ -202,7 +202,7 @@ int OmcMediaPlayer::dispatch(void* event)
     ORVANE_LOG_AT(DebugLevel::debug, site, "Called. version=3");
     ORVANE_LOG_AT(DebugLevel::debug, site, "Lock for releasing.");
     // Around the lock: the end of the delivery may destroy this player.
-    DispatchGate::Delivery const delivery(static_cast<om::OmIMediaPlayer*>(this));
+    DispatchGate::Delivery const delivery(static_cast<om::OmIMediaPlayer*>(this), &m_mutex);
     std::lock_guard<std::mutex> lock(m_mutex);
     if (event == nullptr)
     {

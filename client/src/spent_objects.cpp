@@ -2,6 +2,9 @@
 // Recognises objects that have been destroyed by the address that they had.
 #include "spent_objects.h"
 
+#include "fork_guard.h"
+#include "made_once.h"
+
 #include <array>
 #include <cstddef>
 #include <mutex>
@@ -18,35 +21,42 @@ struct Entry
     unsigned int id = 0;
 };
 
-std::mutex g_mutex;
-std::array<Entry, 512> g_entries;
-std::size_t g_next = 0;
-
-Entry* entryOf(void const* object)
+struct Spent final : ForkGuard::Module
 {
-    for (Entry& entry : g_entries)
+    std::array<Entry, 512> entries;
+    std::size_t next = 0;
+
+    Entry* find(void const* object)
     {
-        if (entry.object == object)
+        for (Entry& entry : entries)
         {
-            return &entry;
+            if (entry.object == object)
+            {
+                return &entry;
+            }
         }
+        return nullptr;
     }
-    return nullptr;
+};
+
+Spent& spent()
+{
+    return madeOnce<Spent>();
 }
 
 } // namespace
 
 void SpentObjects::add(void const* object, unsigned int id)
 {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    g_entries[g_next] = {object, id};
-    g_next = (g_next + 1) % g_entries.size();
+    std::lock_guard<std::mutex> lock(spent().mutex);
+    spent().entries[spent().next] = {object, id};
+    spent().next = (spent().next + 1) % spent().entries.size();
 }
 
 bool SpentObjects::find(void const* object, unsigned int& id)
 {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    Entry const* const entry = entryOf(object);
+    std::lock_guard<std::mutex> lock(spent().mutex);
+    Entry const* const entry = spent().find(object);
     if (entry != nullptr)
     {
         id = entry->id;
@@ -56,8 +66,8 @@ bool SpentObjects::find(void const* object, unsigned int& id)
 
 void SpentObjects::forget(void const* object)
 {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    while (Entry* const entry = entryOf(object))
+    std::lock_guard<std::mutex> lock(spent().mutex);
+    while (Entry* const entry = spent().find(object))
     {
         *entry = {};
     }

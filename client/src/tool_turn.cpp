@@ -2,44 +2,40 @@
 // Lets one thread at a time make or destroy the preview tool of a connection.
 #include "tool_turn.h"
 
-#include <condition_variable>
+#include "made_once.h"
+
 #include <mutex>
-#include <set>
 
 namespace tz::orvane::omc
 {
 
-namespace
+StackMarks<ToolTurn>& ToolTurn::turns()
 {
-
-struct Turns
-{
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::set<void const*> taken; ///< connections
-};
-
-// Never destroyed: connections may still be used while the process ends.
-Turns& turns()
-{
-    static Turns& instance = *new Turns;
-    return instance;
+    return madeOnce<StackMarks<ToolTurn>>();
 }
-
-} // namespace
 
 ToolTurn::ToolTurn(void const* connection)
     : m_connection(connection)
 {
     std::unique_lock<std::mutex> lock(turns().mutex);
-    turns().changed.wait(lock, [connection] { return turns().taken.insert(connection).second; });
+    turns().waitUntil(lock, [this] { return isFree(); });
+    turns().add(*this);
 }
 
 ToolTurn::~ToolTurn()
 {
     std::lock_guard<std::mutex> lock(turns().mutex);
-    turns().taken.erase(m_connection);
-    turns().changed.notify_all();
+    turns().remove(*this);
+}
+
+bool ToolTurn::isFree() const
+{
+    ToolTurn const* turn = turns().first();
+    while (turn != nullptr && turn->m_connection != m_connection)
+    {
+        turn = turn->next;
+    }
+    return turn == nullptr;
 }
 
 } // namespace tz::orvane::omc

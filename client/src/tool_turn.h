@@ -2,12 +2,14 @@
 // Lets one thread at a time make or destroy the preview tool of a connection.
 #pragma once
 
+#include "stack_marks.h"
+
 namespace tz::orvane::omc
 {
 
 /// The message that destroys a tool does not say which: it must never meet one that is being made. Whoever has the turn
-/// may wait for the service, since no lock is held meanwhile. Any thread; not twice on one.
-class ToolTurn
+/// may wait for the service, since no lock is held meanwhile. Lives on the stack. Any thread; not twice on one.
+class ToolTurn : public StackMark<ToolTurn>
 {
 public:
     /// Waits until nobody else has the turn of this connection.
@@ -17,6 +19,10 @@ public:
     ~ToolTurn();
 
 private:
+    static StackMarks<ToolTurn>& turns();
+
+    bool isFree() const;
+
     void const* m_connection;
 };
 

@@ -16,7 +16,8 @@ class OmIConnection;
 
 /// Keeps every live connection of the process by its connection id (cnid).
 ///
-/// Any thread may call any operation. The registry owns the connections that it created.
+/// Any thread may call any operation. The registry owns the connections that it created. In a forked child the copies
+/// of its parent's connections fail at once and may be destroyed; the child may make others.
 class ORVANE_API OmIAccess
 {
 public:

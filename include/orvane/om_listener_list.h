@@ -45,9 +45,11 @@ private:
     void waitForCallsOf(std::unique_lock<std::mutex>& lock, void* listener);
 
     std::vector<void*> m_entries;
-    Visit* m_visits = nullptr;
-    std::mutex m_mutex;
-    std::condition_variable m_callEnded;
+
+    // These only keep their places: all lists share one lock, which a forked child can rely on.
+    [[maybe_unused]] Visit* m_visits = nullptr;
+    [[maybe_unused]] std::mutex m_mutex;
+    [[maybe_unused]] std::condition_variable m_callEnded;
 };
 
 /// Listeners in the order of their insertion, never owned.
