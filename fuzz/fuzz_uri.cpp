@@ -17,7 +17,7 @@ namespace
 
 using namespace tz::orvane;
 
-// Parameters beyond that would fill a property group, which ends the process.
+// Parameters beyond that would fill a property group, and the model knows nothing of what is left out then.
 constexpr std::size_t kMaxInput = 16'000;
 
 void require(bool holds)

@@ -13,8 +13,8 @@ namespace tz::orvane::om
 /// A media URI and its parts.
 ///
 /// Parameters stand behind the last '?', as key=value with '&' between them. Those with a known key go into a property
-/// group and leave the pure URI, the others stay in it. Percent signs are ordinary characters. Parameters that
-/// outgrow a property group (some 32 KiB) end the process: bound what comes from outside.
+/// group and leave the pure URI, the others stay in it, as do those with which the image of the group would be larger
+/// than 65535 bytes. Percent signs are ordinary characters.
 /// One entity must not be used by two threads at once.
 class ORVANE_API UriEntity
 {
@@ -38,7 +38,7 @@ public:
     /// Looks for one parameter and adds it to `group`. Only the first place where `key` occurs behind the last '?' is
     /// looked at, even if that is the inside of another parameter.
     /// @param[out] startPos,endPos what to cut out of `uri` so that the parameter is gone; untouched when not found
-    /// @return 0, or -1 when it is not there or has no value at the end of `uri`
+    /// @return 0, or -1 when it is not there, has no value at the end of `uri`, or is too long for `group`
     int parseProperty(OmString const& uri, OmString const& key, OmPropertyGroup& group, int& startPos, int& endPos);
 
     /// The same without positions.

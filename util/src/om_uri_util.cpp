@@ -2,11 +2,13 @@
 // The URI entity: recognises headers and file names, and takes known parameters out of media URIs.
 #include "orvane/om_uri_util.h"
 
+#include "om_property_image.h"
 #include "orvane/om_type_util.h"
 #include "orvane/platform/om_debug.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 
 namespace tz::orvane::om
@@ -60,6 +62,39 @@ std::size_t headerLength(OmString const& uri)
 template <std::size_t size> void store(char const* text, std::size_t length, char (&field)[size])
 {
     OmTypeUtil::copy(text, static_cast<int>(length), field, static_cast<int>(std::min(length, size - 1)));
+}
+
+std::size_t imageSize(OmPropertyGroup const& group)
+{
+    char* image = nullptr;
+    int length = 0;
+    group.getData(&image, &length);
+    return static_cast<std::size_t>(length);
+}
+
+/// Adds a parameter unless the group would outgrow its limit, which ends the process: URIs may come from anybody.
+/// @return whether it fits
+bool addIfItFits(OmPropertyGroup& group, OmString const& key, OmString const& value)
+{
+    constexpr std::size_t kLimit = protocol::kPropertyMaxSize;
+    constexpr std::size_t kEntryBytes = protocol::kPropertyTextAt + 2; // besides its texts
+    std::size_t const present = imageSize(group);
+    std::size_t const needed = present + kEntryBytes + std::strlen(key.c_str()) + std::strlen(value.c_str());
+    if (needed > kLimit)
+    {
+        return false;
+    }
+    if (present > 0 && needed > kLimit / 2)
+    {
+        // A group doubles a buffer that is too small, which would be too much here. It gets one that is just large
+        // enough by way of another group: an entry without a key is refused, but room is made for it.
+        OmPropertyGroup roomy;
+        roomy.add("", OmString(needed - imageSize(roomy) - kEntryBytes, ' ').c_str());
+        roomy = group;
+        group = roomy;
+    }
+    group.add(key, value);
+    return true;
 }
 
 } // namespace
@@ -169,7 +204,11 @@ int UriEntity::parseProperty(OmString const& uri, OmString const& key, OmPropert
     }
     std::size_t const end = std::min(uri.find('&', equals + 1), uri.size());
     OmString const value = uri.substr(equals + 1, end - equals - 1);
-    group.add(key, value);
+    if (!addIfItFits(group, key, value))
+    {
+        ORVANE_LOG_ERROR("The value of this key [%s] is too long.", key.c_str());
+        return kFailed;
+    }
     ORVANE_LOG_INFO("Done. value=%s.", value.c_str());
     // With the parameter goes the '&' behind it; with the last one the '?' or '&' before it.
     bool const isLast = end == uri.size();
