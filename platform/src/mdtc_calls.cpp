@@ -34,7 +34,8 @@ void CallTable::giveLeadAway(Call& call)
         {
             return;
         }
-        successor = passLead(call);
+        call.leads = false;
+        successor = passLead();
         if (call.currentState() == Call::leading)
         {
             call.change(Call::waiting);
@@ -56,7 +57,25 @@ void CallTable::markSent(Call& call)
 Call* CallTable::leave(Call& call)
 {
     unlink(call);
-    return call.leads ? passLead(call) : nullptr;
+    return call.leads ? passLead() : nullptr;
+}
+
+bool CallTable::standIn()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    bool const isFree = !m_led;
+    m_led = true;
+    return isFree;
+}
+
+void CallTable::standDown()
+{
+    Call* successor = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        successor = passLead();
+    }
+    wakeUp(successor);
 }
 
 bool CallTable::sleepUntil(Call& call, Deadline const& deadline)
@@ -111,12 +130,11 @@ void CallTable::takeLead(Call& call)
 }
 
 // Only to a caller whose message has left: one that still waits for room could not read.
-Call* CallTable::passLead(Call& call)
+Call* CallTable::passLead()
 {
-    call.leads = false;
     m_led = false;
     Call* successor = m_first;
-    while (successor != nullptr && (!successor->sent || successor == &call))
+    while (successor != nullptr && !successor->sent)
     {
         successor = successor->next;
     }

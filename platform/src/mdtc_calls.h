@@ -70,6 +70,12 @@ public:
     /// The call's message has left: from now on it may be given the lead. Takes the lead if nobody has it.
     void markSent(Call& call);
 
+    /// Leads for no call of its own, if nobody leads. @return whether it does now
+    bool standIn();
+
+    /// Hands on the lead that `standIn` took.
+    void standDown();
+
     /// Waits until the call leads or is done. @return false when the deadline passed first
     bool sleep(Call& call, Deadline const& deadline)
     {
@@ -109,7 +115,7 @@ public:
 
 private:
     Call* find(std::uint64_t id);
-    Call* passLead(Call& call);
+    Call* passLead();
     void takeLead(Call& call);
     void complete(Call& call, int status);
     void unlink(Call& call);
@@ -121,6 +127,39 @@ private:
     std::uint64_t m_lastId = 0; ///< never reused: a late reply finds nobody
     bool m_led = false;
     int m_closedStatus = 0;
+};
+
+/// The lead of a post that waits for the service, while no query leads. A service whose replies nobody reads does not
+/// read either: without it both would wait for each other.
+class StandIn
+{
+public:
+    explicit StandIn(CallTable& calls)
+        : m_calls(calls)
+    {
+    }
+
+    StandIn(StandIn const&) = delete;
+    StandIn& operator=(StandIn const&) = delete;
+
+    ~StandIn()
+    {
+        if (m_leads)
+        {
+            m_calls.standDown();
+        }
+    }
+
+    /// Takes the lead if it is free. @return whether the post leads
+    bool leads()
+    {
+        m_leads = m_leads || m_calls.standIn();
+        return m_leads;
+    }
+
+private:
+    CallTable& m_calls;
+    bool m_leads = false;
 };
 
 } // namespace tz::orvane::mdt

@@ -90,7 +90,9 @@ private:
     ssize_t trySend(FrameWriter& frame);
     int sendQuery(FrameWriter& frame, Call& call, Deadline const& deadline);
     int lead(Call& call, Deadline const& deadline, bool wait);
-    std::optional<int> takeReply(Call& call, bool wait);
+    std::optional<int> takeReply(Call* own, bool wait);
+    void waitForRoom(StandIn& standIn, int milliseconds);
+    void readReplies();
     void die(char const* reason);
 
     /// What posts give once the connection has ended.

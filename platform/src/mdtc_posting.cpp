@@ -4,6 +4,7 @@
 #include "om_protocol.h"
 #include "orvane/platform/om_debug.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <poll.h>
 
@@ -16,8 +17,9 @@ namespace
 constexpr char kLogFile[] = "mdtc_posting";
 constexpr char kLogClass[] = "Connection";
 
-/// Longest sleep while the ring is full, so that the end of the service is noticed.
-constexpr int kRingWait = 20;
+/// Longest sleep of a post that waits for the service without leading, in milliseconds: when it wakes it sees whether
+/// the service has ended, or nobody leads any more.
+constexpr int kWaitForService = 20;
 
 } // namespace
 
@@ -96,7 +98,7 @@ int Connection::lead(Call& call, Deadline const& deadline, bool wait)
                 return -ETIMEDOUT;
             }
         }
-        std::optional<int> const result = takeReply(call, wait);
+        std::optional<int> const result = takeReply(&call, wait);
         if (result.has_value())
         {
             return *result;
@@ -106,8 +108,9 @@ int Connection::lead(Call& call, Deadline const& deadline, bool wait)
     return call.status;
 }
 
-// @return what becomes of the caller's own query, nothing when it has to go on reading
-std::optional<int> Connection::takeReply(Call& call, bool wait)
+// @param own query of the caller, null when it stands in
+// @return what becomes of that query, nothing when the caller has to go on reading
+std::optional<int> Connection::takeReply(Call* own, bool wait)
 {
     ssize_t const received = m_replyReader.receive(m_command.get(), wait);
     if (received == -EAGAIN || received == -EINTR)
@@ -119,7 +122,7 @@ std::optional<int> Connection::takeReply(Call& call, bool wait)
     {
         m_replyReader.finish(nullptr);
         die(received == 0 ? "the service has closed it" : m_replyReader.reason());
-        return call.status < 0 ? call.status : -EPIPE;
+        return own != nullptr && own->status < 0 ? own->status : -EPIPE;
     }
     FrameHeader const& header = m_replyReader.header();
     auto const store = [this](MsgData& reply)
@@ -127,9 +130,9 @@ std::optional<int> Connection::takeReply(Call& call, bool wait)
         m_replyReader.fill(reply, true);
         m_replyReader.finish(nullptr);
     };
-    if (header.call == call.id)
+    if (own != nullptr && header.call == own->id)
     {
-        store(call.reply); // which nobody else touches while this caller leads
+        store(own->reply); // which nobody else touches while this caller leads
         return header.status;
     }
     if (!m_calls.finish(header.call, header.status, store))
@@ -225,7 +228,8 @@ int Connection::placeInRing(FrameWriter::OutOfLine& value, Deadline const& deadl
         {
             return -ETIMEDOUT;
         }
-        m_sendRing.waitForRoom(value.length, std::min(left, kRingWait));
+        m_sendRing.waitForRoom(value.length, std::min(left, kWaitForService));
+        readReplies();
     }
     m_sendRing.write(position, value.data, value.length);
     m_sendRing.commit(position, value.length);
@@ -249,6 +253,7 @@ ssize_t Connection::trySend(FrameWriter& frame)
 
 int Connection::transmit(FrameWriter& frame, Deadline const& deadline)
 {
+    StandIn standIn(m_calls);
     for (;;)
     {
         ssize_t const sent = trySend(frame);
@@ -265,12 +270,35 @@ int Connection::transmit(FrameWriter& frame, Deadline const& deadline)
         {
             return static_cast<int>(sent);
         }
-        pollfd room{m_command.get(), POLLOUT, 0};
-        timespec const left = deadline.left();
-        if (::ppoll(&room, 1, &left, nullptr) == 0)
+        int const left = deadline.milliseconds();
+        if (left == 0)
         {
             return -ETIMEDOUT;
         }
+        waitForRoom(standIn, left);
+    }
+}
+
+// Returns also for a reply, which it has taken, and now and then while it does not lead.
+void Connection::waitForRoom(StandIn& standIn, int milliseconds)
+{
+    bool const leads = standIn.leads();
+    pollfd socket{m_command.get(), static_cast<short>(leads ? POLLIN | POLLOUT : POLLOUT), 0};
+    ::poll(&socket, 1, leads ? milliseconds : std::min(milliseconds, kWaitForService));
+    if (leads && (socket.revents & POLLIN) != 0)
+    {
+        takeReply(nullptr, false);
+    }
+}
+
+// Takes the replies that are there, unless somebody leads.
+void Connection::readReplies()
+{
+    StandIn standIn(m_calls);
+    pollfd socket{m_command.get(), POLLIN, 0};
+    while (!m_dead && standIn.leads() && ::poll(&socket, 1, 0) > 0)
+    {
+        takeReply(nullptr, false);
     }
 }
 

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+// The messenger after something went wrong: a connection that lives serves on.
+#include "support/log_capture.h"
+#include "support/mini_service.h"
+#include "support/process_state.h"
+#include "support/temp_dir.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace tz::orvane::mdt;
+using namespace tz::orvane::test;
+using tz::orvane::platform::DebugLevel;
+using tz::orvane::platform::EventLoop;
+
+namespace
+{
+
+constexpr int kTimeout = 5000;
+constexpr int kQuery = 0x7001;
+constexpr int kCommand = 0x7002;
+
+MdtcMessenger& messenger()
+{
+    return MdtcMessenger::GetInstance();
+}
+
+int query(int cnid, int timeout = kTimeout)
+{
+    MsgData reply;
+    return messenger().postMsg(MsgData(cnid, 0, kQuery, 2), reply, timeout);
+}
+
+int push(int cnid, std::size_t bytes)
+{
+    std::string block(bytes, 'b');
+    MsgData msg(cnid, 0, kCommand, 5);
+    msg.writeBlockData(block.data(), static_cast<int>(block.size()));
+    return messenger().postMsg(msg, kTimeout);
+}
+
+/// Answers every query so that few replies fill the socket.
+void answerAtLength(MdtsMessenger& end, EventLoop&, MsgData&, MdtsCall const& call)
+{
+    if (call.wantsReply())
+    {
+        static std::string const text(30'000, 'r');
+        MsgData reply;
+        reply.writeData(text.data(), static_cast<unsigned short>(text.size()));
+        end.reply(call, 0, reply);
+    }
+}
+
+class MessengerRecovery : public testing::Test
+{
+protected:
+    /// Queries to a service that stands still: all time out, and when it goes on their replies fill the socket.
+    static void timeOutOften(ForkedService const& service, int cnid)
+    {
+        service.signal(SIGSTOP);
+        for (int i = 0; i < 40; ++i)
+        {
+            EXPECT_EQ(query(cnid, 1), -ETIMEDOUT);
+        }
+        service.signal(SIGCONT);
+    }
+
+    ProcessState m_state;
+    SocketDir m_directory;
+};
+
+} // namespace
+
+TEST_F(MessengerRecovery, repliesThatNobodyAwaitsDoNotKeepCommandsOutForEver)
+{
+    ForkedService service(&answerAtLength);
+    TestConnection connection;
+    LogCapture log(DebugLevel::warning);
+    timeOutOften(service, connection.cnid());
+    for (int i = 0; i < 20; ++i)
+    {
+        EXPECT_GT(push(connection.cnid(), 30'000), 0) << i;
+    }
+    EXPECT_GT(query(connection.cnid()), 0);
+    EXPECT_TRUE(log.contains("A reply to 0x7001 came too late and is dropped; 40 of this connection so far."));
+}
+
+TEST_F(MessengerRecovery, repliesThatNobodyAwaitsDoNotKeepBlocksOutForEver)
+{
+    ForkedService service(&answerAtLength);
+    TestConnection connection;
+    LogCapture log(DebugLevel::off);
+    timeOutOften(service, connection.cnid());
+    for (int i = 0; i < 8; ++i)
+    {
+        EXPECT_GT(push(connection.cnid(), std::size_t{3} << 20), 0) << i;
+    }
+    EXPECT_GT(query(connection.cnid()), 0);
+}
+
+TEST_F(MessengerRecovery, whoWaitsForRoomReadsTheRepliesOfTheOthers)
+{
+    ForkedService service(&answerAtLength);
+    TestConnection connection;
+    LogCapture log(DebugLevel::off);
+    timeOutOften(service, connection.cnid());
+    std::atomic<int> failed{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 6; ++t)
+    {
+        threads.emplace_back(
+            [&, t]
+            {
+                for (int i = 0; i < 50; ++i)
+                {
+                    int const result = t % 2 == 0 ? query(connection.cnid()) : push(connection.cnid(), 30'000);
+                    failed += result > 0 ? 0 : 1;
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(failed, 0);
+}
