@@ -24,6 +24,33 @@ constexpr char kLogClass[] = "Connection";
 /// Events handed over before other connections get their turn.
 constexpr int kEventsPerTurn = 16;
 
+// While a service takes no more connections for the moment, connecting waits as long as sending may on this socket. A
+// signal begins it anew.
+int connectTo(int socket, sockaddr_un const& address, Deadline const& deadline)
+{
+    for (;;)
+    {
+        int const left = deadline.milliseconds();
+        if (left == 0)
+        {
+            return -ETIMEDOUT;
+        }
+        timeval const patience{left / 1000, static_cast<suseconds_t>(left % 1000) * 1000};
+        if (::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) != 0)
+        {
+            return -errno;
+        }
+        if (::connect(socket, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
+        {
+            return 0;
+        }
+        if (errno != EINTR)
+        {
+            return errno == EAGAIN ? -ETIMEDOUT : -errno;
+        }
+    }
+}
+
 bool isDeath(MsgData const& msg)
 {
     return msg.readUid() == 0 &&
@@ -41,24 +68,21 @@ int Connection::open(std::string const& path, _MdtInitParCfg_t const& cfg, std::
         return result;
     }
     m_callback = cfg.callback;
+    Deadline const deadline(protocol::kPostTimeout);
     // Blocking, for the moment of connecting when many do so at once, and for a query that waits the usual time for its
     // reply; everything else is done with MSG_DONTWAIT.
     m_command.reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     timeval const patience{protocol::kPostTimeout / 1000, 0};
-    if (!m_command || ::setsockopt(m_command.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) != 0 ||
-        ::setsockopt(m_command.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) != 0)
+    if (!m_command || ::setsockopt(m_command.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) != 0)
     {
         return -errno;
     }
-    while (::connect(m_command.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
-    {
-        if (errno != EINTR)
-        {
-            return -errno;
-        }
-    }
+    result = connectTo(m_command.get(), address, deadline);
     MdtsPeer service{};
-    result = peerOf(m_command.get(), service);
+    if (result == 0)
+    {
+        result = peerOf(m_command.get(), service);
+    }
     if (result != 0)
     {
         return result;
@@ -90,11 +114,13 @@ int Connection::open(std::string const& path, _MdtInitParCfg_t const& cfg, std::
     {
         result = m_receiveRing.attach(receiveRing.get());
     }
-    return result != 0 ? result : introduce(cfg, heldIds, eventEnd.get(), sendRing.get(), receiveRing.get());
+    return result != 0 ? result
+                       : introduce(cfg, heldIds, {eventEnd.get(), sendRing.get(), receiveRing.get()}, deadline);
 }
 
-int Connection::introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& heldIds, int eventEnd, int sendRing,
-                          int receiveRing)
+// @param descriptors the service's end of the event socket, the ring to it, the ring from it
+int Connection::introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& heldIds,
+                          std::array<int, 3> const& descriptors, Deadline const& deadline)
 {
     MsgData hello(0, 0, 0, 0);
     hello.writeString(cfg.name);
@@ -110,11 +136,10 @@ int Connection::introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& h
     {
         return result != 0 ? result : -EMSGSIZE;
     }
-    for (int fd : {eventEnd, sendRing, receiveRing})
+    for (int fd : descriptors)
     {
         frame.addDescriptor(fd);
     }
-    Deadline const deadline(protocol::kPostTimeout);
     result = transmit(frame, deadline);
     while (result > 0)
     {

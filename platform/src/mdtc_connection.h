@@ -9,6 +9,7 @@
 #include "shared_ring.h"
 #include "unique_fd.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
@@ -79,8 +80,8 @@ public:
     void abandon();
 
 private:
-    int introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& heldIds, int eventEnd, int sendRing,
-                  int receiveRing);
+    int introduce(_MdtInitParCfg_t const& cfg, std::vector<int> const& heldIds, std::array<int, 3> const& descriptors,
+                  Deadline const& deadline);
     int send(FrameWriter& frame, Deadline const& deadline);
     int sendPlanned(FrameWriter& frame, Deadline const& deadline);
     int sendOutOfLine(FrameWriter& frame, Deadline const& deadline);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The messenger after something went wrong: a connection that lives serves on.
+#include "platform/src/unique_fd.h"
 #include "support/log_capture.h"
 #include "support/mini_service.h"
 #include "support/process_state.h"
@@ -8,8 +9,12 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
 #include <thread>
 #include <vector>
 
@@ -17,6 +22,7 @@ using namespace tz::orvane::mdt;
 using namespace tz::orvane::test;
 using tz::orvane::platform::DebugLevel;
 using tz::orvane::platform::EventLoop;
+using tz::orvane::platform::UniqueFd;
 
 namespace
 {
@@ -128,4 +134,33 @@ TEST_F(MessengerRecovery, whoWaitsForRoomReadsTheRepliesOfTheOthers)
         thread.join();
     }
     EXPECT_EQ(failed, 0);
+}
+
+TEST_F(MessengerRecovery, connectGivesUpInTimeHoweverOftenASignalInterruptsIt)
+{
+    // A service that takes nobody, with as many at its door as may wait there.
+    UniqueFd const listening(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, (m_directory.path() + "/Orvane.MediaPlayer.Server").c_str());
+    ASSERT_EQ(::bind(listening.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listening.get(), 0), 0);
+    std::vector<UniqueFd> waiting;
+    do
+    {
+        waiting.emplace_back(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    } while (::connect(waiting.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0);
+
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    struct sigaction before = {};
+    sigaction(SIGALRM, &action, &before);
+    itimerval timer{{0, 500'000}, {0, 500'000}};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+    LogCapture log(DebugLevel::off);
+    TestConnection connection;
+    timer = {};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+    sigaction(SIGALRM, &before, nullptr);
+    EXPECT_EQ(connection.result(), -ETIMEDOUT);
 }
