@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <poll.h>
 #include <sys/socket.h>
 #include <utility>
@@ -231,9 +232,17 @@ unsigned char* FrameReader::locate(detail::MsgArgument const& argument, SharedRi
         m_ringLength = argument.length;
         return block;
     }
+    if (place >= m_descriptors.size())
+    {
+        return nullptr;
+    }
     Mapping mapping;
-    if (place >= m_descriptors.size() ||
-        mapBlock(mapping, m_descriptors[static_cast<std::size_t>(place)].get(), argument.length) != 0)
+    int const result = mapBlock(mapping, m_descriptors[static_cast<std::size_t>(place)].get(), argument.length);
+    if (result == -ENOMEM)
+    {
+        throw std::bad_alloc();
+    }
+    if (result != 0)
     {
         return nullptr;
     }
@@ -242,6 +251,20 @@ unsigned char* FrameReader::locate(detail::MsgArgument const& argument, SharedRi
 }
 
 bool FrameReader::locateValues(SharedRing* ring)
+{
+    m_lacksMemory = false;
+    try
+    {
+        return locateEach(ring);
+    }
+    catch (std::bad_alloc const&)
+    {
+        m_lacksMemory = true;
+        return fail("there is no memory for it");
+    }
+}
+
+bool FrameReader::locateEach(SharedRing* ring)
 {
     std::size_t const size = header().size - sizeof(FrameHeader);
     for (std::size_t offset = 0; offset < size;)
@@ -270,12 +293,20 @@ bool FrameReader::locateValues(SharedRing* ring)
     return true;
 }
 
-void FrameReader::fill(MsgData& msg, bool own)
+int FrameReader::fill(MsgData& msg, bool own)
 {
     using Ownership = detail::MsgAccess::Ownership;
     Ownership const copied = m_whole ? Ownership::copiedAsOne : Ownership::copied;
-    detail::MsgAccess::assign(msg, header(), arguments(), header().size - sizeof(FrameHeader),
-                              own ? copied : Ownership::borrowed);
+    try
+    {
+        detail::MsgAccess::assign(msg, header(), arguments(), header().size - sizeof(FrameHeader),
+                                  own ? copied : Ownership::borrowed);
+    }
+    catch (std::bad_alloc const&)
+    {
+        return -ENOMEM;
+    }
+    return 0;
 }
 
 void FrameReader::release(SharedRing* ring)

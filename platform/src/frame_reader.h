@@ -53,11 +53,15 @@ public:
     /// Finds the values that travelled outside of the frame. Blocks stay in shared memory; everything else is copied
     /// out of it, because it will be parsed.
     /// @param ring of this direction, null when it has none
-    /// @return false when a place is not where the sender may write; `reason` then says so
+    /// @return false when a place is not where the sender may write, as `reason` then says, or memory is short
     bool resolve(SharedRing* ring) { return m_whole || locateValues(ring); }
 
+    /// @return whether the frame is sound, but `resolve` found no memory for its values
+    bool lacksMemory() const { return !m_whole && m_lacksMemory; }
+
     /// Fills a message from the frame; see MsgAccess::assign.
-    void fill(MsgData& msg, bool own);
+    /// @return 0, or -ENOMEM when there is no memory for what the message is to own
+    int fill(MsgData& msg, bool own);
 
     /// Gives up what the frame occupied: ring, mappings, copies. The message filled from it must not be read any more
     /// unless it owns its bytes.
@@ -72,6 +76,7 @@ public:
 private:
     unsigned char* arguments() const { return m_buffer.get() + sizeof(FrameHeader); }
     bool locateValues(SharedRing* ring);
+    bool locateEach(SharedRing* ring);
     void release(SharedRing* ring);
     unsigned char* locate(detail::MsgArgument const& argument, SharedRing* ring);
     bool fail(char const* reason);
@@ -85,6 +90,7 @@ private:
     std::uint32_t m_frameCount = 0;
     char const* m_reason = "";
     bool m_whole = true; ///< nothing of the frame is elsewhere
+    bool m_lacksMemory = false;
     bool m_ringUsed = false;
     std::uint32_t m_ringPosition = 0;
     std::uint32_t m_ringLength = 0;

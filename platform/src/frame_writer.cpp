@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 
 namespace tz::orvane::mdt
 {
@@ -113,9 +114,16 @@ int FrameWriter::placeInDescriptor(OutOfLine& value)
     {
         return result;
     }
+    try
+    {
+        m_blocks.push_back(std::move(block));
+    }
+    catch (std::bad_alloc const&)
+    {
+        return -ENOMEM;
+    }
     value.storage = Storage::memfd;
-    value.place = static_cast<std::uint64_t>(addDescriptor(block.get()));
-    m_blocks.push_back(std::move(block));
+    value.place = static_cast<std::uint64_t>(addDescriptor(m_blocks.back().get()));
     return 0;
 }
 

@@ -82,9 +82,9 @@ public:
         return call.currentState() != Call::waiting || sleepUntil(call, deadline);
     }
 
-    /// Finishes another's call, the one with this id: `store(reply)` runs under the mutex, so that its caller cannot
-    /// leave meanwhile. @return false when nobody waits for it any more
-    template <class Store> bool finish(std::uint64_t id, int status, Store&& store)
+    /// Finishes another's call, the one with this id: `store(reply)`, which gives the status, runs under the mutex, so
+    /// that its caller cannot leave meanwhile. @return false when nobody waits for it any more
+    template <class Store> bool finish(std::uint64_t id, Store&& store)
     {
         Call* call = nullptr;
         {
@@ -94,8 +94,7 @@ public:
             {
                 return false;
             }
-            store(call->reply);
-            complete(*call, status);
+            complete(*call, store(call->reply));
         }
         wakeUp(call);
         return true;

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -180,7 +181,8 @@ bool Connection::readEvents(FrameReader& reader)
         {
             return true;
         }
-        bool const sound = received > 0 && reader.kind() == FrameKind::event && reader.resolve(&m_receiveRing);
+        bool const sound = received > 0 && reader.kind() == FrameKind::event &&
+                           (reader.resolve(&m_receiveRing) || reader.lacksMemory());
         if (!sound)
         {
             reader.finish(&m_receiveRing);
@@ -192,6 +194,12 @@ bool Connection::readEvents(FrameReader& reader)
             }
             return false;
         }
+        if (reader.lacksMemory())
+        {
+            ORVANE_LOG_ERROR("There is no memory for message 0x%04X, which is dropped.",
+                             static_cast<unsigned>(reader.header().msg));
+        }
+        else
         {
             MsgData event;
             reader.fill(event, false);
@@ -208,9 +216,17 @@ bool Connection::readEvents(FrameReader& reader)
 void Connection::deliver(MsgData& msg)
 {
     m_deathDelivered = m_deathDelivered || isDeath(msg);
-    if (!m_closed && m_callback != nullptr)
+    if (m_closed || m_callback == nullptr)
+    {
+        return;
+    }
+    try
     {
         m_callback(&msg);
+    }
+    catch (std::bad_alloc const&)
+    {
+        ORVANE_LOG_ERROR("There was no memory to deal with message 0x%04X.", static_cast<unsigned>(msg.readMsg()));
     }
 }
 

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <string>
 #include <vector>
@@ -23,6 +24,33 @@ namespace
 
 constexpr char kLogFile[] = "mdtc_messenger";
 constexpr char kLogClass[] = "MdtcMessenger";
+
+/// Keeps the calling thread from being cancelled in the middle of something that others depend on.
+class Uncancelled
+{
+public:
+    Uncancelled() { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
+    Uncancelled(Uncancelled const&) = delete;
+    Uncancelled& operator=(Uncancelled const&) = delete;
+    ~Uncancelled() { ::pthread_setcancelstate(m_before, nullptr); }
+
+private:
+    int m_before = 0;
+};
+
+/// Runs the body of an operation, which always comes to its end and throws nothing at the application.
+template <class Body> int wholly(Body&& body)
+{
+    Uncancelled const untilTheEnd;
+    try
+    {
+        return body();
+    }
+    catch (std::bad_alloc const&)
+    {
+        return -ENOMEM;
+    }
+}
 
 } // namespace
 
@@ -49,7 +77,39 @@ struct MdtcMessenger::State
         return best;
     }
 
-    /// Finds a connection and holds it until `leave`. @param call to be entered there, null for a post without reply
+    /// A post's stay in its connection.
+    class Visit
+    {
+    public:
+        /// @param call to be entered there, null for a post without reply
+        Visit(State& state, int cnid, Call* call)
+            : m_state(state)
+            , m_connection(state.enter(cnid, call))
+            , m_call(call)
+        {
+        }
+
+        Visit(Visit const&) = delete;
+        Visit& operator=(Visit const&) = delete;
+
+        ~Visit()
+        {
+            if (m_connection != nullptr)
+            {
+                m_state.leave(*m_connection, m_call);
+            }
+        }
+
+        /// Null when there is none with this id.
+        Connection* connection() const { return m_connection; }
+
+    private:
+        State& m_state;
+        Connection* m_connection;
+        Call* m_call;
+    };
+
+    /// Finds a connection and holds it until `leave`.
     Connection* enter(int cnid, Call* call)
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -93,6 +153,8 @@ struct MdtcMessenger::State
     int add(std::shared_ptr<Connection> const& connection)
     {
         std::lock_guard<std::mutex> lock(mutex);
+        connections.reserve(connections.size() + 1);
+        leaving.reserve(leaving.size() + connections.size() + 1); // so that `take` cannot fail
         if (receiver == nullptr)
         {
             auto fresh = std::make_shared<Receiver>();
@@ -196,6 +258,8 @@ struct MdtcMessenger::State
         formerReceiver.reset();
     }
 
+    int connect(_MdtInitParCfg_t const& cfg, int& cnid);
+
     std::vector<int> heldIds()
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -238,27 +302,36 @@ int MdtcMessenger::init(char const* serviceName, MdtType_e type)
         return -EINVAL;
     }
     ORVANE_LOG_DEBUG("service=%s, type=%d", serviceName, static_cast<int>(type));
-    std::lock_guard<std::mutex> lock(m_state->mutex);
-    m_state->serviceName = serviceName;
-    return 0;
+    return wholly(
+        [&]
+        {
+            std::lock_guard<std::mutex> lock(m_state->mutex);
+            m_state->serviceName = serviceName;
+            return 0;
+        });
 }
 
 int MdtcMessenger::connect(_MdtInitParCfg_t const& cfg, int& cnid)
 {
+    return wholly([&] { return m_state->connect(cfg, cnid); });
+}
+
+int MdtcMessenger::State::connect(_MdtInitParCfg_t const& cfg, int& cnid)
+{
     std::string path = socketDirectory() + "/";
     {
-        std::lock_guard<std::mutex> lock(m_state->mutex);
-        if (m_state->serviceName.empty())
+        std::lock_guard<std::mutex> lock(mutex);
+        if (serviceName.empty())
         {
             return -EINVAL;
         }
-        path += m_state->serviceName;
+        path += serviceName;
     }
-    auto const connection = std::make_shared<Connection>(m_state->mutex);
-    int result = connection->open(path, cfg, m_state->heldIds());
+    auto const connection = std::make_shared<Connection>(mutex);
+    int result = connection->open(path, cfg, heldIds());
     if (result == 0)
     {
-        result = m_state->add(connection);
+        result = add(connection);
     }
     if (result != 0)
     {
@@ -271,38 +344,38 @@ int MdtcMessenger::connect(_MdtInitParCfg_t const& cfg, int& cnid)
 
 int MdtcMessenger::disConnect(int const& cnid)
 {
-    std::shared_ptr<Connection> const connection = m_state->take(cnid);
-    if (connection == nullptr)
-    {
-        return -ENOTCONN;
-    }
-    connection->close();
-    return 0;
+    return wholly(
+        [&]
+        {
+            std::shared_ptr<Connection> const connection = m_state->take(cnid);
+            if (connection == nullptr)
+            {
+                return -ENOTCONN;
+            }
+            connection->close();
+            return 0;
+        });
 }
 
 int MdtcMessenger::postMsg(MsgData const& msg, int const& timeout)
 {
-    Connection* const connection = m_state->enter(msg.readPid(), nullptr);
-    if (connection == nullptr)
-    {
-        return -ENOTCONN;
-    }
-    int const result = connection->post(msg, timeout);
-    m_state->leave(*connection, nullptr);
-    return result;
+    return wholly(
+        [&]
+        {
+            State::Visit const visit(*m_state, msg.readPid(), nullptr);
+            return visit.connection() != nullptr ? visit.connection()->post(msg, timeout) : -ENOTCONN;
+        });
 }
 
 int MdtcMessenger::postMsg(MsgData const& msg, MsgData& reply, int const& timeout)
 {
-    Call call(reply);
-    Connection* const connection = m_state->enter(msg.readPid(), &call);
-    if (connection == nullptr)
-    {
-        return -ENOTCONN;
-    }
-    int const result = connection->query(msg, call, timeout);
-    m_state->leave(*connection, &call);
-    return result;
+    return wholly(
+        [&]
+        {
+            Call call(reply);
+            State::Visit const visit(*m_state, msg.readPid(), &call);
+            return visit.connection() != nullptr ? visit.connection()->query(msg, call, timeout) : -ENOTCONN;
+        });
 }
 
 } // namespace tz::orvane::mdt

@@ -117,7 +117,8 @@ std::optional<int> Connection::takeReply(Call* own, bool wait)
     {
         return std::nullopt;
     }
-    bool const sound = received > 0 && m_replyReader.kind() == FrameKind::reply && m_replyReader.resolve(nullptr);
+    bool const sound = received > 0 && m_replyReader.kind() == FrameKind::reply &&
+                       (m_replyReader.resolve(nullptr) || m_replyReader.lacksMemory());
     if (!sound)
     {
         m_replyReader.finish(nullptr);
@@ -127,15 +128,15 @@ std::optional<int> Connection::takeReply(Call* own, bool wait)
     FrameHeader const& header = m_replyReader.header();
     auto const store = [this](MsgData& reply)
     {
-        m_replyReader.fill(reply, true);
+        int const stored = m_replyReader.lacksMemory() ? -ENOMEM : m_replyReader.fill(reply, true);
         m_replyReader.finish(nullptr);
+        return stored < 0 ? stored : m_replyReader.header().status;
     };
     if (own != nullptr && header.call == own->id)
     {
-        store(own->reply); // which nobody else touches while this caller leads
-        return header.status;
+        return store(own->reply); // which nobody else touches while this caller leads
     }
-    if (!m_calls.finish(header.call, header.status, store))
+    if (!m_calls.finish(header.call, store))
     {
         unsigned const count = ++m_lateReplies;
         ORVANE_LOG_WARNING("A reply to 0x%04X came too late and is dropped; %u of this connection so far.",

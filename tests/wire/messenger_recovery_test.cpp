@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <future>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -163,4 +165,39 @@ TEST_F(MessengerRecovery, connectGivesUpInTimeHoweverOftenASignalInterruptsIt)
     ::setitimer(ITIMER_REAL, &timer, nullptr);
     sigaction(SIGALRM, &before, nullptr);
     EXPECT_EQ(connection.result(), -ETIMEDOUT);
+}
+
+TEST_F(MessengerRecovery, aThreadThatIsCancelledInAQueryLeavesTheOthersUnharmed)
+{
+    std::promise<void> arrived;
+    MiniService service(
+        [&](MdtsMessenger& end, EventLoop& loop, MsgData& msg, MdtsCall const& call)
+        {
+            if (msg.readMsg() == kCommand)
+            {
+                arrived.set_value();
+                return;
+            }
+            echo(end, loop, msg, call);
+        });
+    TestConnection connection;
+    int cnid = connection.cnid();
+    pthread_t cancelled{};
+    ASSERT_EQ(pthread_create(
+                  &cancelled, nullptr,
+                  [](void* id) -> void*
+                  {
+                      MsgData reply;
+                      messenger().postMsg(MsgData(*static_cast<int*>(id), 0, kCommand, 2), reply, 500);
+                      pthread_testcancel();
+                      return nullptr;
+                  },
+                  &cnid),
+              0);
+    arrived.get_future().wait();
+    pthread_cancel(cancelled);
+    void* result = nullptr;
+    pthread_join(cancelled, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_GT(query(cnid), 0);
 }

@@ -44,8 +44,9 @@ static_assert(offsetof(_MdtInitParCfg_t, callback) == 100 && offsetof(_MdtInitPa
 
 /// The messenger of the process. Any thread may call any operation, also from inside the receive callback.
 ///
-/// Results are negative errno values on failure. A post gives the bytes of the frame that it sent; a post that failed
-/// has sent nothing, or (a query that timed out) everything.
+/// Nothing is thrown, and a thread that is cancelled meanwhile ends when the operation has ended. Results are negative
+/// errno values on failure, -ENOMEM also for a reply that finds no memory. A post gives the bytes of the frame that it
+/// sent; a post that failed has sent nothing, or (a query that timed out) everything.
 class ORVANE_API MdtcMessenger
 {
 public:
