@@ -60,8 +60,7 @@ struct MdtcMessenger::State
     std::string serviceName;
     std::vector<std::shared_ptr<Connection>> connections; ///< oldest first
     std::vector<std::shared_ptr<Connection>> leaving;     ///< taken out while posts are under way
-    std::shared_ptr<Receiver> receiver;                   ///< of the present connections
-    std::shared_ptr<Receiver> formerReceiver;             ///< may still be in its last callback
+    std::shared_ptr<Receiver> receiver;                   ///< of all connections; may have ended when there are none
 
     /// Ids can coincide when a service starts anew: posts go to the newest connection that lives.
     Connection* find(int cnid) const
@@ -155,25 +154,25 @@ struct MdtcMessenger::State
         std::lock_guard<std::mutex> lock(mutex);
         connections.reserve(connections.size() + 1);
         leaving.reserve(leaving.size() + connections.size() + 1); // so that `take` cannot fail
-        if (receiver == nullptr)
+        int result = receiver != nullptr ? receiver->add(connection) : -ESRCH;
+        if (result == -ESRCH)
         {
-            auto fresh = std::make_shared<Receiver>();
-            int const result = fresh->start(formerReceiver);
+            auto const fresh = std::make_shared<Receiver>();
+            result = fresh->start();
             if (result != 0)
             {
                 return result;
             }
-            receiver = std::move(fresh);
-            formerReceiver.reset();
+            receiver = fresh;
+            result = receiver->add(connection);
         }
-        connections.push_back(connection);
-        int const result = receiver->add(connection);
         if (result != 0)
         {
-            connections.pop_back();
-            retireReceiver(*connection);
+            leaveReceiver(*connection);
+            return result;
         }
-        return result;
+        connections.push_back(connection);
+        return 0;
     }
 
     /// Takes a connection out: of several with this id the oldest dead one, else the oldest.
@@ -198,40 +197,33 @@ struct MdtcMessenger::State
         {
             leaving.push_back(taken);
         }
-        retireReceiver(*taken);
+        leaveReceiver(*taken);
         return taken;
     }
 
-    void retireReceiver(Connection const& connection)
+    void leaveReceiver(Connection const& connection) const
     {
         // A forked child has its parent's connections but no receiver.
-        if (receiver != nullptr && !receiver->remove(connection))
+        if (receiver != nullptr)
         {
-            formerReceiver = std::move(receiver);
-            receiver.reset();
+            receiver->remove(connection);
         }
     }
 
     void lockForFork()
     {
         mutex.lock();
-        for (auto const& held : {receiver, formerReceiver})
+        if (receiver != nullptr)
         {
-            if (held != nullptr)
-            {
-                held->lock();
-            }
+            receiver->lock();
         }
     }
 
     void unlockAfterFork()
     {
-        for (auto const& held : {receiver, formerReceiver})
+        if (receiver != nullptr)
         {
-            if (held != nullptr)
-            {
-                held->unlock();
-            }
+            receiver->unlock();
         }
         mutex.unlock();
     }
@@ -246,16 +238,12 @@ struct MdtcMessenger::State
                 connection->abandon();
             }
         }
-        for (auto const& held : {receiver, formerReceiver})
+        if (receiver != nullptr)
         {
-            if (held != nullptr)
-            {
-                held->abandon();
-                held->unlock();
-            }
+            receiver->abandon();
+            receiver->unlock();
+            receiver.reset();
         }
-        receiver.reset();
-        formerReceiver.reset();
     }
 
     int connect(_MdtInitParCfg_t const& cfg, int& cnid);

@@ -21,7 +21,7 @@ constexpr int kEventsPerWait = 8;
 
 } // namespace
 
-int Receiver::start(std::shared_ptr<Receiver> previous)
+int Receiver::start()
 {
     m_epoll.reset(epoll_create1(EPOLL_CLOEXEC));
     m_wake.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -33,17 +33,9 @@ int Receiver::start(std::shared_ptr<Receiver> previous)
         return -errno;
     }
     platform::Thread thread;
-    int const result = thread.start("orvane-receive",
-                                    [self = shared_from_this(), before = std::move(previous)]() mutable
-                                    {
-                                        if (before != nullptr)
-                                        {
-                                            std::unique_lock<std::mutex> lock(before->m_mutex);
-                                            before->m_finishedChanged.wait(lock, [&] { return before->m_finished; });
-                                        }
-                                        before.reset();
-                                        self->run();
-                                    });
+    int const result =
+        thread.start("orvane-receive",
+                     [self = shared_from_this(), reader = std::make_shared<FrameReader>()] { self->run(*reader); });
     thread.detach();
     return result;
 }
@@ -51,18 +43,30 @@ int Receiver::start(std::shared_ptr<Receiver> previous)
 int Receiver::add(std::shared_ptr<Connection> connection)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_ended)
+    {
+        return -ESRCH;
+    }
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.u64 = ++m_lastSerial;
-    if (epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, connection->eventSocket(), &event) != 0)
+    auto const entry = m_connections.emplace(m_lastSerial, std::move(connection)).first;
+    if (epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, entry->second->eventSocket(), &event) != 0)
     {
-        return -errno;
+        int const result = -errno;
+        m_connections.erase(entry);
+        return result;
     }
-    m_connections.emplace(m_lastSerial, std::move(connection));
+    if (m_ending)
+    {
+        m_ending = false;
+        std::uint64_t wakes = 0;
+        [[maybe_unused]] auto const ignored = ::read(m_wake.get(), &wakes, sizeof wakes);
+    }
     return 0;
 }
 
-bool Receiver::remove(Connection const& connection)
+void Receiver::remove(Connection const& connection)
 {
     std::shared_ptr<Connection> removed; // goes after the mutex
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -74,15 +78,13 @@ bool Receiver::remove(Connection const& connection)
         removed = std::move(found->second);
         m_connections.erase(found);
     }
-    if (!m_connections.empty())
+    if (m_connections.empty() && !m_ended)
     {
-        return true;
+        m_ending = true;
+        // The thread is still there: it ends under this mutex and only once it has seen the word.
+        std::uint64_t const one = 1;
+        [[maybe_unused]] auto const ignored = ::write(m_wake.get(), &one, sizeof one);
     }
-    m_ending = true;
-    // The thread is still there: it ends under this mutex and only once it has seen the word.
-    std::uint64_t const one = 1;
-    [[maybe_unused]] auto const ignored = ::write(m_wake.get(), &one, sizeof one);
-    return false;
 }
 
 void Receiver::abandon()
@@ -91,10 +93,15 @@ void Receiver::abandon()
     m_wake.reset();
 }
 
-bool Receiver::ended()
+bool Receiver::goesOn()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_ending;
+    if (m_ending)
+    {
+        abandon(); // whoever adds connections may hold this object for long
+        m_ended = true;
+    }
+    return !m_ended;
 }
 
 std::shared_ptr<Connection> Receiver::find(std::uint64_t serial)
@@ -104,11 +111,10 @@ std::shared_ptr<Connection> Receiver::find(std::uint64_t serial)
     return found != m_connections.end() ? found->second : nullptr;
 }
 
-void Receiver::run()
+void Receiver::run(FrameReader& reader)
 {
-    FrameReader reader;
     epoll_event events[kEventsPerWait];
-    while (!ended())
+    while (goesOn())
     {
         int const count = epoll_wait(m_epoll.get(), events, kEventsPerWait, -1);
         for (int i = 0; i < count; ++i)
@@ -120,10 +126,6 @@ void Receiver::run()
             }
         }
     }
-    std::lock_guard<std::mutex> lock(m_mutex);
-    abandon(); // whoever waits for the end may hold this object for long
-    m_finished = true;
-    m_finishedChanged.notify_all();
 }
 
 } // namespace tz::orvane::mdt

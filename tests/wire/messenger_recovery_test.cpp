@@ -5,6 +5,7 @@
 #include "support/mini_service.h"
 #include "support/process_state.h"
 #include "support/temp_dir.h"
+#include "support/wait.h"
 
 #include <atomic>
 #include <cerrno>
@@ -17,7 +18,9 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace tz::orvane::mdt;
@@ -32,6 +35,7 @@ namespace
 constexpr int kTimeout = 5000;
 constexpr int kQuery = 0x7001;
 constexpr int kCommand = 0x7002;
+constexpr int kEvent = 0x7003;
 
 MdtcMessenger& messenger()
 {
@@ -200,4 +204,40 @@ TEST_F(MessengerRecovery, aThreadThatIsCancelledInAQueryLeavesTheOthersUnharmed)
     pthread_join(cancelled, &result);
     EXPECT_EQ(result, PTHREAD_CANCELED);
     EXPECT_GT(query(cnid), 0);
+}
+
+TEST_F(MessengerRecovery, reconnectingWhileAListenerBlocksPilesUpNoThreads)
+{
+    MiniService service;
+    std::promise<void> entered;
+    std::promise<void> release;
+    std::shared_future<void> const released = release.get_future().share();
+    std::atomic<bool> blocks{false};
+    auto const postTo = [&](TestConnection const& connection)
+    { service.run([&](MdtsMessenger& end) { end.postEvent(MsgData(connection.cnid(), 0, kEvent, 1)); }); };
+    {
+        TestConnection blocked(
+            [&, released](MsgData&)
+            {
+                blocks = true;
+                entered.set_value();
+                released.wait();
+                blocks = false;
+            });
+        postTo(blocked);
+        entered.get_future().wait();
+    }
+    int const threads = runningThreads();
+    for (int i = 0; i < 50; ++i)
+    {
+        TestConnection const connection;
+        EXPECT_EQ(connection.result(), 0);
+    }
+    bool calledTogether = false;
+    TestConnection last([&](MsgData&) { calledTogether = blocks; });
+    postTo(last);
+    EXPECT_LE(runningThreads(), threads);
+    release.set_value();
+    last.waitForEvents(1);
+    EXPECT_FALSE(calledTogether) << "listeners are called by one thread at a time";
 }
