@@ -89,6 +89,7 @@ void Receiver::remove(Connection const& connection)
 
 void Receiver::abandon()
 {
+    m_ending = true; // in a copy as well, which a fork inside a callback has left with a thread
     m_epoll.reset();
     m_wake.reset();
 }

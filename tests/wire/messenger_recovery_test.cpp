@@ -241,3 +241,27 @@ TEST_F(MessengerRecovery, reconnectingWhileAListenerBlocksPilesUpNoThreads)
     last.waitForEvents(1);
     EXPECT_FALSE(calledTogether) << "listeners are called by one thread at a time";
 }
+
+TEST_F(MessengerRecovery, aChildThatWasForkedInAListenerEndsWhenTheListenerReturns)
+{
+    MiniService service;
+    std::atomic<pid_t> child{-1};
+    TestConnection connection(
+        [&](MsgData&)
+        {
+            pid_t const forked = ::fork();
+            if (forked > 0)
+            {
+                child = forked;
+            }
+        });
+    service.run([&](MdtsMessenger& end) { end.postEvent(MsgData(connection.cnid(), 0, kEvent, 1)); });
+    ASSERT_TRUE(eventually([&] { return child > 0; }));
+    bool const ended = eventually([&] { return ::waitpid(child, nullptr, WNOHANG) == child; });
+    EXPECT_TRUE(ended);
+    if (!ended)
+    {
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+    }
+}
