@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <ctime>
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -15,9 +14,12 @@ namespace tz::orvane::mdt
 /// Returns when the word differs from `expected`, was woken, after `milliseconds`, or for no reason at all.
 inline void futexWait(std::atomic<std::uint32_t>& word, std::uint32_t expected, int milliseconds, bool shared)
 {
-    timespec timeout{};
-    timeout.tv_sec = milliseconds / 1000;
-    timeout.tv_nsec = static_cast<long>(milliseconds % 1000) * 1'000'000;
+    // The time as this call takes it: that of the C library may count seconds in 64 bits on a machine of 32.
+    struct
+    {
+        long seconds;
+        long nanoseconds;
+    } const timeout{milliseconds / 1000, milliseconds % 1000 * 1'000'000L};
     ::syscall(SYS_futex, &word, shared ? FUTEX_WAIT : FUTEX_WAIT_PRIVATE, expected, &timeout, nullptr, 0);
 }
 
