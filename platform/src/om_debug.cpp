@@ -3,15 +3,16 @@
 #include "orvane/platform/om_debug.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <mutex>
-#include <shared_mutex>
+#include <new>
+#include <pthread.h>
 #include <string>
-#include <unistd.h>
 
 namespace tz::orvane::platform
 {
@@ -22,10 +23,112 @@ namespace
 constexpr int kLevelUnset = static_cast<int>(DebugLevel::trace) + 1;
 constexpr char const* kLevelNames[] = {"off", "error", "warning", "info", "debug", "trace"};
 
-// Readers are the threads that put out a line, the writer is setDebugSink: it returns when no line is on its way.
-std::shared_mutex s_sinkMutex;
-DebugSink s_sink = nullptr;
-void* s_sinkContext = nullptr;
+/// Where lines go. No lock is held while a sink runs: the lines that are on their way are counted, those to the present
+/// sink apart from those to the one before, so that a change does not wait for lines that come after it.
+class Outlet
+{
+public:
+    /// Never destroyed: lines are put out at the very end of the process as well.
+    static Outlet& instance()
+    {
+        static Outlet* const outlet = new Outlet;
+        return *outlet;
+    }
+
+    void putOut(DebugLevel level, char const* line)
+    {
+        Passage const passage(*this);
+        if (passage.sink != nullptr)
+        {
+            passage.sink(level, line, passage.context);
+        }
+        else
+        {
+            std::fputs(line, stderr);
+        }
+    }
+
+    /// Returns when no line is on its way to the former sink.
+    void change(DebugSink sink, void* context)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return !m_changing; });
+        unsigned const former = m_turn;
+        m_sink = sink;
+        m_context = context;
+        m_turn = 1 - former;
+        m_changing = true;
+        m_changed.wait(lock, [&] { return m_lines[former] == 0; });
+        m_changing = false;
+        m_changed.notify_all();
+    }
+
+private:
+    /// A line on its way.
+    struct Passage
+    {
+        explicit Passage(Outlet& outlet)
+            : m_outlet(outlet)
+        {
+            std::lock_guard<std::mutex> lock(outlet.m_mutex);
+            sink = outlet.m_sink;
+            context = outlet.m_context;
+            m_turn = outlet.m_turn;
+            m_forks = outlet.m_forks;
+            ++outlet.m_lines[m_turn];
+        }
+
+        Passage(Passage const&) = delete;
+        Passage& operator=(Passage const&) = delete;
+
+        ~Passage()
+        {
+            std::lock_guard<std::mutex> lock(m_outlet.m_mutex);
+            bool const isCounted = m_forks == m_outlet.m_forks; // not when its sink has forked and this is the child
+            if (isCounted && --m_outlet.m_lines[m_turn] == 0 && m_outlet.m_changing)
+            {
+                m_outlet.m_changed.notify_all();
+            }
+        }
+
+        DebugSink sink = nullptr;
+        void* context = nullptr;
+
+    private:
+        Outlet& m_outlet;
+        unsigned m_turn = 0;
+        unsigned m_forks = 0;
+    };
+
+    Outlet()
+    {
+        ::pthread_atfork([] { instance().m_mutex.lock(); }, [] { instance().m_mutex.unlock(); },
+                         [] { instance().startAnew(); });
+    }
+
+    // In a forked child, where the threads do not exist whose lines were on their way.
+    void startAnew()
+    {
+        m_lines[0] = 0;
+        m_lines[1] = 0;
+        m_changing = false;
+        ++m_forks;
+        new (&m_changed) std::condition_variable; // the former one may know of threads that waited
+        m_mutex.unlock();
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    DebugSink m_sink = nullptr;
+    void* m_context = nullptr;
+    unsigned m_turn = 0;      ///< which count is that of the present sink
+    unsigned m_lines[2] = {}; ///< on their way
+    bool m_changing = false;
+    unsigned m_forks = 0; ///< of this process and its ancestors
+};
+
+// At once, so that no fork meets the making of it.
+[[maybe_unused]] Outlet& s_outlet = Outlet::instance();
 
 int levelFromEnvironment()
 {
@@ -38,19 +141,6 @@ int levelFromEnvironment()
         }
     }
     return static_cast<int>(DebugLevel::error);
-}
-
-void putOut(DebugLevel level, char const* line)
-{
-    std::shared_lock<std::shared_mutex> lock(s_sinkMutex);
-    if (s_sink != nullptr)
-    {
-        s_sink(level, line, s_sinkContext);
-    }
-    else
-    {
-        std::fputs(line, stderr);
-    }
 }
 
 // One line, built on the stack when it fits.
@@ -125,9 +215,7 @@ void setDebugLevel(DebugLevel level)
 
 void setDebugSink(DebugSink sink, void* context)
 {
-    std::unique_lock<std::shared_mutex> lock(s_sinkMutex);
-    s_sink = sink;
-    s_sinkContext = context;
+    Outlet::instance().change(sink, context);
 }
 
 void debugPrint(DebugLevel level, char const* format, ...)
@@ -137,7 +225,7 @@ void debugPrint(DebugLevel level, char const* format, ...)
     va_start(arguments, format);
     line.appendList(format, arguments);
     va_end(arguments);
-    putOut(level, line.text());
+    Outlet::instance().putOut(level, line.text());
 }
 
 void debugLog(DebugLevel level, LogSite const& site, char const* format, ...)
@@ -149,7 +237,7 @@ void debugLog(DebugLevel level, LogSite const& site, char const* format, ...)
     line.appendList(format, arguments);
     va_end(arguments);
     line.append("\n");
-    putOut(level, line.text());
+    Outlet::instance().putOut(level, line.text());
 }
 
 } // namespace tz::orvane::platform
