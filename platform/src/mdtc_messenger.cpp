@@ -246,8 +246,6 @@ struct MdtcMessenger::State
         }
     }
 
-    int connect(_MdtInitParCfg_t const& cfg, int& cnid);
-
     std::vector<int> heldIds()
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -257,6 +255,32 @@ struct MdtcMessenger::State
             ids.push_back(connection->cnid());
         }
         return ids;
+    }
+
+    int connect(_MdtInitParCfg_t const& cfg, int& cnid)
+    {
+        std::string path = socketDirectory() + "/";
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            if (serviceName.empty())
+            {
+                return -EINVAL;
+            }
+            path += serviceName;
+        }
+        auto const connection = std::make_shared<Connection>(mutex);
+        int result = connection->open(path, cfg, heldIds());
+        if (result == 0)
+        {
+            result = add(connection);
+        }
+        if (result != 0)
+        {
+            ORVANE_LOG_ERROR("No connection to %s: %s.", path.c_str(), std::strerror(-result));
+            return result;
+        }
+        cnid = connection->cnid();
+        return 0;
     }
 };
 
@@ -302,32 +326,6 @@ int MdtcMessenger::init(char const* serviceName, MdtType_e type)
 int MdtcMessenger::connect(_MdtInitParCfg_t const& cfg, int& cnid)
 {
     return wholly([&] { return m_state->connect(cfg, cnid); });
-}
-
-int MdtcMessenger::State::connect(_MdtInitParCfg_t const& cfg, int& cnid)
-{
-    std::string path = socketDirectory() + "/";
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        if (serviceName.empty())
-        {
-            return -EINVAL;
-        }
-        path += serviceName;
-    }
-    auto const connection = std::make_shared<Connection>(mutex);
-    int result = connection->open(path, cfg, heldIds());
-    if (result == 0)
-    {
-        result = add(connection);
-    }
-    if (result != 0)
-    {
-        ORVANE_LOG_ERROR("No connection to %s: %s.", path.c_str(), std::strerror(-result));
-        return result;
-    }
-    cnid = connection->cnid();
-    return 0;
 }
 
 int MdtcMessenger::disConnect(int const& cnid)

@@ -28,11 +28,14 @@ constexpr char const* kLevelNames[] = {"off", "error", "warning", "info", "debug
 class Outlet
 {
 public:
-    /// Never destroyed: lines are put out at the very end of the process as well.
+    /// Never destroyed: lines are put out at the very end of the process as well. A child that was forked while another
+    /// thread was about to make it makes another, where a static variable would wait for ever.
     static Outlet& instance()
     {
-        static Outlet* const outlet = new Outlet;
-        return *outlet;
+        static pthread_once_t s_once = PTHREAD_ONCE_INIT;
+        static std::atomic<Outlet*> s_outlet{nullptr};
+        ::pthread_once(&s_once, [] { s_outlet = new Outlet; });
+        return *s_outlet;
     }
 
     void putOut(DebugLevel level, char const* line)
@@ -126,9 +129,6 @@ private:
     bool m_changing = false;
     unsigned m_forks = 0; ///< of this process and its ancestors
 };
-
-// At once, so that no fork meets the making of it.
-[[maybe_unused]] Outlet& s_outlet = Outlet::instance();
 
 int levelFromEnvironment()
 {
