@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <string>
 #include <sys/socket.h>
@@ -101,6 +102,7 @@ int PreviewLink::open()
 void PreviewLink::close()
 {
     m_socket = Descriptor();
+    m_kept.clear();
     if (m_pid > 0)
     {
         // It does nothing that could not be cut short, and what it has started goes with it.
@@ -108,6 +110,13 @@ void PreviewLink::close()
         waitpid(m_pid, nullptr, 0);
         m_pid = -1;
     }
+}
+
+/// What can be written to has space for an order of any size.
+bool PreviewLink::hasRoom() const
+{
+    pollfd waited{m_socket.get(), POLLOUT, 0};
+    return poll(&waited, 1, 0) == 1;
 }
 
 Descriptor PreviewLink::start(std::uint32_t number, PreviewTask const& task, PreviewPlaces const& places, int picture)
@@ -140,11 +149,25 @@ Descriptor PreviewLink::start(std::uint32_t number, PreviewTask const& task, Pre
     return sendmsg(m_socket.get(), &message, MSG_NOSIGNAL) < 0 ? Descriptor() : std::move(result);
 }
 
-void PreviewLink::kill(std::uint32_t number)
+bool PreviewLink::kill(std::uint32_t number)
 {
-    PreviewOrder const order{PreviewOrder::Kind::kill, number, {}};
-    // When the process is gone, so is what it had started.
-    [[maybe_unused]] auto const sent = send(m_socket.get(), &order, sizeof order, MSG_NOSIGNAL);
+    m_kept.push_back(number);
+    return sendKept();
+}
+
+bool PreviewLink::sendKept()
+{
+    while (!m_kept.empty())
+    {
+        PreviewOrder const order{PreviewOrder::Kind::kill, m_kept.front(), {}};
+        ssize_t const sent = send(m_socket.get(), &order, sizeof order, MSG_NOSIGNAL);
+        if (sent < 0 && (errno == EAGAIN || errno == ENOBUFS))
+        {
+            return false;
+        }
+        m_kept.pop_front(); // also when the process is gone: so is what it had started
+    }
+    return true;
 }
 
 std::pair<std::optional<PreviewReport>, bool> PreviewLink::take()

@@ -5,6 +5,8 @@
 #include "descriptor.h"
 #include "preview_task.h"
 
+#include <cstdint>
+#include <deque>
 #include <optional>
 #include <sys/types.h>
 #include <utility>
@@ -30,10 +32,19 @@ public:
     /// Readable when there is a report, or when the process is gone.
     int descriptor() const { return m_socket.get(); }
 
-    /// @param picture where the picture is written unless the client has named a file, -1 for none
+    /// @return whether an order to start can be sent now
+    bool hasRoom() const;
+
+    /// Only while there is room. @param picture where the picture is written unless the client has named a file, -1 for
+    /// none
     /// @return the end of a pipe that the result comes through; none when the order could not be sent
     Descriptor start(std::uint32_t number, PreviewTask const& task, PreviewPlaces const& places, int picture);
-    void kill(std::uint32_t number);
+
+    /// @return whether that was sent; else it is kept for sendKept
+    bool kill(std::uint32_t number);
+
+    /// To be called when the descriptor can be written to. @return whether nothing is kept any more
+    bool sendKept();
 
     /// @return the next report, and whether the process is still there
     std::pair<std::optional<PreviewReport>, bool> take();
@@ -41,6 +52,7 @@ public:
 private:
     Descriptor m_socket;
     pid_t m_pid = -1;
+    std::deque<std::uint32_t> m_kept; ///< to be killed
 };
 
 } // namespace tz::orvane::service

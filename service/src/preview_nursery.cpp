@@ -91,7 +91,12 @@ private:
         }
         if (received.order.kind == PreviewOrder::Kind::start)
         {
-            start(received);
+            pid_t const child = start(received);
+            report({PreviewReport::Kind::obeyed, received.order.number, 0});
+            if (child < 0)
+            {
+                report({PreviewReport::Kind::ended, received.order.number, -1});
+            }
             return true;
         }
         for (auto const& [pid, number] : m_children)
@@ -101,6 +106,7 @@ private:
                 kill(pid, SIGKILL);
             }
         }
+        report({PreviewReport::Kind::obeyed, received.order.number, 0});
         return true;
     }
 
@@ -132,7 +138,8 @@ private:
         return true;
     }
 
-    void start(ReceivedOrder const& received)
+    /// @return the child, -1 when there is none
+    pid_t start(ReceivedOrder const& received)
     {
         pid_t const child = fork();
         if (child == 0)
@@ -146,13 +153,11 @@ private:
             }
             becomePreviewChild(received.order.task, received.places, received.result.get(), received.picture.get());
         }
-        if (child < 0)
+        if (child > 0)
         {
-            report({PreviewReport::Kind::ended, received.order.number, -1});
-            return;
+            m_children[child] = received.order.number;
         }
-        m_children[child] = received.order.number;
-        report({PreviewReport::Kind::started, received.order.number, 0});
+        return child;
     }
 
     void collect()

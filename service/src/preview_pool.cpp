@@ -29,7 +29,7 @@ constexpr std::size_t kMostWaitingOfOne = 1024;
 constexpr std::size_t kLargestResult = 65'536;
 
 /// For the process that has the workers: it may have GStreamer to load first.
-constexpr std::chrono::seconds kStartPatience{30};
+constexpr std::chrono::seconds kPatience{30};
 
 /// For workers that were killed: only a disk that does not answer keeps them for so long.
 constexpr std::chrono::seconds kEndPatience{5};
@@ -84,6 +84,7 @@ PreviewPool::PreviewPool(platform::EventLoop& loop)
 PreviewPool::~PreviewPool()
 {
     m_loop.cancelTimer(m_wake);
+    m_loop.cancelTimer(m_patience);
     m_loop.cancelTimer(m_refusal);
     for (Running const& job : m_running)
     {
@@ -151,7 +152,7 @@ void PreviewPool::schedule()
 
 void PreviewPool::startMore()
 {
-    for (auto found = next(); found != m_waiting.end(); found = next())
+    for (auto found = next(); found != m_waiting.end() && hasRoom(); found = next())
     {
         std::uint32_t const number = found->first;
         PreviewJob job = std::move(found->second);
@@ -228,9 +229,9 @@ void PreviewPool::start(std::uint32_t number, PreviewJob job)
         job.done(failedPreview(om::OM_ERROR_INTERNAL, "the process for previews does not start"));
         return;
     }
-    m_running.push_back({number, job.owner, std::move(job.done), std::move(result),
-                         std::chrono::milliseconds(job.task.timeout), false,
-                         m_loop.addTimer(kStartPatience, [this] { onStuck(); })});
+    m_running.push_back(
+        {number, job.owner, std::move(job.done), std::move(result), std::chrono::milliseconds(job.task.timeout)});
+    onOrder();
 }
 
 bool PreviewPool::openLink()
@@ -244,8 +245,41 @@ bool PreviewPool::openLink()
         ORVANE_LOG_ERROR("no process for previews, %s", std::strerror(-result));
         return false;
     }
-    m_loop.watch(m_link.descriptor(), EPOLLIN, [this](std::uint32_t) { readLink(); });
+    m_loop.watch(m_link.descriptor(), EPOLLIN,
+                 [this](std::uint32_t events)
+                 {
+                     if ((events & EPOLLOUT) != 0)
+                     {
+                         onRoom();
+                     }
+                     readLink();
+                 });
     return true;
+}
+
+/// Orders can come faster than they are carried out.
+bool PreviewPool::hasRoom()
+{
+    if (!m_link.isOpen() || m_link.hasRoom())
+    {
+        return true;
+    }
+    awaitRoom();
+    return false;
+}
+
+void PreviewPool::awaitRoom()
+{
+    m_loop.change(m_link.descriptor(), EPOLLIN | EPOLLOUT);
+}
+
+void PreviewPool::onRoom()
+{
+    if (m_link.sendKept())
+    {
+        m_loop.change(m_link.descriptor(), EPOLLIN);
+        schedule();
+    }
 }
 
 void PreviewPool::readLink()
@@ -253,9 +287,9 @@ void PreviewPool::readLink()
     while (m_link.isOpen())
     {
         auto const [report, alive] = m_link.take();
-        if (report && report->kind == PreviewReport::Kind::started)
+        if (report && report->kind == PreviewReport::Kind::obeyed)
         {
-            onStart(report->number);
+            onObeyed(report->number);
         }
         else if (report)
         {
@@ -272,13 +306,32 @@ void PreviewPool::readLink()
     }
 }
 
-void PreviewPool::onStart(std::uint32_t number)
+void PreviewPool::onOrder()
 {
+    ++m_unanswered;
+    if (m_patience == 0)
+    {
+        awaitAnswer();
+    }
+}
+
+/// From now on.
+void PreviewPool::awaitAnswer()
+{
+    m_loop.cancelTimer(std::exchange(m_patience, 0));
+    if (m_unanswered > 0)
+    {
+        m_patience = m_loop.addTimer(kPatience, [this] { onStuck(); });
+    }
+}
+
+void PreviewPool::onObeyed(std::uint32_t number)
+{
+    --m_unanswered;
+    awaitAnswer();
     auto const job = find(number);
     if (job != m_running.end())
     {
-        m_loop.cancelTimer(job->deadline);
-        job->hasWorker = true;
         job->deadline = m_loop.addTimer(job->timeout, [this, number] { expire(number); });
     }
 }
@@ -300,7 +353,7 @@ void PreviewPool::onEnd(PreviewReport const& end)
 /// The process that has the workers answers no more.
 void PreviewPool::onStuck()
 {
-    ORVANE_LOG_ERROR("the process for previews starts nothing");
+    ORVANE_LOG_ERROR("the process for previews does not answer");
     onGone();
 }
 
@@ -311,6 +364,8 @@ void PreviewPool::onGone()
     m_loop.unwatch(m_link.descriptor());
     m_link.close();
     m_ending.clear();
+    m_unanswered = 0;
+    awaitAnswer();
     std::list<Running> lost;
     lost.swap(m_running);
     schedule();
@@ -335,11 +390,12 @@ void PreviewPool::expire(std::uint32_t number)
 
 void PreviewPool::kill(Running const& job)
 {
-    m_link.kill(job.number);
-    if (job.hasWorker)
+    m_ending.insert(job.number);
+    if (!m_link.kill(job.number))
     {
-        m_ending.insert(job.number);
+        awaitRoom();
     }
+    onOrder();
 }
 
 std::list<PreviewPool::Running>::iterator PreviewPool::find(std::uint32_t number)

@@ -32,8 +32,8 @@ struct PreviewJob
 
 /// Runs as many previews side by side as there are cores. Connections take turns: the next preview is the oldest of the
 /// connection that has the fewest running, of several the one whose turn was longest ago. When all places are taken, a
-/// connection that has none gets one besides, until twice as many run. When as many again were ended and do not go,
-/// because their disk does not answer, nothing starts. Loop thread.
+/// connection that has none gets one besides, until twice as many run. While as many again were ended and have not
+/// gone, nothing starts. Loop thread.
 class PreviewPool
 {
 public:
@@ -68,8 +68,7 @@ private:
         std::function<void(PreviewResult const&)> done;
         Descriptor result;
         std::chrono::milliseconds timeout{0};
-        bool hasWorker = false;
-        platform::EventLoop::TimerId deadline = 0; ///< of its start at first, then its own
+        platform::EventLoop::TimerId deadline = 0; ///< once it has a worker
     };
 
     void schedule();
@@ -79,8 +78,13 @@ private:
     void kill(Running const& job);
     void refuseAll();
     bool openLink();
+    bool hasRoom();
+    void onRoom();
+    void awaitRoom();
     void readLink();
-    void onStart(std::uint32_t number);
+    void onOrder();
+    void awaitAnswer();
+    void onObeyed(std::uint32_t number);
     void onEnd(PreviewReport const& end);
     void onStuck();
     void onGone();
@@ -93,12 +97,14 @@ private:
     PreviewLink m_link;
     Waiting m_waiting;
     std::list<Running> m_running;
-    std::set<std::uint32_t> m_ending;     ///< workers that were killed and have not ended
+    std::set<std::uint32_t> m_ending;     ///< were to be killed, and have not ended
+    std::size_t m_unanswered = 0;         ///< orders
     std::map<int, std::uint64_t> m_turns; ///< when a connection had its last one
     std::uint64_t m_lastTurn = 0;
     std::uint32_t m_last = 0;
     platform::EventLoop::TimerId m_wake = 0;
-    platform::EventLoop::TimerId m_refusal = 0; ///< while too many have not ended
+    platform::EventLoop::TimerId m_patience = 0; ///< while an answer is awaited
+    platform::EventLoop::TimerId m_refusal = 0;  ///< while too many have not ended
 };
 
 } // namespace tz::orvane::service

@@ -47,12 +47,13 @@ struct PreviewOrder
     PreviewTask task;
 };
 
-/// From the process: this one has begun, or it has ended.
+/// From the process: an order was carried out, one report for each, or a preview has ended, one for each that was to
+/// start.
 struct PreviewReport
 {
     enum class Kind : std::uint32_t
     {
-        started,
+        obeyed,
         ended
     };
 
