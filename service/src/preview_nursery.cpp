@@ -28,7 +28,8 @@ namespace tz::orvane::service
 namespace
 {
 
-constexpr std::size_t kLargestPlaces = 16'384;
+/// A URI in which each byte takes three, and a path.
+constexpr std::size_t kLargestPlaces = 32'768;
 
 /// What most media need. Loaded here it is there already in every child.
 constexpr char const* kPlugins[] = {
@@ -53,6 +54,7 @@ struct ReceivedOrder
     PreviewPlaces places;
     Descriptor result;
     Descriptor picture;
+    bool isWhole = false;
 };
 
 class Nursery
@@ -91,7 +93,7 @@ private:
         }
         if (received.order.kind == PreviewOrder::Kind::start)
         {
-            pid_t const child = start(received);
+            pid_t const child = received.isWhole ? start(received) : -1;
             report({PreviewReport::Kind::obeyed, received.order.number, 0});
             if (child < 0)
             {
@@ -125,6 +127,7 @@ private:
         {
             return false;
         }
+        received.isWhole = (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
         places.resize(static_cast<std::size_t>(size) - sizeof received.order);
         auto const end = std::min(places.find('\0'), places.size());
         received.places = {places.substr(0, end), places.substr(std::min(end + 1, places.size()))};

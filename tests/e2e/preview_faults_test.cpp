@@ -11,8 +11,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -71,6 +73,16 @@ TEST_F(PreviewFaults, whatIsNoFileIsRefusedAtOnce)
     {
         EXPECT_EQ(previewer.get(path).code, om::OM_ERROR_UNSUPPORTED_FORMAT) << path;
     }
+}
+
+TEST_F(PreviewFaults, alsoTheLongestNameArrivesWhole)
+{
+    TempDir const folder;
+    Previewer previewer;
+    std::string const longest = "/" + std::string(8191, ' '); // each blank takes three bytes in a URI
+    PreviewReply const reply = previewer.get(longest, 0, 0, {{"output-path", folder.path() + "/picture.jpg"}});
+    EXPECT_EQ(reply.code, om::OM_ERROR_BROKEN_FILE);
+    EXPECT_EQ(reply.at("text"), std::strerror(ENAMETOOLONG));
 }
 
 TEST_F(PreviewFaults, aServerThatStaysSilentCostsItsTimeOnly)
