@@ -177,22 +177,30 @@ GstPadProbeReturn PreviewReader::dropData(GstPad*, GstPadProbeInfo* info, gpoint
     return isData ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
-std::optional<Fault> PreviewReader::waitForPreroll()
+/// @return nothing when none will come: the error of a demuxer that fails while it is being put in its place is lost
+MessagePtr PreviewReader::nextMessage()
 {
     bool wasIdle = false;
     while (true)
     {
-        MessagePtr const message(gst_bus_timed_pop(m_bus.get(), m_context.network ? GST_CLOCK_TIME_NONE : kIdlePeriod));
+        MessagePtr message(gst_bus_timed_pop(m_bus.get(), m_context.network ? GST_CLOCK_TIME_NONE : kIdlePeriod));
+        bool const isIdle = message == nullptr && !isAnyTaskRunning(m_pipeline.get());
+        if (message != nullptr || (wasIdle && isIdle))
+        {
+            return message;
+        }
+        wasIdle = isIdle;
+    }
+}
+
+std::optional<Fault> PreviewReader::waitForPreroll()
+{
+    while (true)
+    {
+        MessagePtr const message = nextMessage();
         if (message == nullptr)
         {
-            // The error of a demuxer that fails while it is being put in its place is lost.
-            bool const isIdle = !isAnyTaskRunning(m_pipeline.get());
-            if (wasIdle && isIdle)
-            {
-                return Fault{om::OM_ERROR_BROKEN_FILE, "nothing in it can be read", ""};
-            }
-            wasIdle = isIdle;
-            continue;
+            return Fault{om::OM_ERROR_BROKEN_FILE, "nothing in it can be read", ""};
         }
         switch (GST_MESSAGE_TYPE(message.get()))
         {
@@ -310,9 +318,9 @@ void PreviewReader::waitForScout()
 {
     while (true)
     {
-        MessagePtr const message(gst_bus_timed_pop(m_bus.get(), GST_CLOCK_TIME_NONE));
-        read(message.get());
-        if (KeyFrameScout::isDone(message.get()) || GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)
+        MessagePtr const message = nextMessage();
+        if (message == nullptr || KeyFrameScout::isDone(message.get()) ||
+            GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR)
         {
             return;
         }

@@ -72,6 +72,7 @@ public:
 
 private:
     std::optional<Fault> open(std::string const& uri);
+    MessagePtr nextMessage();
     std::optional<Fault> waitForPreroll();
     void letSoundPass();
     void waitForScout();
