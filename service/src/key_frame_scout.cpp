@@ -36,16 +36,33 @@ std::optional<GstClockTime> placeOf(GstPad* pad, GstBuffer* buffer)
 
 } // namespace
 
-void KeyFrameScout::watch(GstElement* element, GstBus* bus)
+ObjectPtr<GstPad> decoderEntrance(GstPad* pad)
 {
-    ObjectPtr<GstPad> const sink(decodesFilms(element) ? gst_element_get_static_pad(element, "sink") : nullptr);
-    if (sink != nullptr)
+    ObjectPtr<GstPad> exit(GST_PAD(gst_object_ref(pad)));
+    while (exit != nullptr)
     {
-        m_bus = bus;
-        gst_pad_add_probe(sink.get(),
-                          static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
-                          &KeyFrameScout::onData, this, nullptr);
+        if (GST_IS_GHOST_PAD(exit.get()) != FALSE)
+        {
+            exit.reset(gst_ghost_pad_get_target(GST_GHOST_PAD(exit.get())));
+            continue;
+        }
+        ObjectPtr<GstElement> const element(gst_pad_get_parent_element(exit.get()));
+        ObjectPtr<GstPad> entrance(element == nullptr ? nullptr : gst_element_get_static_pad(element.get(), "sink"));
+        if (entrance != nullptr && decodesFilms(element.get()))
+        {
+            return entrance;
+        }
+        exit.reset(entrance == nullptr ? nullptr : gst_pad_get_peer(entrance.get()));
     }
+    return nullptr;
+}
+
+void KeyFrameScout::watch(GstPad* entrance, GstBus* bus)
+{
+    m_bus = bus;
+    gst_pad_add_probe(entrance,
+                      static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+                      &KeyFrameScout::onData, this, nullptr);
 }
 
 void KeyFrameScout::begin(GstClockTime position)

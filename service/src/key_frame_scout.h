@@ -10,6 +10,10 @@
 namespace tz::orvane::service
 {
 
+/// @param pad gives pictures to somebody @return the entrance of the decoder that they come from; none when there is no
+/// such decoder
+ObjectPtr<GstPad> decoderEntrance(GstPad* pad);
+
 /// Sits in front of a decoder of pictures. While it looks around nothing passes: each frame is only asked whether it is
 /// a key frame. (A seek to a key frame will not do: it goes to where all streams have one, and the picture's may then
 /// be far before.) It must outlive the decoder.
@@ -20,8 +24,8 @@ public:
     KeyFrameScout(KeyFrameScout const&) = delete;
     KeyFrameScout& operator=(KeyFrameScout const&) = delete;
 
-    /// @param element watched when it is a decoder of pictures that move @param bus hears when it has found enough
-    void watch(GstElement* element, GstBus* bus);
+    /// @param entrance of a decoder of pictures that move @param bus hears when it has found enough
+    void watch(GstPad* entrance, GstBus* bus);
 
     bool isWatching() const { return m_bus != nullptr; }
 

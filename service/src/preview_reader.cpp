@@ -153,20 +153,22 @@ std::optional<Fault> PreviewReader::open(std::string const& uri)
     }
     if (m_video != nullptr)
     {
-        letSoundPass();
+        letOthersPass();
     }
     return fault;
 }
 
-/// From now on nobody waits for sound, and it does not keep the pictures behind it waiting.
-void PreviewReader::letSoundPass()
+/// From now on nobody waits for what is not shown, and it does not keep the pictures behind it waiting.
+void PreviewReader::letOthersPass()
 {
-    for (GstElement* const sink : m_sounds)
+    for (GstElement* const sink : m_others)
     {
         g_object_set(sink, "async", FALSE, nullptr);
-        ObjectPtr<GstPad> const entrance(gst_element_get_static_pad(sink, "sink"));
+    }
+    for (auto const& pad : m_detours)
+    {
         auto const data = static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM);
-        gst_pad_add_probe(entrance.get(), data, &PreviewReader::dropData, nullptr, nullptr);
+        gst_pad_add_probe(pad.get(), data, &PreviewReader::dropData, nullptr, nullptr);
     }
 }
 
@@ -324,13 +326,15 @@ void PreviewReader::waitForScout()
         {
             return;
         }
+        read(message.get());
     }
 }
 
+/// Where several streams have an index, that of the stream counts which is told to seek.
 bool PreviewReader::sendSeek(GstClockTime position, int flags)
 {
     auto const all = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | flags);
-    return gst_element_seek_simple(m_pipeline.get(), GST_FORMAT_TIME, all, static_cast<gint64>(position)) != FALSE;
+    return gst_element_seek_simple(m_video, GST_FORMAT_TIME, all, static_cast<gint64>(position)) != FALSE;
 }
 
 Frame PreviewReader::seek(GstClockTime position)
@@ -442,27 +446,32 @@ void PreviewReader::link(GstPad* pad)
     GstElement* const sink = gst_element_factory_make(isVideo ? "appsink" : "fakesink", nullptr);
     // Subtitles and the like may have nothing to give for long.
     g_object_set(sink, "sync", FALSE, "async", isVideo || isAudio ? TRUE : FALSE, nullptr);
-    if (isAudio)
-    {
-        m_sounds.push_back(sink);
-    }
+    ObjectPtr<GstPad> entrance(gst_element_get_static_pad(sink, "sink"));
+    ObjectPtr<GstPad> decoder = decoderEntrance(pad);
     if (isVideo)
     {
         m_video = sink;
         CapsPtr const raw(gst_caps_new_empty_simple("video/x-raw"));
         g_object_set(sink, "caps", raw.get(), "max-buffers", 1U, nullptr);
+        if (decoder != nullptr)
+        {
+            m_scout.watch(decoder.get(), m_bus.get());
+        }
     }
     gst_bin_add(GST_BIN(m_pipeline.get()), sink);
     gst_element_sync_state_with_parent(sink);
-    ObjectPtr<GstPad> const entrance(gst_element_get_static_pad(sink, "sink"));
     gst_pad_link(pad, entrance.get());
+    if (!isVideo)
+    {
+        m_others.push_back(sink);
+        m_detours.push_back(decoder == nullptr ? std::move(entrance) : std::move(decoder));
+    }
 }
 
 void PreviewReader::onElement(GstBin*, GstBin*, GstElement* element, gpointer self)
 {
     auto& reader = *static_cast<PreviewReader*>(self);
     ImageHead::watchElement(reader.m_imageHead, element);
-    reader.m_scout.watch(element, reader.m_bus.get());
     // Several previews run at once; for one frame more threads only cost more.
     if (g_object_class_find_property(G_OBJECT_GET_CLASS(element), "max-threads") != nullptr)
     {

@@ -74,7 +74,7 @@ private:
     std::optional<Fault> open(std::string const& uri);
     MessagePtr nextMessage();
     std::optional<Fault> waitForPreroll();
-    void letSoundPass();
+    void letOthersPass();
     void waitForScout();
     std::optional<GstClockTime> keyFrameNear(GstClockTime position);
     bool sendSeek(GstClockTime position, int flags);
@@ -95,8 +95,9 @@ private:
     ObjectPtr<GstElement> m_pipeline;
     ObjectPtr<GstBus> m_bus;
     ObjectPtr<GstElement> m_source;
-    GstElement* m_video = nullptr;     ///< the sink of the pictures, owned by the pipeline
-    std::vector<GstElement*> m_sounds; ///< likewise
+    GstElement* m_video = nullptr;            ///< the sink of the pictures, owned by the pipeline
+    std::vector<GstElement*> m_others;        ///< likewise, of what is not shown
+    std::vector<ObjectPtr<GstPad>> m_detours; ///< where what is not shown can be left out
     BufferPtr m_bytes;
     TagListPtr m_tags;
     std::shared_ptr<ImageHead> m_imageHead = std::make_shared<ImageHead>();

@@ -58,6 +58,22 @@ TEST_F(Preview, withoutTheFlagItIsTheNearestKeyFrame)
     EXPECT_NEAR(barPosition(decoded(last.path)), 270, 2);
 }
 
+TEST_F(Preview, ofSeveralPicturesTheKeyFrameIsOneOfThatWhichIsShown)
+{
+    Previewer previewer;
+    for (std::string const container : {".mp4", ".mkv"})
+    {
+        PreviewReply const rare = previewer.get(media("rare_often" + container), 4060);
+        EXPECT_EQ(rare.at("picture-size"), "320x180") << rare.at("text");
+        EXPECT_EQ(rare.at("position"), at(0)) << container;
+        PreviewReply const exact = previewer.get(media("rare_often" + container), 4060, om::OM_PREVIEW_EXACT);
+        EXPECT_EQ(exact.at("position"), at(4040)) << container;
+        PreviewReply const often = previewer.get(media("often_rare" + container), 4060);
+        EXPECT_EQ(often.at("picture-size"), "160x90") << often.at("text");
+        EXPECT_EQ(often.at("position"), at(4000)) << container;
+    }
+}
+
 TEST_F(Preview, aPositionMayBeAPartOfTheDuration)
 {
     Previewer previewer;
