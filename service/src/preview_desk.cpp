@@ -22,6 +22,13 @@ constexpr std::uint64_t kMostBytes = std::uint64_t{64} << 20u;
 
 constexpr char kTooManyPictures[] = "too many pictures are kept for this tool";
 
+std::uint64_t uncompressedBytes(PreviewTask const& task)
+{
+    constexpr std::uint64_t kPixel = 3;
+    return kPixel * static_cast<std::uint64_t>(task.frames) * static_cast<std::uint64_t>(task.width) *
+           static_cast<std::uint64_t>(task.height);
+}
+
 } // namespace
 
 PreviewDesk::PreviewDesk(PreviewHost const& host, mdt::MdtsMessenger& messenger, int cnid, bool mayName)
@@ -153,7 +160,7 @@ void PreviewDesk::add(Request& request)
     bool const isKept = wanted.task.picture && !named;
     auto const comes = [](Entry const& entry) { return entry.file != nullptr; };
     auto const coming = std::count_if(m_entries.begin(), m_entries.end(), comes);
-    if (isKept && !m_shelf.hasPlace(static_cast<std::size_t>(coming)))
+    if (isKept && !m_shelf.hasPlace(static_cast<std::size_t>(coming), uncompressedBytes(wanted.task)))
     {
         tell(*id, failedPreview(om::OM_ERROR_LIMIT, kTooManyPictures), "");
         return;

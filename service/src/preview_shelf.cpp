@@ -14,6 +14,9 @@ namespace
 /// A look asks the disk for each file, and everybody waits for it.
 constexpr std::chrono::seconds kLookPeriod{1};
 
+/// A look at so many costs nothing.
+constexpr std::size_t kFewFiles = 64;
+
 } // namespace
 
 PreviewShelf::PreviewShelf(std::size_t mostFiles, std::uint64_t mostBytes)
@@ -22,29 +25,19 @@ PreviewShelf::PreviewShelf(std::size_t mostFiles, std::uint64_t mostBytes)
 {
 }
 
-bool PreviewShelf::hasPlace(std::size_t coming, Clock::time_point now)
+bool PreviewShelf::hasPlace(std::size_t coming, std::uint64_t bytes, Clock::time_point now)
 {
-    auto const isFull = [&] { return m_files.size() + coming >= m_mostFiles; };
-    if (isFull() && now >= m_nextLook)
-    {
-        forgetTaken();
-        m_nextLook = isFull() ? now + kLookPeriod : now;
-    }
-    return !isFull();
+    return hasRoom(coming + 1, std::min(bytes, m_bytesOfLast), now);
 }
 
-bool PreviewShelf::keep(std::unique_ptr<PreviewFile> file)
+bool PreviewShelf::keep(std::unique_ptr<PreviewFile> file, Clock::time_point now)
 {
-    std::uint64_t const more = file->size().value_or(0);
-    if (m_bytes + more > m_mostBytes)
-    {
-        forgetTaken();
-    }
-    if (m_bytes + more > m_mostBytes && !m_files.empty())
+    m_bytesOfLast = file->size().value_or(0);
+    if (!hasRoom(1, m_bytesOfLast, now))
     {
         return false;
     }
-    m_bytes += more;
+    m_bytes += m_bytesOfLast;
     m_files.push_back(std::move(file));
     return true;
 }
@@ -53,6 +46,18 @@ void PreviewShelf::clear()
 {
     m_files.clear();
     m_bytes = 0;
+}
+
+bool PreviewShelf::hasRoom(std::size_t files, std::uint64_t bytes, Clock::time_point now)
+{
+    auto const has = [&]
+    { return m_files.size() + files <= m_mostFiles && (m_files.empty() || m_bytes + bytes <= m_mostBytes); };
+    if (!has() && now >= m_nextLook)
+    {
+        m_nextLook = m_files.size() > kFewFiles ? now + kLookPeriod : now;
+        forgetTaken();
+    }
+    return has();
 }
 
 void PreviewShelf::forgetTaken()
