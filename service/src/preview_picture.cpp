@@ -127,14 +127,20 @@ Raster turned(Raster const& raster, Orientation const& upright)
     return result;
 }
 
+Extent sheetExtent(int frames, int columns, Extent frame)
+{
+    int const rows = (frames + columns - 1) / columns;
+    int const used = std::min(columns, frames);
+    return {used * (frame.width + kGap) + kGap, rows * (frame.height + kGap) + kGap};
+}
+
 Raster sheetOf(std::vector<Raster> const& rasters, int columns)
 {
     int const count = static_cast<int>(rasters.size());
-    int const rows = (count + columns - 1) / columns;
-    int const used = std::min(columns, count);
     int const width = rasters.front().width;
     int const height = rasters.front().height;
-    Raster sheet = emptyRaster(used * (width + kGap) + kGap, rows * (height + kGap) + kGap);
+    Extent const extent = sheetExtent(count, columns, {width, height});
+    Raster sheet = emptyRaster(extent.width, extent.height);
     for (int number = 0; number < count; ++number)
     {
         int const left = kGap + number % columns * (width + kGap);

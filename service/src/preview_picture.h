@@ -36,6 +36,9 @@ Raster thumbnailOf(GstSample* sample, Orientation const& upright, Extent box);
 
 Raster turned(Raster const& raster, Orientation const& upright);
 
+/// @return of a sheet of so many frames, with the gaps
+Extent sheetExtent(int frames, int columns, Extent frame);
+
 /// @param rasters all of one extent @return them in rows on a black sheet, with a small gap between them
 Raster sheetOf(std::vector<Raster> const& rasters, int columns);
 

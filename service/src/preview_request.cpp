@@ -4,6 +4,7 @@
 
 #include "medium.h"
 #include "number_text.h"
+#include "preview_picture.h"
 
 #include "orvane/om_service.h"
 
@@ -80,9 +81,8 @@ bool readProperty(protocol::PropertyView::Entry const& entry, PreviewRequest& re
 
 bool fitsOnSheet(PreviewTask const& task)
 {
-    int const rows = (task.frames + task.columns - 1) / task.columns;
-    return task.frames == 1 ||
-           (task.columns * task.width <= kLargestSheetSide && rows * task.height <= kLargestSheetSide);
+    Extent const sheet = sheetExtent(task.frames, task.columns, {task.width, task.height});
+    return task.frames == 1 || (sheet.width <= kLargestSheetSide && sheet.height <= kLargestSheetSide);
 }
 
 bool isPosition(int mode, std::int64_t position)

@@ -92,6 +92,17 @@ TEST(PreviewRequest, aSheetIsNearlySquareUnlessColumnsAreNamed)
     EXPECT_NE(read(imageOf({{"frames", "100"}, {"size", "4096x4096"}}), request), "");
 }
 
+TEST(PreviewRequest, theGapsOfASheetCountToo)
+{
+    gst_init(nullptr, nullptr);
+    PreviewRequest request;
+    EXPECT_EQ(read(imageOf({{"frames", "16"}, {"size", "4091x4091"}}), request), "");
+    EXPECT_NE(read(imageOf({{"frames", "16"}, {"size", "4092x4091"}}), request), "");
+    EXPECT_NE(read(imageOf({{"frames", "16"}, {"size", "4091x4092"}}), request), "");
+    EXPECT_EQ(read(imageOf({{"frames", "3"}, {"columns", "100"}, {"size", "4096x4096"}}), request), "")
+        << "no sheet has columns without a frame";
+}
+
 TEST(PreviewRequest, theNamedIdIsKnownAlsoWhenOtherThingsAreWrong)
 {
     PreviewRequest request;
