@@ -4,8 +4,11 @@
 #include "support/place.h"
 #include "support/preview_service.h"
 #include "support/previewer.h"
+#include "support/scripted_service.h"
 #include "support/tool_process.h"
 #include "support/wait.h"
+
+#include "protocol/om_protocol.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +19,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -240,7 +244,7 @@ TEST_F(OmcPreview, saysWhenNoServiceCanBeStarted)
 TEST_F(OmcPreview, endsWhenItsServiceDies)
 {
     std::vector<std::string> arguments(300, media("v.mkv"));
-    arguments.insert(arguments.end(), {"--exact", "-o", m_folder.path()});
+    arguments.insert(arguments.end(), {"--exact", "--timeout", "120", "-o", m_folder.path()});
     ToolProcess tool(command(arguments));
     ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
     m_place.killServices();
@@ -252,7 +256,7 @@ TEST_F(OmcPreview, endsWhenItsServiceDies)
 TEST_F(OmcPreview, theServiceNeverHasManyPicturesOfARun)
 {
     std::vector<std::string> arguments(80, media("red3x1.png"));
-    arguments.insert(arguments.end(), {"-o", m_folder.path()});
+    arguments.insert(arguments.end(), {"--timeout", "120", "-o", m_folder.path()});
     ToolProcess tool(command(arguments));
     for (std::size_t const count : {16, 32, 48, 64}) // a sanitizer makes them slow
     {
@@ -292,6 +296,47 @@ TEST_F(OmcPreview, getsMorePicturesThanTheServiceHasRoomFor)
     tool.signal(SIGCONT);
     EXPECT_EQ(tool.wait(), 0) << tool.err();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(inFolder("made")), {}), 8);
+}
+
+TEST_F(OmcPreview, asksOnceMoreForEachThatIsRefusedForWantOfRoom)
+{
+    ScriptedService service;
+    constexpr std::size_t kMedia = 10;
+    std::vector<std::string> arguments;
+    for (std::size_t i = 0; i < kMedia; ++i)
+    {
+        arguments.push_back("/film" + std::to_string(i) + ".mp4");
+    }
+    ToolProcess tool(command(arguments));
+    service.waitForCode(protocol::kCmdRequestPreviewInfo, kMedia);
+    std::map<std::string, int> asked;
+    for (std::size_t i = 1; i <= 2 * kMedia; ++i)
+    {
+        RecordedMessage const request = service.waitForCode(protocol::kCmdRequestPreviewInfo, i);
+        ++asked[request.arguments.at(0).asText()];
+        if (i > kMedia)
+        {
+            EXPECT_EQ(service.count(protocol::kCmdRequestPreviewInfo), i) << "each is the only one";
+        }
+        auto const id = static_cast<unsigned int>(i); // they are given out in order
+        service.postEvent(service.lastPeer().cnid, request.uid, protocol::kMsgPreviewInfo,
+                          [&](mdt::MsgData& event)
+                          {
+                              event.writeUInt32(static_cast<unsigned int>(request.uid));
+                              event.writeUInt32(id);
+                              event.writeSInt32(om::OM_ERROR_LIMIT);
+                              event.writeString("");
+                              std::string const group = groupImage();
+                              event.writeData(group.data(), static_cast<unsigned short>(group.size()));
+                          });
+    }
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_EQ(service.count(protocol::kCmdRequestPreviewInfo), 2 * kMedia);
+    EXPECT_EQ(asked.size(), kMedia);
+    for (auto const& [uri, times] : asked)
+    {
+        EXPECT_EQ(times, 2) << uri;
+    }
 }
 
 TEST_F(OmcPreview, replacesNoneOfItsMedia)
@@ -343,7 +388,7 @@ TEST_F(OmcPreview, manyFilesShowABarOnATerminal)
     {
         arguments.push_back(media(i % 2 == 0 ? "v.mp4" : "exif.jpg"));
     }
-    arguments.insert(arguments.end(), {"-o", m_folder.path()});
+    arguments.insert(arguments.end(), {"--timeout", "120", "-o", m_folder.path()});
     ToolProcess tool(command(arguments), ToolProcess::Output::terminal);
     EXPECT_TRUE(tool.waitFor("/40 ")) << tool.out();
     EXPECT_EQ(tool.wait(), 0);
@@ -353,7 +398,7 @@ TEST_F(OmcPreview, manyFilesShowABarOnATerminal)
 TEST_F(OmcPreview, anInterruptionLeavesNoFileBehind)
 {
     std::vector<std::string> arguments(300, media("v.mkv"));
-    arguments.insert(arguments.end(), {"--exact", "-o", m_folder.path()});
+    arguments.insert(arguments.end(), {"--exact", "--timeout", "120", "-o", m_folder.path()});
     ToolProcess tool(command(arguments));
     ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
     tool.signal(SIGINT);

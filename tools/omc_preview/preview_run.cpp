@@ -179,25 +179,34 @@ bool PreviewRun::takeTool()
 /// @return false when the service is gone
 bool PreviewRun::askMore()
 {
+    if (!m_refused.empty())
+    {
+        return !m_asked.empty() || ask(m_refused.front(), true);
+    }
+    while (!m_waiting.empty() && m_asked.size() < m_mostAsked)
+    {
+        if (!ask(m_waiting.front(), false))
+        {
+            return false;
+        }
+        m_waiting.pop_front();
+    }
+    return true;
+}
+
+/// @return false when the service is gone
+bool PreviewRun::ask(std::size_t index, bool again)
+{
     om::OmPropertyGroup properties;
     fillProperties(m_options, properties);
     // A sheet is looked at as a whole: frames that repeat because key frames are rare would be of no use.
     bool const exact = m_options.exact || m_options.sheetFrames > 0;
     int const flags = (m_options.output.empty() ? om::OM_PREVIEW_NO_PICTURE : 0) | (exact ? om::OM_PREVIEW_EXACT : 0);
     auto const mode = m_options.place.inPercent ? om::OM_LOCATION_MODE_PERCENT : om::OM_LOCATION_MODE_TIME;
-    while (!m_waiting.empty() && m_asked.size() < m_mostAsked)
-    {
-        std::size_t const index = m_waiting.front();
-        unsigned int const id = m_tool->getRequestID();
-        if (id == 0 ||
-            m_tool->requestPreviewInfo(m_outcomes[index].uri, mode, m_options.place.position, flags, properties) < 0)
-        {
-            return false;
-        }
-        m_waiting.pop_front();
-        m_asked[id] = {index, m_mostAsked == 1};
-    }
-    return true;
+    unsigned int const id = m_tool->getRequestID();
+    m_asked[id] = {index, again};
+    return id != 0 &&
+           m_tool->requestPreviewInfo(m_outcomes[index].uri, mode, m_options.place.position, flags, properties) >= 0;
 }
 
 void PreviewRun::accept(Reply const& reply)
@@ -232,16 +241,22 @@ void PreviewRun::accept(Reply const& reply)
     ++m_finished;
 }
 
-/// Pictures that nobody has taken yet may fill the service: then fewer are on their way at a time.
+/// Pictures that nobody has taken yet may fill the service: then fewer are on their way at a time. What is refused once
+/// more when there are none has another reason.
 bool PreviewRun::asksAgain(Asked const& asked, Reply const& reply)
 {
-    if (reply.code != om::OM_ERROR_LIMIT || asked.alone)
+    if (asked.again)
+    {
+        m_refused.pop_front();
+        return false;
+    }
+    if (reply.code != om::OM_ERROR_LIMIT)
     {
         m_mostAsked = std::min(m_mostAsked + 1, kMostAsked);
         return false;
     }
     m_mostAsked = std::clamp<std::size_t>(m_asked.size(), 1, m_mostAsked);
-    m_waiting.push_front(asked.index);
+    m_refused.push_back(asked.index);
     return true;
 }
 

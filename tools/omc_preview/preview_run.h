@@ -41,11 +41,12 @@ private:
     struct Asked
     {
         std::size_t index;
-        bool alone; ///< no other was to be on its way
+        bool again; ///< and alone
     };
 
     bool takeTool();
     bool askMore();
+    bool ask(std::size_t index, bool again);
     void accept(Reply const& reply);
     bool asksAgain(Asked const& asked, Reply const& reply);
     std::string deliver(std::string const& from, std::string const& to);
@@ -66,6 +67,7 @@ private:
     std::vector<std::string> m_targets;
     std::set<FileIdentity> m_mediaFiles;   ///< which no picture may replace
     std::deque<std::size_t> m_waiting;     ///< to be asked for
+    std::deque<std::size_t> m_refused;     ///< to be asked for once more, each while no other is on its way
     std::map<unsigned int, Asked> m_asked; ///< by request id
     std::size_t m_mostAsked;
     std::size_t m_finished = 0;
