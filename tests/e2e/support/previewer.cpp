@@ -25,6 +25,7 @@ constexpr int kOriginalWidth = 320;
 
 void fill(om::OmPropertyGroup& group, Previewer::Properties const& properties)
 {
+    group.add(om::OM_PREVIEW_KEY_TIMEOUT, "50000"); // a busy machine takes its time; what the test says counts
     for (auto const& [key, value] : properties)
     {
         group.add(key, value);
@@ -55,7 +56,6 @@ unsigned int Previewer::ask(std::string const& uri, long long position, int flag
 {
     unsigned int const id = m_tool->getRequestID();
     om::OmPropertyGroup group;
-    group.add(om::OM_PREVIEW_KEY_TIMEOUT, "50000"); // a busy machine takes its time; what the test says counts
     fill(group, properties);
     EXPECT_EQ(m_tool->requestPreviewInfo(uri, mode, position, flags, group), 0);
     return id;
