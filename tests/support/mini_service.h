@@ -15,6 +15,17 @@
 namespace tz::orvane::test
 {
 
+// Messages that mean nothing but what a test makes of them, and how long its posts wait.
+inline constexpr int kQuery = 0x7001;
+inline constexpr int kCommand = 0x7002;
+inline constexpr int kEvent = 0x7003;
+inline constexpr int kTimeout = 5000;
+
+inline mdt::MdtcMessenger& messenger()
+{
+    return mdt::MdtcMessenger::GetInstance();
+}
+
 /// What runs on the service's thread when a message has come.
 using OnMessage = std::function<void(mdt::MdtsMessenger&, platform::EventLoop&, mdt::MsgData&, mdt::MdtsCall const&)>;
 

@@ -19,9 +19,6 @@ using tz::orvane::platform::EventLoop;
 namespace
 {
 
-constexpr int kQuery = 0x7001;
-constexpr int kCommand = 0x7002;
-
 /// With a client that counts its frames, and with one that does not.
 class MessengerArrivals : public testing::TestWithParam<bool>
 {

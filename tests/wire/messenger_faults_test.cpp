@@ -40,17 +40,8 @@ using Clock = std::chrono::steady_clock;
 namespace
 {
 
-constexpr int kTimeout = 5000;
-constexpr int kQuery = 0x7001;
-constexpr int kCommand = 0x7002;
-constexpr int kEvent = 0x7003;
 constexpr int kDied = 0xC102;
 constexpr char kName[] = "/Orvane.MediaPlayer.Server";
-
-MdtcMessenger& messenger()
-{
-    return MdtcMessenger::GetInstance();
-}
 
 int query(int cnid, int timeout = kTimeout, unsigned value = 1)
 {

@@ -25,10 +25,7 @@ using tz::orvane::platform::EventLoop;
 namespace
 {
 
-constexpr int kTimeout = 5000;
-constexpr int kQuery = 0x7001;
 constexpr int kLargeQuery = 0x7002;
-constexpr int kEvent = 0x7003;
 constexpr int kLargeEvent = 0x7004;
 constexpr std::size_t kLarge = std::size_t{5} << 20;
 

@@ -32,16 +32,6 @@ using tz::orvane::platform::UniqueFd;
 namespace
 {
 
-constexpr int kTimeout = 5000;
-constexpr int kQuery = 0x7001;
-constexpr int kCommand = 0x7002;
-constexpr int kEvent = 0x7003;
-
-MdtcMessenger& messenger()
-{
-    return MdtcMessenger::GetInstance();
-}
-
 int query(int cnid, int timeout = kTimeout)
 {
     MsgData reply;

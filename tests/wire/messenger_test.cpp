@@ -22,16 +22,6 @@ using tz::orvane::platform::EventLoop;
 namespace
 {
 
-constexpr int kTimeout = 5000;
-constexpr int kQuery = 0x7001;
-constexpr int kCommand = 0x7002;
-constexpr int kEvent = 0x7003;
-
-MdtcMessenger& messenger()
-{
-    return MdtcMessenger::GetInstance();
-}
-
 std::string pattern(std::size_t size, unsigned seed)
 {
     std::string bytes(size, 0);
