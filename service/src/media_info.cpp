@@ -198,9 +198,9 @@ void readAllTags(std::vector<StreamPad> const& streams, om::om_media_info_t& med
 }
 
 /// What the pipeline does not tell, but the medium's own bytes.
-void readBytes(Pipeline const& pipeline, MediaInfo& info)
+void readBytes(Pipeline const& pipeline, std::vector<StreamPad> const& streams, MediaInfo& info)
 {
-    info.chapters = chaptersOf(pipeline.streams());
+    info.chapters = chaptersOf(streams);
     std::string const file = pipeline.localFile();
     if (!file.empty() && isOneOf(kMp4Types, info.media.mime_type))
     {
@@ -265,7 +265,8 @@ MediaInfo probeMedia(Pipeline const& pipeline, bool live)
     MediaInfo info = emptyInfo();
     unsigned long long bitRate = 0;
     bool bitRateKnown = true;
-    for (StreamPad const& stream : pipeline.streams())
+    std::vector<StreamPad> const streams = pipeline.streams();
+    for (StreamPad const& stream : streams)
     {
         readStream(stream, info);
         if (stream.kind != StreamPad::Kind::text)
@@ -288,8 +289,8 @@ MediaInfo probeMedia(Pipeline const& pipeline, bool live)
     container.video_selected = container.video_count > 0 ? 0 : kUnknown;
     container.audio_selected = container.audio_count > 0 ? 0 : kUnknown;
     readWhole(pipeline, live, info);
-    readAllTags(pipeline.streams(), info.media);
-    readBytes(pipeline, info);
+    readAllTags(streams, info.media);
+    readBytes(pipeline, streams, info);
     info.media.disp_rotation = info.orientation.degrees();
     if (bitRateKnown && bitRate > 0 && bitRate <= INT32_MAX)
     {

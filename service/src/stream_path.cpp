@@ -99,15 +99,8 @@ StreamPath::StreamPath(GstPad* decoded)
 
 std::string StreamPath::id() const
 {
-    for (auto const& pad : m_pads)
-    {
-        TextPtr const id(gst_pad_get_stream_id(pad.get()));
-        if (id != nullptr)
-        {
-            return id.get();
-        }
-    }
-    return {};
+    TextPtr const id = nearest([](GstPad* pad) { return TextPtr(gst_pad_get_stream_id(pad)); });
+    return id == nullptr ? std::string() : id.get();
 }
 
 CapsPtr StreamPath::caps() const
@@ -137,15 +130,7 @@ CapsPtr StreamPath::compressedCaps() const
 
 EventPtr StreamPath::event(GstEventType type) const
 {
-    for (auto const& pad : m_pads)
-    {
-        EventPtr event(gst_pad_get_sticky_event(pad.get(), type, 0));
-        if (event != nullptr)
-        {
-            return event;
-        }
-    }
-    return nullptr;
+    return nearest([type](GstPad* pad) { return EventPtr(gst_pad_get_sticky_event(pad, type, 0)); });
 }
 
 bool StreamPath::isBare() const
@@ -156,15 +141,7 @@ bool StreamPath::isBare() const
 
 TagListPtr StreamPath::tags(GstTagScope scope) const
 {
-    for (auto const& pad : m_pads)
-    {
-        TagListPtr tags = tagsOfScope(pad.get(), scope);
-        if (tags != nullptr)
-        {
-            return tags;
-        }
-    }
-    return nullptr;
+    return nearest([scope](GstPad* pad) { return tagsOfScope(pad, scope); });
 }
 
 } // namespace tz::orvane::service

@@ -37,6 +37,19 @@ public:
     TagListPtr tags(GstTagScope scope) const;
 
 private:
+    /// @return what the nearest pad that knows it gives; null when none does
+    template <class Get> auto nearest(Get get) const -> decltype(get(nullptr))
+    {
+        for (auto const& pad : m_pads)
+        {
+            if (auto found = get(pad.get()))
+            {
+                return found;
+            }
+        }
+        return nullptr;
+    }
+
     std::vector<ObjectPtr<GstPad>> m_pads;
 };
 
