@@ -54,22 +54,10 @@ protected:
 
     std::string inFolder(std::string const& name) const { return m_folder.path() + "/" + name; }
 
-    /// Names in the folder, in order.
-    std::vector<std::string> files() const
-    {
-        std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(m_folder.path()))
-        {
-            names.push_back(entry.path().filename());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     /// Expects whole pictures in the folder, and nothing else.
     void expectPicturesOnly() const
     {
-        for (std::string const& name : files())
+        for (std::string const& name : m_folder.names())
         {
             EXPECT_THAT(name, EndsWith(".jpg"));
             EXPECT_THAT(fileContent(inFolder(name)), EndsWith("\xFF\xD9")) << name;
@@ -133,7 +121,7 @@ TEST_F(OmcPreview, writesAFrameAndReplacesAnOldPicture)
     Pixels const pixels = decoded(picture);
     EXPECT_EQ(pixels.width, 160);
     EXPECT_NEAR(barPosition(pixels), 105, 3);
-    EXPECT_EQ(files(), std::vector<std::string>{"still.png"});
+    EXPECT_EQ(m_folder.names(), std::vector<std::string>{"still.png"});
 }
 
 TEST_F(OmcPreview, writesToStandardOutput)
@@ -188,7 +176,7 @@ TEST_F(OmcPreview, goesOnBehindWhatFailsAndSaysSo)
     EXPECT_EQ(tool.wait(), 1);
     EXPECT_THAT(tool.err(), HasSubstr("omc-preview: missing.mp4: "));
     EXPECT_THAT(tool.err(), HasSubstr("omc-preview: garbage.mp4: "));
-    EXPECT_EQ(files(), std::vector<std::string>{"v.jpg"});
+    EXPECT_EQ(m_folder.names(), std::vector<std::string>{"v.jpg"});
 }
 
 TEST_F(OmcPreview, saysWhenThereIsNoPicture)
@@ -197,7 +185,7 @@ TEST_F(OmcPreview, saysWhenThereIsNoPicture)
     EXPECT_EQ(tool.wait(), 1);
     EXPECT_THAT(tool.err(), HasSubstr("a.wav: "));
     EXPECT_THAT(tool.err(), HasSubstr("no picture"));
-    EXPECT_TRUE(files().empty());
+    EXPECT_TRUE(m_folder.names().empty());
 }
 
 TEST_F(OmcPreview, wrongUsageIsToldAtOnce)
@@ -246,7 +234,7 @@ TEST_F(OmcPreview, endsWhenItsServiceDies)
     std::vector<std::string> arguments(300, media("v.mkv"));
     arguments.insert(arguments.end(), {"--exact", "--timeout", "120", "-o", m_folder.path()});
     ToolProcess tool(command(arguments));
-    ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
+    ASSERT_TRUE(eventually([this] { return m_folder.names().size() > 3; }));
     m_place.killServices();
     EXPECT_EQ(tool.wait(), 3);
     EXPECT_THAT(tool.err(), EndsWith("omc-preview: the media service is gone\n"));
@@ -260,13 +248,13 @@ TEST_F(OmcPreview, theServiceNeverHasManyPicturesOfARun)
     ToolProcess tool(command(arguments));
     for (std::size_t const count : {16, 32, 48, 64}) // a sanitizer makes them slow
     {
-        ASSERT_TRUE(eventually([this, count] { return files().size() > count; }));
+        ASSERT_TRUE(eventually([this, count] { return m_folder.names().size() > count; }));
     }
     tool.signal(SIGSTOP);
     EXPECT_LT(picturesOfTheService(), 32);
     tool.signal(SIGCONT);
     EXPECT_EQ(tool.wait(), 0) << tool.err();
-    EXPECT_EQ(files().size(), 80u);
+    EXPECT_EQ(m_folder.names().size(), 80u);
 }
 
 TEST_F(OmcPreview, worksAtAMediumForAsLongAsItWasTold)
@@ -351,7 +339,7 @@ TEST_F(OmcPreview, replacesNoneOfItsMedia)
     EXPECT_EQ(two.wait(), 1);
     EXPECT_THAT(two.err(), HasSubstr("omc-preview: p.mp4: its picture would replace a medium, " + inFolder("p.png")));
     EXPECT_EQ(fileContent(inFolder("p.png")), before);
-    EXPECT_EQ(files(), (std::vector<std::string>{"p-2.png", "p.mp4", "p.png"}));
+    EXPECT_EQ(m_folder.names(), (std::vector<std::string>{"p-2.png", "p.mp4", "p.png"}));
 }
 
 TEST_F(OmcPreview, aFolderThatCannotBeMadeEndsItAtOnce)
@@ -392,7 +380,7 @@ TEST_F(OmcPreview, manyFilesShowABarOnATerminal)
     ToolProcess tool(command(arguments), ToolProcess::Output::terminal);
     EXPECT_TRUE(tool.waitFor("/40 ")) << tool.out();
     EXPECT_EQ(tool.wait(), 0);
-    EXPECT_EQ(files().size(), 40u);
+    EXPECT_EQ(m_folder.names().size(), 40u);
 }
 
 TEST_F(OmcPreview, anInterruptionLeavesNoFileBehind)
@@ -400,7 +388,7 @@ TEST_F(OmcPreview, anInterruptionLeavesNoFileBehind)
     std::vector<std::string> arguments(300, media("v.mkv"));
     arguments.insert(arguments.end(), {"--exact", "--timeout", "120", "-o", m_folder.path()});
     ToolProcess tool(command(arguments));
-    ASSERT_TRUE(eventually([this] { return files().size() > 3; }));
+    ASSERT_TRUE(eventually([this] { return m_folder.names().size() > 3; }));
     tool.signal(SIGINT);
     EXPECT_EQ(tool.wait(), 128 + SIGINT);
     expectPicturesOnly();

@@ -2,6 +2,7 @@
 // A directory of a test's own, named to the messenger as the place of its sockets.
 #include "support/temp_dir.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -23,6 +24,17 @@ TempDir::~TempDir()
 {
     std::error_code ignored;
     std::filesystem::remove_all(m_path, ignored);
+}
+
+std::vector<std::string> TempDir::names() const
+{
+    std::vector<std::string> names;
+    for (auto const& entry : std::filesystem::directory_iterator(m_path))
+    {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 SocketDir::SocketDir()

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace tz::orvane::test
 {
@@ -17,6 +18,9 @@ public:
     ~TempDir();
 
     std::string const& path() const { return m_path; }
+
+    /// @return the names of what is in it, in order
+    std::vector<std::string> names() const;
 
 private:
     std::string m_path;

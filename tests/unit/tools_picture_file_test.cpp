@@ -31,16 +31,6 @@ class PictureFile : public testing::Test
 protected:
     std::string path(std::string const& name) const { return m_folder.path() + "/" + name; }
 
-    std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (auto const& entry : fs::directory_iterator(m_folder.path()))
-        {
-            found.push_back(entry.path().filename());
-        }
-        return found;
-    }
-
     test::TempDir m_folder;
 };
 
@@ -50,7 +40,7 @@ TEST_F(PictureFile, hasTheModeThatFilesOfTheUserHave)
     EXPECT_EQ(replaceFile(path("a.png"), "new"), "");
     EXPECT_EQ(contentOfFile(path("a.png")), "new");
     EXPECT_EQ(fs::status(path("a.png")).permissions(), fs::perms{0640});
-    EXPECT_THAT(names(), ElementsAre("a.png"));
+    EXPECT_THAT(m_folder.names(), ElementsAre("a.png"));
 }
 
 TEST_F(PictureFile, takesThePlaceOfALinkAndLeavesItsTargetAlone)
@@ -70,7 +60,7 @@ TEST_F(PictureFile, replacesNothingThatIsNoFile)
     EXPECT_THAT(replaceFile(path("pipe.png"), "new"), HasSubstr("pipe.png is no file"));
     EXPECT_THAT(replaceFile(path("folder.png"), "new"), HasSubstr("folder.png is no file"));
     EXPECT_TRUE(fs::is_fifo(path("pipe.png")));
-    EXPECT_THAT(names(), UnorderedElementsAre("pipe.png", "folder.png"));
+    EXPECT_THAT(m_folder.names(), UnorderedElementsAre("pipe.png", "folder.png"));
 }
 
 TEST_F(PictureFile, leavesTheOldOneAndNothingElseWhenItCannotBeWritten)
@@ -82,7 +72,7 @@ TEST_F(PictureFile, leavesTheOldOneAndNothingElseWhenItCannotBeWritten)
     EXPECT_THAT(replaceFile(path("a.png"), std::string(5000, 'x')),
                 HasSubstr("a.png cannot be written: File too large"));
     EXPECT_EQ(contentOfFile(path("a.png")), "old");
-    EXPECT_THAT(names(), ElementsAre("a.png"));
+    EXPECT_THAT(m_folder.names(), ElementsAre("a.png"));
 }
 
 TEST_F(PictureFile, saysWhyWhenItsFolderIsMissing)

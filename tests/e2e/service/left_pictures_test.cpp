@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <sys/wait.h>
@@ -42,17 +40,6 @@ protected:
         }
     }
 
-    std::vector<std::string> files() const
-    {
-        std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(m_folder.path()))
-        {
-            names.push_back(entry.path().filename());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     test::TempDir m_folder;
 };
 
@@ -62,14 +49,14 @@ TEST_F(LeftPictures, ofProcessesThatHaveEndedAreRemoved)
     make(
         {"preview-" + gone + "-65535-4294967295.jpg", "preview-" + gone + "-1-2.png", "screenshot-" + gone + "-3.png"});
     removeLeftPictures(m_folder.path());
-    EXPECT_EQ(files(), std::vector<std::string>());
+    EXPECT_EQ(m_folder.names(), std::vector<std::string>());
 }
 
 TEST_F(LeftPictures, ofAnEarlierProcessOfTheSameNumberAreRemoved)
 {
     make({"preview-" + std::to_string(getpid()) + "-1-2.jpg", "screenshot-" + std::to_string(getpid()) + "-1.png"});
     removeLeftPictures(m_folder.path());
-    EXPECT_EQ(files(), std::vector<std::string>());
+    EXPECT_EQ(m_folder.names(), std::vector<std::string>());
 }
 
 TEST_F(LeftPictures, ofAServiceThatRunsStay)
@@ -78,7 +65,7 @@ TEST_F(LeftPictures, ofAServiceThatRunsStay)
     std::vector<std::string> const names{"preview-" + alive + "-1-2.jpg", "screenshot-" + alive + "-3.png"};
     make(names);
     removeLeftPictures(m_folder.path());
-    EXPECT_EQ(files(), names);
+    EXPECT_EQ(m_folder.names(), names);
 }
 
 TEST_F(LeftPictures, areToldFromAllOtherFiles)
@@ -90,13 +77,13 @@ TEST_F(LeftPictures, areToldFromAllOtherFiles)
                                          "x-" + gone + "-1-2.jpg"};
     make(names);
     removeLeftPictures(m_folder.path());
-    EXPECT_EQ(files(), names);
+    EXPECT_EQ(m_folder.names(), names);
 }
 
 TEST_F(LeftPictures, areNotLookedForWhereThereIsNoFolder)
 {
     removeLeftPictures(m_folder.path() + "/none");
-    EXPECT_EQ(files(), std::vector<std::string>());
+    EXPECT_EQ(m_folder.names(), std::vector<std::string>());
 }
 
 } // namespace
